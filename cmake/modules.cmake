@@ -1,0 +1,25 @@
+# orvane_module(NAME FOLDER PATH [USES MODULE...])
+# The folder src/PATH as static library orvane_NAME. Sources in windows/ and posix/ beneath it are built
+# for their own system only. A folder that has no source file yet is an interface library.
+function(orvane_module name)
+  cmake_parse_arguments(ARG "" "FOLDER" "USES" ${ARGN})
+  set(root ${CMAKE_SOURCE_DIR}/src/${ARG_FOLDER})
+  file(GLOB sources CONFIGURE_DEPENDS ${root}/*.cpp)
+  if(WIN32)
+    file(GLOB system_sources CONFIGURE_DEPENDS ${root}/windows/*.cpp)
+  else()
+    file(GLOB system_sources CONFIGURE_DEPENDS ${root}/posix/*.cpp)
+  endif()
+  list(APPEND sources ${system_sources})
+  # What makes the exports is compiled into the shared library itself.
+  list(FILTER sources EXCLUDE REGEX "/driver/exports\\.cpp$")
+
+  list(TRANSFORM ARG_USES PREPEND orvane_ OUTPUT_VARIABLE uses)
+  if(sources)
+    add_library(orvane_${name} STATIC ${sources})
+    target_link_libraries(orvane_${name} PUBLIC orvane_options ${uses})
+  else()
+    add_library(orvane_${name} INTERFACE)
+    target_link_libraries(orvane_${name} INTERFACE orvane_options ${uses})
+  endif()
+endfunction()

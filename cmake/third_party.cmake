@@ -1,0 +1,11 @@
+# Header-only libraries of the system, reachable through a folder of links, so that a cross build sees them
+# and nothing else of the system's headers.
+set(links ${CMAKE_BINARY_DIR}/third_party)
+file(MAKE_DIRECTORY ${links})
+foreach(folder CLI nlohmann stb)
+  if(EXISTS /usr/include/${folder} AND NOT EXISTS ${links}/${folder})
+    file(CREATE_LINK /usr/include/${folder} ${links}/${folder} SYMBOLIC)
+  endif()
+endforeach()
+add_library(orvane_third_party INTERFACE)
+target_include_directories(orvane_third_party SYSTEM INTERFACE ${links})

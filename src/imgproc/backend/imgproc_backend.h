@@ -1,0 +1,45 @@
+// What the core knows of a plane layout: how many planes there are, how large each is, and the predictors for its
+// sample type.
+#pragma once
+
+#include "common/plane_info.h"
+#include "common/settings_records.h"
+
+#include <cstdint>
+
+/// How well each predictor suits a block: the higher the better.
+struct PredictorScores {
+    uint32_t left = 0;
+    uint32_t gradient = 0;
+    uint32_t median = 0;
+
+    bool operator==(const PredictorScores&) const = default;
+};
+
+/// A plane layout with its predictors. Objects have no state: any number of threads may use one at once, each on
+/// rows of its own. Nothing here fails; sizes and views are the caller's promise.
+class ImgProcBackend
+{
+  public:
+    virtual ~ImgProcBackend() = default;
+
+    virtual int GetPlaneCount() const = 0;
+    /// Samples in a row of `plane` of a picture `width` pixels wide. Truncates.
+    virtual int GetPlaneWidth(int plane, int width) const = 0;
+    /// Rows of `plane` for `height` picture rows; also maps a picture row to a plane row. Truncates.
+    virtual int GetPlaneHeight(int plane, int height) const = 0;
+    virtual int GetHorizontalSubsampling() const = 0;
+    virtual int GetVerticalSubsampling() const = 0;
+    virtual int GetBytesPerSample() const = 0;
+    virtual int GetBitsPerSample() const = 0;
+
+    /// Rates the three predictors on the samples of a block.
+    virtual PredictorScores ScorePredictors(const PlaneInfo& view, int width, int height) const = 0;
+    /// Writes the residuals of a block to `target`, which does not overlap `source`. width, height: 1 or more.
+    virtual void Predict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                         PredictMethod method) const = 0;
+    /// Turns the samples of a block into their residuals. width, height: 1 or more.
+    virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
+    /// Turns the residuals of a block back into samples. width, height: 1 or more.
+    virtual void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
+};
