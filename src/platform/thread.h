@@ -1,0 +1,46 @@
+#pragma once
+
+namespace platform {
+
+using ThreadEntry = void (*)(void* argument);
+
+/// A thread that its owner waits for. While it runs, its code stays loaded: on Windows each thread holds a
+/// reference to its module, released by the system once the thread has left it.
+class Thread
+{
+  public:
+    Thread() = default;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+    ~Thread() { Join(); }
+
+    /// Starts `entry(argument)`; the object must not have a thread already.
+    /// False when the system has no thread to give; the object is then as before.
+    bool Start(ThreadEntry entry, void* argument) noexcept;
+
+    /// Returns when `entry` has returned, at once when there is no thread. Safe while the library is being
+    /// unloaded and at process exit: it waits for the end of `entry` or of the thread, whichever comes first,
+    /// since under the loader's lock a thread cannot finish, and at process exit it may have been ended
+    /// inside `entry`.
+    void Join() noexcept;
+
+  private:
+    void* thread = nullptr;    // the system's handle
+    void* exitEvent = nullptr; // Windows: set when `entry` has returned
+};
+
+/// Starts `entry(argument)` as a thread that nobody waits for. Its code stays loaded until it has ended.
+/// False when the system has no thread to give.
+bool StartDetachedThread(ThreadEntry entry, void* argument) noexcept;
+
+/// Asked before every thread start; the start fails where it answers false.
+using ThreadStartHook = bool (*)() noexcept;
+
+/// For tests of what happens without threads. Null, as at the beginning, lets every start through. May be
+/// called from any thread; the hook may be asked by several threads at once.
+void SetThreadStartHook(ThreadStartHook hook) noexcept;
+
+/// True when the hook, if there is one, lets a thread start.
+bool ThreadMayStart() noexcept;
+
+} // namespace platform

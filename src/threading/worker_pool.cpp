@@ -1,0 +1,162 @@
+// A run, seen by a worker: ready (waits at goEvent), running (takes indices), done (sets its doneEvent, waits
+// at releaseEvent), ready again. The caller waits for all to be ready, opens goEvent, takes indices itself,
+// waits for every doneEvent, closes goEvent and opens releaseEvent.
+#include "threading/worker_pool.h"
+
+#include "platform/processor_count.h"
+#include "platform/thread.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+#include <utility>
+
+namespace threading {
+namespace {
+
+constexpr size_t kCacheLine = 64;
+
+/// How long a thread looks for its event before it sleeps. Runs follow each other within tens of microseconds
+/// while a frame is being worked on, and waking a sleeping thread takes as long.
+constexpr std::chrono::microseconds kSpin{50};
+
+/// Spinning takes the processor from a thread that has work when there are more threads than processors.
+std::chrono::microseconds SpinFor(int threadCount) noexcept
+{
+    static const int processors = platform::ProcessorCount();
+    return threadCount <= processors ? kSpin : std::chrono::microseconds{0};
+}
+
+} // namespace
+
+struct alignas(kCacheLine) WorkerPool::WorkerThread {
+    WorkerThread(WorkerPool& pool_, int index_) noexcept : pool(pool_), index(index_) {}
+
+    WorkerPool& pool;
+    const int index; // 1 to threadCount - 1, the threadIndex of its bodies
+    platform::Event doneEvent{platform::Event::Kind::Auto};
+    platform::Thread thread;
+};
+
+int GetProcessorCount() noexcept
+{
+    return platform::ProcessorCount();
+}
+
+WorkerPool::WorkerPool() noexcept
+{
+    SetThreadCount(0);
+}
+
+WorkerPool::~WorkerPool()
+{
+    Shutdown();
+}
+
+void WorkerPool::SetThreadCount(int count) noexcept
+{
+    threadCount = std::clamp(count < 1 ? GetProcessorCount() : count, 1, kMaxThreads);
+}
+
+void WorkerPool::EnsureThreads() noexcept
+{
+    if (startedThreadCount != threadCount)
+        Restart();
+}
+
+void WorkerPool::Execute(Work& run)
+{
+    EnsureThreads();
+    work = &run;
+    if (threads.empty()) {
+        TakeIndices(0);
+    } else {
+        WaitUntilReady();
+        readyCount.store(0, std::memory_order_relaxed);
+        releaseEvent.Reset();
+        command = Command::RunWork;
+        goEvent.Set();
+        TakeIndices(0);
+        for (const auto& worker : threads)
+            worker->doneEvent.Wait(SpinFor(threadCount));
+        goEvent.Reset();
+        releaseEvent.Set();
+    }
+    work = nullptr;
+    if (failed.exchange(false, std::memory_order_relaxed))
+        std::rethrow_exception(std::exchange(error, nullptr));
+}
+
+void WorkerPool::Restart() noexcept
+{
+    Shutdown();
+    startedThreadCount = threadCount;
+    try {
+        threads.reserve(static_cast<size_t>(threadCount - 1));
+        for (int i = 1; i < threadCount; ++i) {
+            auto worker = std::make_unique<WorkerThread>(*this, i);
+            if (worker->thread.Start(ThreadEntry, worker.get()))
+                threads.push_back(std::move(worker));
+        }
+    } catch (const std::bad_alloc&) {
+        // The workers that there was memory for are enough.
+    }
+    WaitUntilReady();
+}
+
+void WorkerPool::Shutdown() noexcept
+{
+    command = Command::Quit;
+    goEvent.Set();
+    threads.clear(); // joins
+    startedThreadCount = 1;
+    readyCount.store(0, std::memory_order_relaxed);
+    goEvent.Reset();
+}
+
+void WorkerPool::WaitUntilReady() const noexcept
+{
+    // Workers have nothing to do but to come here; with more threads than processors they need ours for it.
+    for (int turns = 0; readyCount.load(std::memory_order_acquire) < static_cast<int>(threads.size());
+         ++turns) {
+        if (turns < 64)
+            platform::Pause();
+        else
+            std::this_thread::yield();
+    }
+}
+
+void WorkerPool::ThreadEntry(void* record)
+{
+    auto& worker = *static_cast<WorkerThread*>(record);
+    worker.pool.ThreadLoop(worker);
+}
+
+void WorkerPool::ThreadLoop(WorkerThread& worker) noexcept
+{
+    const std::chrono::microseconds spin = SpinFor(startedThreadCount);
+    for (;;) {
+        readyCount.fetch_add(1, std::memory_order_release);
+        goEvent.Wait(spin);
+        if (command == Command::Quit)
+            return;
+        TakeIndices(worker.index);
+        worker.doneEvent.Set();
+        releaseEvent.Wait(spin);
+    }
+}
+
+void WorkerPool::TakeIndices(int threadIndex) noexcept
+{
+    Work& run = *work;
+    try {
+        for (int index; (index = run.next.fetch_add(1, std::memory_order_relaxed) + 1) < run.count;)
+            run.Run(index, threadIndex);
+    } catch (...) {
+        run.next.store(run.count, std::memory_order_relaxed);
+        if (!failed.exchange(true, std::memory_order_relaxed))
+            error = std::current_exception();
+    }
+}
+
+} // namespace threading
