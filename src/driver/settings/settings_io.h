@@ -9,6 +9,9 @@
 
 #include <optional>
 
+/// The key of a variant's settings. Not for the generic variant.
+std::string VariantKeyPath(const CodecVariant& variant);
+
 /// Reads the global values over `decode`, which holds the defaults. A missing thread count becomes the
 /// processor count; any other missing value leaves its field.
 void LoadGlobalSettings(DecodeSettings& decode);
