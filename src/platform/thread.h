@@ -33,14 +33,4 @@ class Thread
 /// False when the system has no thread to give.
 bool StartDetachedThread(ThreadEntry entry, void* argument) noexcept;
 
-/// Asked before every thread start; the start fails where it answers false.
-using ThreadStartHook = bool (*)() noexcept;
-
-/// For tests of what happens without threads. Null, as at the beginning, lets every start through. May be
-/// called from any thread; the hook may be asked by several threads at once.
-void SetThreadStartHook(ThreadStartHook hook) noexcept;
-
-/// True when the hook, if there is one, lets a thread start.
-bool ThreadMayStart() noexcept;
-
 } // namespace platform

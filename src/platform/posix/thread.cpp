@@ -1,5 +1,7 @@
 #include "platform/thread.h"
 
+#include "platform/thread_start_hook.h"
+
 #include <memory>
 #include <new>
 #include <pthread.h>

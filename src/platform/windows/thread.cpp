@@ -1,5 +1,6 @@
 #include "platform/thread.h"
 
+#include "platform/thread_start_hook.h"
 #include "platform/windows/windows_headers.h"
 
 #include <memory>

@@ -1,4 +1,4 @@
-#include "platform/thread.h"
+#include "platform/thread_start_hook.h"
 
 #include <atomic>
 
