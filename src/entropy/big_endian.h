@@ -1,0 +1,23 @@
+// Eight bytes as one number whose top byte comes first in memory: the order of a bit stream.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+static_assert(std::endian::native == std::endian::little, "loads and stores swap bytes");
+
+/// `at` has 8 readable bytes, of any alignment.
+inline uint64_t LoadBigEndian64(const uint8_t* at)
+{
+    uint64_t word;
+    std::memcpy(&word, at, sizeof word);
+    return __builtin_bswap64(word);
+}
+
+/// `at` has 8 writable bytes, of any alignment.
+inline void StoreBigEndian64(uint8_t* at, uint64_t word)
+{
+    word = __builtin_bswap64(word);
+    std::memcpy(at, &word, sizeof word);
+}

@@ -1,0 +1,28 @@
+// Optimal code lengths under a length limit, by package-merge.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+/// Working memory of ComputeCodeLengths. Whoever keeps it from call to call allocates nothing after the
+/// first.
+struct CodeLengthWork {
+    struct Coin {
+        uint64_t weight;
+        uint32_t symbol;
+    };
+    std::vector<Coin> coins;           ///< one for each symbol, by rising weight
+    std::vector<uint64_t> coinWeights; ///< of the sorted coins
+    std::vector<uint64_t> list;        ///< weights of the current level's nodes
+    std::vector<uint64_t> packages;    ///< weights of the pairs made of them
+    std::vector<uint16_t> coinsBefore; ///< for each level: how many of its first n nodes are coins
+};
+
+/// Gives every symbol, those with a count of 0 too, a length from 1 to `limit`, such that the sum of
+/// 2^-length is exactly 1 and no other choice codes the counted symbols in fewer bits.
+/// count        symbols, 2 to 32,768; 2^limit is at least `count`
+/// frequencies  `count` counters; their sum times `limit` stays below 2^64
+/// limit        longest length allowed
+/// lengths      receives `count` lengths
+void ComputeCodeLengths(int count, const uint64_t* frequencies, int limit, uint32_t* lengths,
+                        CodeLengthWork& work);

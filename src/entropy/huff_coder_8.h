@@ -1,0 +1,10 @@
+#pragma once
+
+#include "entropy/huff_coder_t.h"
+
+/// The coder of 8-bit planes: codes of 12 bits at most, two symbols at a time when writing.
+class HuffCoder8 : public HuffCoderT<unsigned char, unsigned short, 8, 12, 12>
+{
+  public:
+    HuffCoder8() : HuffCoderT(true) {}
+};

@@ -1,0 +1,171 @@
+// The loops over symbols, and what builds their tables.
+//
+// Writing takes eight symbols at a time. Their codes are joined as a tree, pair to pair and four to four,
+// before they touch the pending bits: one shift of the accumulator and one store for eight symbols. The pair
+// table halves the look-ups on top; its code and length are loads of their own, since loads are cheap and
+// shifts are what is short.
+//
+// Reading takes four look-ups for each refill and up to four symbols for each look-up, with no branch in
+// between.
+#include "entropy/huff_coder_t.h"
+
+#include "entropy/bit_reader.h"
+#include "entropy/bit_writer.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// Codes of four symbols from the table of single symbols.
+struct SingleCodes {
+    const CodeEntry* codes;
+
+    BitRun One(const uint8_t* symbol) const { return {codes[*symbol].code, codes[*symbol].length}; }
+    BitRun Two(const uint8_t* symbols) const { return Join(One(symbols), One(symbols + 1)); }
+    BitRun Four(const uint8_t* symbols) const { return Join(Two(symbols), Two(symbols + 2)); }
+};
+
+/// The same from the pair table.
+struct PairCodes {
+    const PairEntry* pairs;
+
+    BitRun Two(const uint8_t* symbols) const
+    {
+        uint16_t index;
+        std::memcpy(&index, symbols, sizeof index);
+        return {pairs[index].code, pairs[index].length};
+    }
+    BitRun Four(const uint8_t* symbols) const { return Join(Two(symbols), Two(symbols + 2)); }
+};
+
+/// Encodes the whole groups of eight; returns the number of symbols done.
+template <class Codes>
+uint32_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, uint32_t count, Codes codes)
+{
+    const uint32_t grouped = count - count % 8;
+    for (const uint8_t* at = symbols; at != symbols + grouped; at += 8)
+        writer.AppendAndStore(codes.Four(at), codes.Four(at + 4));
+    return grouped;
+}
+
+} // namespace
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(BitStream& stream, const uint8_t* symbols,
+                                                              uint32_t count) const
+{
+    if (encodeTable.empty())
+        return;
+    const SingleCodes single{encodeTable.data()};
+    BitWriter writer(stream);
+    uint32_t done = pairTableReady ? EncodeGroups(writer, symbols, count, PairCodes{pairTable.data()})
+                                   : EncodeGroups(writer, symbols, count, single);
+    for (; done < count; ++done) {
+        writer.Append(single.One(symbols + done));
+        writer.Store();
+    }
+    writer.Save(stream);
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Decode(BitStream& stream, uint8_t* symbols,
+                                                              uint32_t count) const
+{
+    // Symbols of a group: four look-ups of four. A group is written whole, wanted or not, so that the last
+    // groups of a request go by way of `scratch`.
+    constexpr size_t kGroup = 4 * kMaxRowSymbols;
+    static_assert(kScratchBytes >= 2 * kGroup);
+
+    if (decodeTable.empty())
+        return;
+    const size_t held = std::min<size_t>(count, stream.scratchCount - stream.scratchPos);
+    std::copy_n(stream.scratch + stream.scratchPos, held, symbols);
+    stream.scratchPos += held;
+    if (held == count)
+        return;
+
+    uint8_t* const out = symbols + held;
+    const size_t remaining = count - held;
+    const size_t direct = remaining > kGroup ? remaining - kGroup : 0;
+    const DecodeEntry* const table = decodeTable.data();
+    BitReader reader(stream);
+    const auto decodeGroup = [&](uint8_t* group) {
+        reader.Refill();
+        size_t total = reader.template LookUp<tableBits>(table, group);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        return total;
+    };
+
+    size_t pos = 0;
+    while (pos < direct) // a group starts 17 bytes before the end of the request or earlier
+        pos += decodeGroup(out + pos);
+
+    const size_t tail = remaining - pos; // 1 to 16
+    size_t inScratch = 0;
+    while (inScratch < tail)
+        inScratch += decodeGroup(stream.scratch + inScratch);
+    std::copy_n(stream.scratch, tail, out + pos);
+    stream.scratchPos = tail;
+    stream.scratchCount = inScratch;
+    reader.Save(stream);
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::WriteRaw(BitStream& stream, const uint8_t* bytes,
+                                                                uint32_t count) const
+{
+    stream.cursor = std::copy_n(bytes, count, stream.cursor);
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::ReadRaw(BitStream& stream, uint8_t* bytes,
+                                                               uint32_t count) const
+{
+    const auto present = static_cast<uint32_t>(std::min<ptrdiff_t>(count, stream.end - stream.cursor));
+    std::fill_n(std::copy_n(stream.cursor, present, bytes), count - present, uint8_t{0});
+    stream.cursor += present;
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int count, const uint32_t* lengths,
+                                                                        bool encoderOnly)
+{
+    if (count != symbolCount)
+        return false;
+    records.resize(symbolCount);
+    if (!BuildCanonicalCodes(count, lengths, limit, records.data()))
+        return false;
+
+    encodeTable.resize(symbolCount);
+    for (const CodeRecord& record : records)
+        encodeTable[record.symbol] = {static_cast<Code>(record.code), static_cast<uint16_t>(record.length)};
+    // Readers have no use for the pair table, which takes longer to fill than everything else together.
+    pairTableReady = false;
+    if (encoderOnly && usePairTable) {
+        pairTable.resize(kPairRows);
+        FillPairTable(encodeTable.data(), pairTable.data());
+        pairTableReady = true;
+    }
+    if (!encoderOnly) {
+        decodeTable.resize(DecodeTableRows(tableBits));
+        BuildDecodeTable(records, tableBits, decodeTable.data());
+    }
+    return true;
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(int count,
+                                                                            const uint64_t* frequencies,
+                                                                            bool encoderOnly)
+{
+    if (count != symbolCount)
+        return false;
+    codeLengths.resize(symbolCount);
+    ComputeCodeLengths(count, frequencies, limit, codeLengths.data(), lengthWork);
+    return BuildFromLengths(count, codeLengths.data(), encoderOnly);
+}
+
+template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;

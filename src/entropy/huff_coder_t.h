@@ -1,0 +1,57 @@
+#pragma once
+
+#include "entropy/canonical_codes.h"
+#include "entropy/code_lengths.h"
+#include "entropy/decode_table.h"
+#include "entropy/encode_table.h"
+#include "entropy/huff_coder.h"
+
+#include <type_traits>
+#include <vector>
+
+/// A coder of symbols of `bits` bits with codes of `limit` bits at most and look-ups of `tableBits` bits. All
+/// memory is made by the first build of a kind and kept.
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+class HuffCoderT : public HuffCoder
+{
+    static_assert(std::is_same_v<Symbol, uint8_t> && bits == 8, "rows of the tables hold 8-bit symbols");
+    static_assert(std::is_same_v<Code, decltype(CodeEntry::code)> && limit <= 14,
+                  "four codes and 7 bits fit a word");
+    static_assert(tableBits == limit,
+                  "every code ends inside one look-up; four look-ups use less than 57 bits");
+
+  public:
+    static constexpr int symbolCount = 1 << bits;
+    static constexpr int maxCodeLength = limit;
+
+    HuffCoderT() : HuffCoderT(false) {}
+
+    void Encode(BitStream& stream, const uint8_t* symbols, uint32_t count) const override;
+    void Decode(BitStream& stream, uint8_t* symbols, uint32_t count) const override;
+    void WriteRaw(BitStream& stream, const uint8_t* bytes, uint32_t count) const override;
+    void ReadRaw(BitStream& stream, uint8_t* bytes, uint32_t count) const override;
+    bool BuildFromLengths(int count, const uint32_t* lengths, bool encoderOnly) override;
+
+    /// Chooses the best lengths for the counts and builds the tables from them. `frequencies` are `count`
+    /// counters, which may be 0: every symbol gets a code. False, with nothing done, if `count` is not the
+    /// number of symbols.
+    bool BuildFromFrequencies(int count, const uint64_t* frequencies, bool encoderOnly);
+
+    /// The lengths that BuildFromFrequencies chose, one for each symbol; empty before.
+    const std::vector<uint32_t>& GetCodeLengths() const { return codeLengths; }
+
+  protected:
+    explicit HuffCoderT(bool withPairTable) : usePairTable(withPairTable) {}
+
+  private:
+    const bool usePairTable;
+    bool pairTableReady = false; ///< the pair table belongs to the current code
+    std::vector<uint32_t> codeLengths;
+    std::vector<CodeEntry> encodeTable;
+    std::vector<PairEntry> pairTable;
+    std::vector<DecodeEntry> decodeTable;
+    std::vector<CodeRecord> records; ///< working memory of a build, as is `lengthWork`
+    CodeLengthWork lengthWork;
+};
+
+extern template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;
