@@ -1,0 +1,96 @@
+// Front ends of host pictures whose pixels hold all their channels side by side.
+#pragma once
+
+#include "imgproc/frontend/decorr.h"
+#include "imgproc/frontend/imgproc_frontend.h"
+#include "imgproc/frontend/owned_layouts.h"
+#include "imgproc/frontend/packed_rows.h"
+
+#include <type_traits>
+
+/// What all packed classes share: one picture plane whose address and pitch are multiples of 4, and rows that
+/// are walked one by one.
+class PackedFrontend : public ImgProcFrontend
+{
+  public:
+    /// forms, matrix  the class's row kernels and their matrix, null where they need none
+    PackedFrontend(const ImgProcBackend& planes, const ImgProcBackend& native, const PackedRowForms& forms,
+                   const ColorMatrix* matrix)
+        : ImgProcFrontend(planes, native), rowForms(forms), colorMatrix(matrix)
+    {}
+
+    int GetPlaneCount() const override { return 1; }
+    int GetDefaultRowAlignment(int) const override { return 4; }
+    int GetBaseAlignment(int) const override { return 4; }
+    int GetPlaneWidth(int, int width) const override { return width; }
+    int GetPlaneHeight(int, int rows) const override { return rows; }
+    void Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
+    void Join(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
+
+    const PackedRowForms& rowForms;       ///< all forms, for tests and benchmarks
+    const ColorMatrix* const colorMatrix; ///< what the row kernels take
+};
+
+/// Plane rows of 3- and 4-byte pixels: see PrepareBuffers in the source for how they are placed.
+class PackedPixelFrontend : public PackedFrontend
+{
+  public:
+    using PackedFrontend::PackedFrontend;
+
+    int GetGroupPixels(int) const override { return 1; }
+    bool SupportsFlip() const override { return true; }
+    void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
+                        PlaneArray& planes, bool flip, bool compressing) const override;
+};
+
+template <int planes>
+using LayoutOf =
+    std::conditional_t<planes == 1, Layout400, std::conditional_t<planes == 3, Layout444, Layout4444>>;
+
+/// One packed layout of `D` (Decorr3 or Decorr4) with the first `planeCount` planes of its algorithm.
+template <int planeCount, class D>
+class TPackedPixelFrontend final
+    : private OwnedLayouts<LayoutOf<planeCount>, LayoutOf<D::Order::kPixelBytes>>,
+      public PackedPixelFrontend
+{
+  public:
+    TPackedPixelFrontend()
+        : PackedPixelFrontend(this->firstLayout, this->secondLayout,
+                              TPackedRows<planeCount, typename D::Order, typename D::Algo::Step>::kForms,
+                              D::Algo::kMatrix)
+    {}
+
+    int GetGroupBytes(int) const override { return D::Order::kPixelBytes; }
+};
+
+template <int planes, class D>
+requires(D::Order::kPixelBytes == 3) using TImgProcFrontend24 = TPackedPixelFrontend<planes, D>;
+
+template <int planes, class D>
+requires(D::Order::kPixelBytes == 4) using TImgProcFrontend32 = TPackedPixelFrontend<planes, D>;
+
+/// Plane rows of packed 4:2:2.
+class Packed422Frontend : public PackedFrontend
+{
+  public:
+    using PackedFrontend::PackedFrontend;
+
+    int GetGroupBytes(int) const override { return 4; }
+    int GetGroupPixels(int) const override { return 2; }
+    bool SupportsFlip() const override { return false; }
+    void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
+                        PlaneArray& planes, bool flip, bool compressing) const override;
+};
+
+/// Pairs of pixels in the order Y0 U Y1 V, or U Y0 V Y1 with `uyvy`. With `lumaOnly` only plane 0 exists.
+template <bool uyvy, bool lumaOnly>
+class TImgProcFrontend_YUY2_UYVY final
+    : private OwnedLayouts<std::conditional_t<lumaOnly, Layout400, Layout422>, Layout422>,
+      public Packed422Frontend
+{
+  public:
+    TImgProcFrontend_YUY2_UYVY()
+        : Packed422Frontend(this->firstLayout, this->secondLayout, TPackedRows422<uyvy, lumaOnly>::kForms,
+                            nullptr)
+    {}
+};
