@@ -26,6 +26,8 @@ class CodecLog
     void Close() noexcept;
 
   private:
+    bool Open(const char* now) noexcept;
+
     char LogStem[64];
     std::string description;
     std::FILE* LogFile = nullptr;

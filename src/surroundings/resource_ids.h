@@ -1,0 +1,55 @@
+// Ids of the resources in the library and of the controls in its dialogs, for the resource script and for the
+// code. A number names different controls in different dialogs.
+#pragma once
+
+#define ICON_COMPRESSING 10
+#define ICON_DECOMPRESSING 11
+
+#define DIALOG_CONFIG 100
+#define DIALOG_DECOMPRESSION 103
+#define DIALOG_COMPRESSION 104
+#define DIALOG_ADOBE 200
+
+#define CONTROL_OK 1
+#define CONTROL_CANCEL 2
+
+// Shared by several dialogs.
+#define CONTROL_THREADS 40000
+#define CONTROL_AUTO_THREADS 40001
+#define CONTROL_ENABLE_LOG 40003
+#define CONTROL_VERSION 40005
+#define CONTROL_OPEN_LOGS 40018
+
+// Global settings.
+#define CONTROL_IGNORE_CLIENT 40000
+#define CONTROL_DECOMPRESSION 40012
+#define CONTROL_COMPRESSION 40013
+#define CONTROL_COMPRESS_TRAY 40014
+#define CONTROL_COMPRESS_BALLOON 40015
+#define CONTROL_DECOMPRESS_TRAY 40016
+#define CONTROL_DECOMPRESS_BALLOON 40017
+
+// Compression settings.
+#define CONTROL_METHOD 40002
+#define CONTROL_INPUTS 40006
+#define CONTROL_VARIANT 40007
+#define CONTROL_MATRIX 40008
+#define CONTROL_INTERLACED 40009
+#define CONTROL_FULL_RANGE 40010
+#define CONTROL_SAVE_DEFAULT 40011
+#define CONTROL_INTERPOLATE 40019
+#define CONTROL_MATRIX_LABEL 40021
+
+// Decompression settings: one box for each conversion, FROM_TO.
+#define CONTROL_400_TO_420 40100
+#define CONTROL_400_TO_422 40101
+#define CONTROL_400_TO_444 40102
+#define CONTROL_400_TO_RGB 40103
+#define CONTROL_420_TO_422 40104
+#define CONTROL_422_TO_444 40105
+#define CONTROL_422_TO_RGB 40106
+#define CONTROL_420_TO_444 40107
+#define CONTROL_420_TO_RGB 40108
+#define CONTROL_444_TO_RGB 40109
+#define CONTROL_SET_DEFAULTS 40110
+#define CONTROL_SUGGEST_RGB 40111
