@@ -4,13 +4,15 @@ if(NOT EXISTS ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp)
   return()
 endif()
 add_library(orvane_library SHARED ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp)
-set_target_properties(orvane_library PROPERTIES OUTPUT_NAME orvane)
+# The exports are the only visible symbols of all: the list of exports can only take visibility away.
+set_target_properties(orvane_library PROPERTIES OUTPUT_NAME orvane CXX_VISIBILITY_PRESET default)
 target_link_libraries(orvane_library PRIVATE orvane_driver)
 if(WIN32)
   enable_language(RC)
   set_target_properties(orvane_library PROPERTIES PREFIX "" IMPORT_PREFIX "")
   file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/windows/*.rc)
-  target_sources(orvane_library PRIVATE ${CMAKE_SOURCE_DIR}/packaging/orvane.def ${resources})
+  target_sources(orvane_library PRIVATE
+    ${CMAKE_SOURCE_DIR}/src/driver/windows/library_entry.cpp ${CMAKE_SOURCE_DIR}/packaging/orvane.def ${resources})
 else()
   # Pool threads are joined, but a host may unload us while a thread is on its way out: the code stays.
   target_link_options(orvane_library PRIVATE

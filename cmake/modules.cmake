@@ -11,8 +11,8 @@ function(orvane_module name)
     file(GLOB system_sources CONFIGURE_DEPENDS ${root}/posix/*.cpp)
   endif()
   list(APPEND sources ${system_sources})
-  # What makes the exports is compiled into the shared library itself.
-  list(FILTER sources EXCLUDE REGEX "/driver/exports\\.cpp$")
+  # The exports and the entry are compiled into the shared library itself.
+  list(FILTER sources EXCLUDE REGEX "/driver/(exports|windows/library_entry)\\.cpp$")
 
   list(TRANSFORM ARG_USES PREPEND orvane_ OUTPUT_VARIABLE uses)
   if(sources)

@@ -1,0 +1,19 @@
+#include "driver/exports.h"
+
+#include "driver/message_table.h"
+#include "surroundings/dialogs.h"
+
+LRESULT CALLBACK DriverProc(DWORD_PTR driverId, HDRVR driver, UINT message, LPARAM lParam1, LPARAM lParam2)
+{
+    return HandleMessage(driverId, driver, message, lParam1, lParam2);
+}
+
+void CALLBACK Configure(HWND parent, HANDLE, char*, int)
+{
+    RunConfigDialog(parent);
+}
+
+void CALLBACK ConfigureAdobe(HWND parent, HANDLE, char*, int)
+{
+    RunAdobeConfigDialog(parent);
+}

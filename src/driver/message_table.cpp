@@ -1,0 +1,178 @@
+#include "driver/message_table.h"
+
+#include "common/trace.h"
+#include "driver/client_settings.h"
+#include "driver/compress_messages.h"
+#include "driver/decompress_messages.h"
+#include "driver/info_messages.h"
+
+#include <algorithm>
+#include <iterator>
+#include <type_traits>
+
+namespace {
+
+template <class Parameter>
+Parameter ParameterFrom(LPARAM value)
+{
+    if constexpr (std::is_pointer_v<Parameter>)
+        return reinterpret_cast<Parameter>(value);
+    else
+        return static_cast<Parameter>(value);
+}
+
+/// Brings a handler of typed parameters into the form of the table. Only rows that keep null instances out
+/// use it.
+template <auto handler>
+struct Typed;
+
+template <LRESULT (*handler)(DriverInstance&)>
+struct Typed<handler> {
+    static LRESULT Handle(DriverInstance* instance, LPARAM, LPARAM) { return handler(*instance); }
+};
+
+template <class First, LRESULT (*handler)(DriverInstance&, First)>
+struct Typed<handler> {
+    static LRESULT Handle(DriverInstance* instance, LPARAM lParam1, LPARAM)
+    {
+        return handler(*instance, ParameterFrom<First>(lParam1));
+    }
+};
+
+template <class First, class Second, LRESULT (*handler)(DriverInstance&, First, Second)>
+struct Typed<handler> {
+    static LRESULT Handle(DriverInstance* instance, LPARAM lParam1, LPARAM lParam2)
+    {
+        return handler(*instance, ParameterFrom<First>(lParam1), ParameterFrom<Second>(lParam2));
+    }
+};
+
+template <LRESULT result>
+LRESULT Answer(DriverInstance*, LPARAM, LPARAM)
+{
+    return result;
+}
+
+LRESULT Load(DriverInstance*, LPARAM, LPARAM)
+{
+    Trace("DRV_LOAD\n");
+    return 1;
+}
+
+LRESULT Free(DriverInstance*, LPARAM, LPARAM)
+{
+    Trace("DRV_FREE\n");
+    return 1;
+}
+
+LRESULT ConfigureDriver(DriverInstance*, LPARAM, LPARAM)
+{
+    Trace("DRV_CONFIGURE\n");
+    return 1;
+}
+
+/// The driver as such has nothing to configure; its variants and the exported Configure have.
+LRESULT QueryConfigureDriver(DriverInstance*, LPARAM, LPARAM)
+{
+    Trace("DRV_QUERYCONFIGURE\n");
+    return 0;
+}
+
+LRESULT Open(DriverInstance*, LPARAM, LPARAM lParam2)
+{
+    DriverInstance* instance = OpenInstance(reinterpret_cast<ICOPEN*>(lParam2));
+    Trace("DRV_OPEN, dwDriverID: %p\n", static_cast<void*>(instance));
+    return reinterpret_cast<LRESULT>(instance);
+}
+
+LRESULT Close(DriverInstance* instance, LPARAM, LPARAM)
+{
+    Trace("DRV_CLOSE, dwDriverID: %p\n", static_cast<void*>(instance));
+    CloseInstance(instance);
+    return 1;
+}
+
+LRESULT DefaultQuality(DriverInstance*, LPARAM lParam1, LPARAM)
+{
+    return GetDefaultQuality(lParam1);
+}
+
+using enum NullInstance;
+
+// DRV_FREE and DRV_DISABLE come with the id of an instance that is gone: nothing may be read through it.
+constexpr MessageRow kMessages[] = {
+    {DRV_LOAD, PassOn, Load},
+    {DRV_ENABLE, PassOn, Answer<1>},
+    {DRV_OPEN, PassOn, Open},
+    {DRV_CLOSE, Gives1, Close},
+    {DRV_DISABLE, PassOn, Answer<1>},
+    {DRV_FREE, PassOn, Free},
+    {DRV_CONFIGURE, PassOn, ConfigureDriver},
+    {DRV_QUERYCONFIGURE, PassOn, QueryConfigureDriver},
+    {DRV_INSTALL, PassOn, Answer<1>},
+    {DRV_REMOVE, PassOn, Answer<1>},
+    {ICM_COMPRESS_GET_FORMAT, Gives0, Typed<GetCompressFormat>::Handle},
+    {ICM_COMPRESS_GET_SIZE, Gives0, Typed<GetCompressSize>::Handle},
+    {ICM_COMPRESS_QUERY, Gives0, Typed<QueryCompress>::Handle},
+    {ICM_COMPRESS_BEGIN, Gives0, Typed<BeginCompress>::Handle},
+    {ICM_COMPRESS, Gives0, Typed<CompressFrame>::Handle},
+    {ICM_COMPRESS_END, Gives0, Typed<EndCompress>::Handle},
+    {ICM_DECOMPRESS_GET_FORMAT, GivesBadParam, Typed<GetDecompressFormat>::Handle},
+    {ICM_DECOMPRESS_QUERY, GivesBadParam, Typed<QueryDecompress>::Handle},
+    {ICM_DECOMPRESS_BEGIN, GivesBadParam, Typed<BeginDecompress>::Handle},
+    {ICM_DECOMPRESS, GivesBadParam, Typed<DecompressFrame>::Handle},
+    {ICM_DECOMPRESS_END, GivesBadParam, Typed<EndDecompress>::Handle},
+    {ICM_DECOMPRESS_GET_PALETTE, PassOn, Answer<ICERR_BADFORMAT>},
+    {ICM_GETSTATE, Gives0, Typed<GetState>::Handle},
+    {ICM_SETSTATE, Gives0, Typed<SetState>::Handle},
+    {ICM_GETINFO, Gives0, Typed<GetInfo>::Handle},
+    {ICM_CONFIGURE, Gives0, Typed<ConfigureInstance>::Handle},
+    {ICM_ABOUT, Gives0, Typed<ShowAbout>::Handle},
+    {ICM_GETDEFAULTQUALITY, PassOn, DefaultQuality},
+};
+static_assert(std::ranges::adjacent_find(kMessages, std::ranges::greater_equal{}, &MessageRow::message) ==
+              std::end(kMessages));
+
+/// Messages below this number are the system's, and what we do not know of them goes on to its default.
+constexpr uint32_t kFirstOwnMessage = DRV_USER;
+
+LRESULT AnswerWithoutInstance(NullInstance onNull)
+{
+    switch (onNull) {
+    case Gives1:
+        return 1;
+    case GivesBadParam:
+        return ICERR_BADPARAM;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+std::span<const MessageRow> MessageTable()
+{
+    return kMessages;
+}
+
+LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM lParam1,
+                      LPARAM lParam2) noexcept
+{
+    const auto row = std::ranges::lower_bound(kMessages, message, {}, &MessageRow::message);
+    if (row == std::end(kMessages) || row->message != message)
+        return message < kFirstOwnMessage ? DefDriverProc(driverId, driver, message, lParam1, lParam2)
+                                          : LRESULT{ICERR_UNSUPPORTED};
+
+    auto* const instance = reinterpret_cast<DriverInstance*>(driverId);
+    if (!instance && row->onNull != PassOn) {
+        Trace("pi was NULL in message %d\n", static_cast<int>(message));
+        return AnswerWithoutInstance(row->onNull);
+    }
+    try {
+        return row->handle(instance, lParam1, lParam2);
+    } catch (...) {
+        // Memory is the one thing that can be lacking, and only rows with an instance ask for some.
+        LogLine(*instance, "#### INTERNAL ERROR #### : Out of memory\n");
+        return ICERR_MEMORY;
+    }
+}

@@ -1,0 +1,29 @@
+// What compression and decompression runs have in common: how one opens, and how it ends with its statistics.
+#pragma once
+
+#include "common/frame_header.h"
+#include "driver/driver_instance.h"
+
+/// Whether a run of this direction is open. A frame of the other direction opens a run of its own.
+bool InRun(const DriverInstance& instance, Direction direction);
+
+/// Opens a run that the core has been prepared for: resets the counters, shows the icon as the user wants it,
+/// logs the opening block. picture    header of the uncompressed side pictureId  its format record     the
+/// configuration record that governs the run
+void OpenRun(DriverInstance& instance, Direction direction, const BITMAPINFOHEADER& picture,
+             FormatId pictureId, const FrameHeader& record);
+
+/// Ends the run, if one is open, and logs its statistics. The form and the counters are those of `direction`,
+/// the direction of the message that ends the run, even if the run went the other way.
+void EndRun(DriverInstance& instance, Direction direction);
+
+/// A header's query as one log line: "<action>: <in>[ -> <out>]: OK" or "NOT SUPPORTED"; without `out` when
+/// null.
+void LogQuery(DriverInstance& instance, const char* action, const BITMAPINFOHEADER* in,
+              const BITMAPINFOHEADER* out, bool accepted);
+
+/// The stride that rows have when they are rounded up to four bytes, if the image is large enough for that.
+/// Hosts do not say whether they pad the rows of these layouts: the size of the image is all there is to tell
+/// it by. picture    header of the frame: its height is multiplied as it stands, without sign imageSize bytes
+/// of the host's image
+void AdoptPaddedRows(CompressInfo& info, const BITMAPINFOHEADER& picture, uint32_t imageSize);
