@@ -1,5 +1,6 @@
-// Integer ids of picture formats. Uncompressed host layouts have ids from 1 to 61, compressed formats from 101 to
-// 126; a compressed id is the FormatCode byte of a frame header. The FourCCs that stand for them are the driver's.
+// Integer ids of picture formats. Uncompressed host layouts have ids from 1 to 61, compressed formats from
+// 101 to 126; a compressed id is the FormatCode byte of a frame header. The FourCCs that stand for them are
+// the driver's.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +23,8 @@ enum CompressedId : FormatId {
     kCodeGray = 107,   ///< O8G0
 };
 
-/// Uncompressed layouts with a pixel path, named by the bytes of a pixel from its lowest address on, or by the
-/// FourCC of the layout. Ids 16 to 22, 49 and 50 have routes but no FourCC.
+/// Uncompressed layouts with a pixel path, named by the bytes of a pixel from its lowest address on, or by
+/// the FourCC of the layout. Ids 16 to 22, 49 and 50 have routes but no FourCC.
 enum HostId : FormatId {
     kHostBgrx = 1,
     kHostBgra = 2,

@@ -72,8 +72,8 @@ constexpr bool IsFullRange(const FrameHeader& header)
     return (header.flags & kFlagFullRange) != 0;
 }
 
-/// The matrix by which two records are compared, a stream is named and its colour routes are built: a value of 3 or
-/// more stands as it is; below that the RGB family and an unset matrix mean Rec.709.
+/// The matrix by which two records are compared, a stream is named and its colour routes are built: a value
+/// of 3 or more stands as it is; below that the RGB family and an unset matrix mean Rec.709.
 constexpr uint32_t EffectiveMatrix(FormatId code, uint32_t matrix)
 {
     if (matrix >= 3)

@@ -1,4 +1,5 @@
-// One plane of a picture as a pointer and a pitch, and the array of four that every picture and every plane set is.
+// One plane of a picture as a pointer and a pitch, and the array of four that every picture and every plane
+// set is.
 #pragma once
 
 #include <array>

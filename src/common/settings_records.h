@@ -1,13 +1,13 @@
-// The two settings records that driver, core and dialogs share. Fields are 32-bit words with the names under which
-// they are stored; booleans are non-zero words.
+// The two settings records that driver, core and dialogs share. Fields are 32-bit words with the names under
+// which they are stored; booleans are non-zero words.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
-/// How a block is predicted. Dynamic is a setting only: a block stores what was applied to it. Readers treat every
-/// value other than Left and Gradient as Median.
+/// How a block is predicted. Dynamic is a setting only: a block stores what was applied to it. Readers treat
+/// every value other than Left and Gradient as Median.
 enum class PredictMethod : uint32_t { Left = 1, Gradient = 2, Median = 3, Dynamic = 4 };
 
 /// Decompression and general settings, global to the user.
@@ -43,8 +43,8 @@ struct EncodeSettings {
     uint32_t Version = kEncodeSettingsVersion;
     uint32_t NumEncodeThreads = 1;
     uint32_t AutoEncodeThreads = 1;
-    uint32_t CompMethod = 4; ///< PredictMethod
-    uint32_t CoderType = 2;  ///< 2: code tables in each frame
+    uint32_t CompMethod = 4;               ///< PredictMethod
+    uint32_t CoderType = 2;                ///< 2: code tables in each frame
     uint32_t InputColorSpace = 0xFFFFFFFF; ///< accepted input categories, bit (category - 101)
     uint32_t Interlaced = 0;
     uint32_t ColorMatrix = 2; ///< 1 Rec.601, 2 Rec.709

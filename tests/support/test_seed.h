@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <iostream>
 
-/// The seed of a random test: ORVANE_TEST_SEED, else a fixed one. Printed, so that a failure can be run again.
+/// The seed of a random test: ORVANE_TEST_SEED, else a fixed one. Printed, so that a failure can be run
+/// again.
 inline uint32_t TestSeed()
 {
     const char* text = std::getenv("ORVANE_TEST_SEED");

@@ -1,0 +1,172 @@
+// From host picture to coded blocks.
+//
+// Pass 1 takes each row band through split, conversion, prediction and counting, normally in one pool run.
+// Pass 2 builds one code for each plane from the counts of all its blocks, then writes every block's bit
+// stream.
+
+#include "core/block_list.h"
+#include "core/orvane.h"
+#include "entropy/bit_stream.h"
+#include "entropy/count_symbols.h"
+
+#include "common/trace.h"
+
+#include <algorithm>
+
+uint32_t Orvane::Compress(CompressInfo& info)
+{
+    if (!CheckImage(info))
+        return 0;
+    PreparePlanes(info);
+    PrepareConvertedPlanes(info);
+    CompressBlocksPass1(info);
+    CompressBlocksPass2(info);
+    return FinalizeFrame(info);
+}
+
+void Orvane::CompressBlocksPass1(const CompressInfo& info)
+{
+    steps.assign({{0, PassStep::Transform, 0}});
+    AddConvertPasses(info, false, steps);
+    steps.push_back({steps.back().step, PassStep::Predict, 0});
+
+    const PlaneSet& source = info.route.converter ? convertedPlanes : imagePlanes;
+    PrepareResidualPlanes(source);
+
+    const auto bands = static_cast<int>(CountBands(info.header));
+    const int planes = info.route.backend->GetPlaneCount();
+    for (int step = 0; step <= steps.back().step; ++step)
+        pool.Run(bands, [&, step](int band, int thread) {
+            for (const PassStep& entry : steps) {
+                if (entry.step != step)
+                    continue;
+                if (entry.kind == PassStep::Transform) {
+                    const StageScope timing(Timer(Stage::Split, thread));
+                    TransformBlock(info, band);
+                } else if (entry.kind == PassStep::ConvertPass) {
+                    const StageScope timing(Timer(Stage::Convert, thread));
+                    ConvertBlock(info, imagePlanes, convertedPlanes, entry.arg, band);
+                } else {
+                    for (int plane = 0; plane < planes; ++plane)
+                        PredictBlock(info, plane, band, source, thread);
+                }
+            }
+        });
+}
+
+PredictMethod Orvane::ChoosePredictor(const CompressInfo& info, const BlockInfo& block,
+                                      const PlaneInfo& view) const
+{
+    PredictorScores sum;
+    for (const RowSet field : RowSets(info.header, block.rows)) {
+        const PredictorScores scores =
+            info.route.backend->ScorePredictors(field.Of(view), block.width, field.rows);
+        sum.left += scores.left;
+        sum.gradient += scores.gradient;
+        sum.median += scores.median;
+    }
+    // Ties go to the cheaper end, so that a block with no scored samples is Left.
+    const uint32_t best = std::max({sum.left, sum.gradient, sum.median});
+    if (sum.left == best)
+        return PredictMethod::Left;
+    return sum.gradient == best ? PredictMethod::Gradient : PredictMethod::Median;
+}
+
+void Orvane::PredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& source, int thread)
+{
+    BlockInfo* block = BlockOf(info, plane, band);
+    if (!block)
+        return;
+    const PlaneRecord& sourcePlane = source.plane[static_cast<size_t>(plane)];
+    const PlaneInfo from = FromRow(sourcePlane, block->firstRow);
+    const PlaneInfo to = FromRow(residualPlanes.plane[static_cast<size_t>(plane)], block->firstRow);
+
+    block->flags = 0;
+    auto method = static_cast<PredictMethod>(encodeSettings.CompMethod);
+    if (method == PredictMethod::Dynamic) {
+        const StageScope timing(Timer(Stage::Scores, thread));
+        method = ChoosePredictor(info, *block, from);
+        block->NoteUse(method);
+    }
+    block->predictor = method;
+
+    const ImgProcBackend& backend = *info.route.backend;
+    {
+        const StageScope timing(Timer(Stage::Predict, thread));
+        for (const RowSet field : RowSets(info.header, block->rows)) {
+            if (sourcePlane.external)
+                backend.Predict(field.Of(from), field.Of(to), block->width, field.rows, method);
+            else
+                backend.PredictInPlace(field.Of(to), block->width, field.rows, method);
+        }
+    }
+    if (CoderTypeOf(info.header) != CoderType::InFrame)
+        return;
+    const StageScope timing(Timer(Stage::CountFrequencies, thread));
+    block->frequencies.assign(size_t{1} << backend.GetBitsPerSample(), 0);
+    CountSymbols(to.data, block->width, block->rows, to.pitch, block->frequencies.data());
+}
+
+void Orvane::CompressBlocksPass2(const CompressInfo& info)
+{
+    if (CoderTypeOf(info.header) != CoderType::InFrame)
+        return;
+    const int planes = info.route.backend->GetPlaneCount();
+    SetupCoders(static_cast<size_t>(planes));
+    pool.Run(planes, [&](int coder, int thread) {
+        const StageScope timing(Timer(Stage::TablesCompress, thread));
+        BuildCoder(info, coder);
+    });
+    pool.Run(static_cast<int>(blocks.size()), [&](int block, int thread) {
+        const StageScope timing(Timer(Stage::Encode, thread));
+        EncodeBlock(info, static_cast<size_t>(block));
+    });
+}
+
+void Orvane::BuildCoder(const CompressInfo& info, int coder)
+{
+    const size_t symbols = size_t{1} << info.route.backend->GetBitsPerSample();
+    std::vector<uint64_t>& totals = coderFrequencies[static_cast<size_t>(coder)];
+    totals.assign(symbols, 0);
+    for (BlockInfo& block : blocks) {
+        if (block.plane != coder)
+            continue;
+        block.coderId = coder;
+        std::ranges::transform(totals, block.frequencies, totals.begin(), std::plus());
+    }
+    coders[static_cast<size_t>(coder)]->BuildFromFrequencies(static_cast<int>(symbols), totals.data(), true);
+}
+
+void Orvane::EncodeBlock(const CompressInfo& info, size_t index)
+{
+    BlockInfo& block = blocks[index];
+    const HuffCoder& coder = *coders[static_cast<size_t>(block.coderId)];
+    const ImgProcBackend& backend = *info.route.backend;
+    const PlaneInfo rows = FromRow(residualPlanes.plane[static_cast<size_t>(block.plane)], block.firstRow);
+
+    // Contiguous rows are one run of symbols; otherwise each row is.
+    const bool contiguous = rows.pitch == block.width * backend.GetBytesPerSample();
+    const int runs = contiguous ? 1 : block.rows;
+    const auto run = static_cast<uint32_t>(contiguous ? block.width * block.rows : block.width);
+    const auto write = [&](auto&& put) {
+        BitStream stream;
+        BitStreamInit(stream, block.compressed.data(), block.compressed.size());
+        for (int i = 0; i < runs; ++i)
+            put(stream, RowAt(rows, i));
+        return static_cast<uint32_t>(BitStreamFinish(stream));
+    };
+
+    block.compressedSize =
+        write([&](BitStream& stream, const uint8_t* at) { coder.Encode(stream, at, run); });
+    const uint64_t samples = static_cast<uint64_t>(block.rows) * static_cast<uint64_t>(block.width);
+    const uint64_t raw = (static_cast<uint64_t>(backend.GetBitsPerSample()) * samples + 7) / 8;
+    // A tie goes to raw.
+    if (block.compressedSize < raw)
+        return;
+    Trace("Entropy encode skipped (%d >= %d, cplane: %d, cplane blockid: %d, coderid: %d)\n",
+          static_cast<int>(block.compressedSize), static_cast<int>(raw), block.plane, block.blockInPlane,
+          block.coderId);
+    block.compressedSize =
+        write([&](BitStream& stream, const uint8_t* at) { coder.WriteRaw(stream, at, run); });
+    block.flags |= kBlockRaw;
+}

@@ -1,0 +1,86 @@
+#include "core/frame_parser.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+uint32_t WordAt(FrameBytes frame, uint64_t offset)
+{
+    uint32_t word;
+    std::memcpy(&word, frame.data() + offset, sizeof word);
+    return word;
+}
+
+uint64_t OffsetTableBytes(uint64_t blockCount)
+{
+    return sizeof(uint32_t) * (blockCount + 1);
+}
+
+/// Whether a frame of this header can be read under this configuration record. The version itself need not
+/// match.
+bool BelongsTo(const FrameHeader& frame, const FrameHeader& config)
+{
+    const auto matrix = [](const FrameHeader& header) {
+        return EffectiveMatrix(header.formatCode, header.colorMatrix);
+    };
+    constexpr uint32_t compared = kFlagInterlaced | kFlagFullRange;
+    return frame.version <= kFrameVersion && frame.formatCode == config.formatCode &&
+           frame.maxCodeLength == config.maxCodeLength && matrix(frame) == matrix(config) &&
+           (frame.flags & compared) == (config.flags & compared) && frame.width == config.width &&
+           frame.height == config.height && StoredCoderType(frame) == StoredCoderType(config);
+}
+
+} // namespace
+
+FrameStart ParseFrameStart(FrameBytes frame, const FrameHeader& config)
+{
+    if (frame.size() < sizeof kFrameMagic)
+        return {FrameStatus::DamagedFrame};
+    if (!HasMagic(frame.data()))
+        return {FrameStatus::Ok, 0, config.blockHeight};
+    if (frame.size() < kFrameHeaderSize)
+        return {FrameStatus::DamagedFrame};
+    const FrameHeader header = ReadHeader(frame.data());
+    // A header size of 0 passes and puts the offset table over the header.
+    if (frame.size() < header.headerSize)
+        return {FrameStatus::DamagedFrame};
+    if (!BelongsTo(header, config))
+        return {FrameStatus::ForeignFrame};
+    return {FrameStatus::Ok, header.headerSize, header.blockHeight ? header.blockHeight : config.blockHeight};
+}
+
+bool HasOffsetTable(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount)
+{
+    return blockCount == 0 || tableOffset + OffsetTableBytes(blockCount) <= frame.size();
+}
+
+std::optional<BlockRange> LocateBlock(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount,
+                                      uint64_t index)
+{
+    const auto startOf = [&](uint64_t block) {
+        return tableOffset + WordAt(frame, tableOffset + sizeof(uint32_t) * (block + 1));
+    };
+    const uint64_t start = startOf(index);
+    // The last block ends with the frame, tail included, and so does a block whose successor starts before
+    // it.
+    uint64_t end = frame.size();
+    if (index + 1 < blockCount && startOf(index + 1) >= start)
+        end = startOf(index + 1);
+    if (end == start)
+        return BlockRange{start, 0};
+    if (start > end || end > frame.size())
+        return std::nullopt;
+    return BlockRange{start, end - start};
+}
+
+std::optional<CoderSection> LocateCoders(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount)
+{
+    const uint64_t at = tableOffset + OffsetTableBytes(blockCount);
+    if (at >= frame.size() || blockCount > frame.size() - at - 1)
+        return std::nullopt;
+    const FrameBytes behindCount = frame.subspan(static_cast<size_t>(at) + 1);
+    const auto idBytes = static_cast<size_t>(blockCount);
+    return CoderSection{frame[static_cast<size_t>(at)], behindCount.first(idBytes),
+                        behindCount.subspan(idBytes)};
+}

@@ -1,0 +1,138 @@
+// What the routing table answers: which pairs of formats, and which sizes, this codec takes.
+
+#include "core/block_list.h"
+#include "core/native_table.h"
+#include "core/orvane.h"
+#include "core/picture_layout.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+/// Smallest picture that is compressed.
+constexpr uint32_t kLeastSize = 4;
+/// Room in a frame's bound for all that is not payload.
+constexpr uint64_t kBoundOverhead = 0x40000;
+/// Bytes behind the last block that a frame may report.
+constexpr uint64_t kTailRoom = 16;
+constexpr uint64_t kLengthTableRoom = 512;
+
+/// Whether width and height are multiples of what both layouts of a route ask for.
+bool SuitsSubsampling(const FormatRoute& route, uint32_t width, uint32_t height, bool interlaced)
+{
+    const ImgProcBackend& native = route.frontend->nativeBackend;
+    const int across = std::max(route.backend->GetHorizontalSubsampling(), native.GetHorizontalSubsampling());
+    const int down = std::max(route.backend->GetVerticalSubsampling(), native.GetVerticalSubsampling()) *
+                     (interlaced ? 2 : 1);
+    return width % static_cast<uint32_t>(across) == 0 && height % static_cast<uint32_t>(down) == 0;
+}
+
+/// Whether all rows of all planes lie within signed 32-bit offsets, and the blocks within their limit.
+bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, uint32_t blockHeight)
+{
+    if (width > kMaxPlaneBytes || height > kMaxPlaneBytes)
+        return false;
+    const ImgProcFrontend& frontend = *route.frontend;
+    for (int i = 0; i < frontend.GetPlaneCount(); ++i) {
+        const uint64_t pitch = LeastPitch(frontend, i, width, frontend.GetDefaultRowAlignment(i));
+        if (pitch * PlaneRows(frontend, i, height) > kMaxPlaneBytes)
+            return false;
+    }
+    // Planes of our own: aligned rows behind a converter, rows a little wider than the picture's behind a
+    // packed front end. They are larger than the host's planes only where pictures are very narrow.
+    const uint64_t ownPitch = frontend.GetBaseAlignment(0) > 1 ? uint64_t{width} + 64
+                              : route.converter                ? alignUp(uint64_t{width}, uint64_t{16})
+                                                               : width;
+    const uint64_t bands = CountBands(height, std::min(blockHeight, height));
+    return ownPitch * height <= kMaxPlaneBytes &&
+           bands * static_cast<uint64_t>(route.backend->GetPlaneCount()) <= kMaxBlocks;
+}
+
+/// Bytes of all coded planes as raw residuals.
+uint64_t RawBytes(const ImgProcBackend& backend, uint32_t width, uint32_t height)
+{
+    uint64_t sum = 0;
+    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
+        const auto samples = static_cast<uint64_t>(backend.GetPlaneWidth(i, static_cast<int>(width))) *
+                             static_cast<uint64_t>(backend.GetPlaneHeight(i, static_cast<int>(height)));
+        sum += (samples * static_cast<uint64_t>(backend.GetBitsPerSample()) + 7) / 8;
+    }
+    return sum;
+}
+
+} // namespace
+
+const FormatRoute* Orvane::FindRoute(FormatId first, FormatId second) const
+{
+    const auto found = routes.find({first, second});
+    return found == routes.end() ? nullptr : &found->second;
+}
+
+FormatId Orvane::ResolveCode(FormatId formatId, FormatId formatCode) const
+{
+    if (formatCode != kAnyFormat)
+        return formatCode;
+    return formatId >= 0 && formatId < static_cast<FormatId>(NativeTable.size())
+               ? NativeTable[static_cast<size_t>(formatId)]
+               : kUnknownFormat;
+}
+
+bool Orvane::HasAlpha(FormatId id) const
+{
+    const FormatRoute* route = FindRoute(id, kAnyFormat);
+    return route && route->backend->GetPlaneCount() == 4;
+}
+
+bool Orvane::CanCompress(FormatId inputId, FormatId formatCode, uint32_t width, uint32_t height) const
+{
+    if (inputId < 0 || inputId > 255 ||
+        !MaskAllows(encodeSettings.InputColorSpace, CategoryTable[static_cast<size_t>(inputId)]))
+        return false;
+    const FormatRoute* route = FindRoute(inputId, formatCode);
+    return route && route->kind == RouteKind::Compress && width >= kLeastSize && height >= kLeastSize &&
+           SuitsSubsampling(*route, width, height, encodeSettings.Interlaced != 0) &&
+           IsAddressable(*route, width, height, blockHeight);
+}
+
+bool Orvane::CanCompressWith(const uint8_t* record, size_t size, FormatId inputId, uint32_t width,
+                             uint32_t height) const
+{
+    if (!ParseConfig(nullptr, record, size))
+        return false;
+    const FrameHeader header = ReadHeader(record);
+    const FormatRoute* route = FindRoute(inputId, header.formatCode);
+    if (!route || route->kind != RouteKind::Compress || header.width != width || header.height != height ||
+        !SuitsSubsampling(*route, width, height, IsInterlaced(header)) ||
+        !IsAddressable(*route, width, height, header.blockHeight))
+        return false;
+    // Header, offset table, ids, block heads, code tables and tail have what the bound leaves beside raw
+    // payloads.
+    const auto planes = static_cast<uint64_t>(route->backend->GetPlaneCount());
+    const uint64_t count = planes * CountBands(height, std::min(header.blockHeight, height));
+    const uint64_t perBlock = sizeof(uint32_t) + 1 + kBlockHeadBytes;
+    const uint64_t fixed = size + sizeof(uint32_t) + 1 + planes * kLengthTableRoom + kTailRoom;
+    return fixed + count * perBlock <= kBoundOverhead;
+}
+
+bool Orvane::CanDecompress(const uint8_t* record, size_t size, FormatId outputId) const
+{
+    if (!ParseConfig(nullptr, record, size))
+        return false;
+    const FrameHeader header = ReadHeader(record);
+    const FormatRoute* route = FindRoute(header.formatCode, outputId);
+    return route && route->kind == RouteKind::Decompress &&
+           SuitsSubsampling(*route, header.width, header.height, IsInterlaced(header)) &&
+           CodeLengthLimit(route->backend->GetBitsPerSample()) == header.maxCodeLength &&
+           header.colorMatrix <= 2 && IsAddressable(*route, header.width, header.height, header.blockHeight);
+}
+
+uint32_t Orvane::MaxCompressedSize(FormatId formatId, uint32_t width, uint32_t height,
+                                   FormatId formatCode) const
+{
+    const FormatRoute* route = FindRoute(formatId, formatCode);
+    if (!route || route->kind != RouteKind::Compress || width > kMaxPlaneBytes || height > kMaxPlaneBytes)
+        return 0;
+    const uint64_t bound = alignUp(kBoundOverhead + RawBytes(*route->backend, width, height), uint64_t{4});
+    return bound <= std::numeric_limits<uint32_t>::max() ? static_cast<uint32_t>(bound) : 0;
+}
