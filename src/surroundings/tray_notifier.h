@@ -31,7 +31,8 @@ using TrayHandle = std::unique_ptr<TrayNotifier, TrayStop>;
 
 /// Shows `status` at the start of a run as far as the user wants it.
 /// tray      gets a notifier when the icon is wanted and there is none; it stays empty when its thread cannot
-/// start status    copied; its mode chooses the bits settings  DecodeSettings::NotificationSettings: the icon
-/// of the mode, and with it the balloon Waits for the notifier's thread to be ready, so it must not be called
-/// while the loader's lock is held.
+///           start
+/// status    copied; its mode chooses the bits
+/// settings  DecodeSettings::NotificationSettings: the icon of the mode, and with it the balloon
+/// Waits for the notifier's thread to be ready, so it must not be called while the loader's lock is held.
 void PostNotify(TrayHandle& tray, const TrayStatus& status, uint32_t settings) noexcept;

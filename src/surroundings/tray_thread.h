@@ -1,0 +1,57 @@
+// The notifier itself: one thread with a window that is told what to do by posted messages only. Its owner, a
+// run, holds a TrayHandle and never waits for it to end; the thread frees the notifier on its way out and
+// keeps the library loaded until it has left.
+#pragma once
+
+#include "platform/event.h"
+#include "surroundings/message_window.h"
+#include "surroundings/tray_notifier.h"
+#include "surroundings/tray_shell.h"
+
+/// Messages to the window.
+enum TrayMessage : uint32_t {
+    kTrayCallback = 1034, ///< from the shell; the parameter is the mouse message
+    kTrayStatus = 1036,   ///< the parameter is a TrayStatus of the heap, which the receiver takes over
+    kTrayShowIcon = 1037,
+    kTrayRemoveIcon = 1038,
+    kTrayShowBalloon = 1039,
+};
+
+class TrayNotifier
+{
+  public:
+    /// Starts the thread and waits until it is ready: the window exists then, or has failed for good.
+    /// Empty when there is no thread to be had. `shell` outlives the notifier.
+    static TrayHandle Start(TrayShell& shell = SystemTrayShell(),
+                            std::unique_ptr<MessageWindow> window = MakeMessageWindow());
+
+    // The owner's side. What a notifier without a window is told is lost.
+    void PostStatus(const TrayStatus& status);
+    void PostShowIcon() { Post(kTrayShowIcon); }
+    void PostShowBalloon() { Post(kTrayShowBalloon); }
+    void PostRemoveIcon() { Post(kTrayRemoveIcon); }
+    void PostStop() { window->PostStop(); }
+
+  private:
+    TrayNotifier(TrayShell& shell, std::unique_ptr<MessageWindow> window);
+    bool Post(uint32_t message, intptr_t parameter = 0)
+    {
+        return window->Handle() && window->Post(message, parameter);
+    }
+
+    // The thread's side.
+    static void Run(void* notifier);
+    static std::optional<intptr_t> HandleMessage(void* notifier, uint32_t message,
+                                                 intptr_t parameter) noexcept;
+    intptr_t HandleMouse(intptr_t mouseMessage);
+    void Update(bool balloon);
+
+    const uint32_t Index;
+    TrayShell& shell;
+    const std::unique_ptr<MessageWindow> window; ///< final once ReadyEvent is set
+    platform::Event ReadyEvent{platform::Event::Kind::Manual};
+
+    // Of the thread alone.
+    std::unique_ptr<TrayStatus> Status = std::make_unique<TrayStatus>();
+    bool IconShown = false;
+};
