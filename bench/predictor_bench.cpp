@@ -1,0 +1,97 @@
+// The predictor kernels on blocks of 28 rows, in MB/s of samples (10^6 bytes).
+#include "imgproc/backend/predictors.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kRows = 28;
+
+/// A block of smooth content with noise, whose rows start on 64-byte boundaries where the pitch allows it.
+class Block
+{
+  public:
+    explicit Block(int pitch) : bytes_(static_cast<size_t>(pitch) * kRows + 64)
+    {
+        std::mt19937 random(1);
+        for (size_t i = 0; i < bytes_.size(); ++i)
+            bytes_[i] = static_cast<uint8_t>(i / 7 + random() % 8);
+        view_ = {bytes_.data() + (64 - reinterpret_cast<uintptr_t>(bytes_.data()) % 64) % 64, pitch};
+    }
+    const PlaneInfo& View() const { return view_; }
+
+  private:
+    std::vector<uint8_t> bytes_;
+    PlaneInfo view_;
+};
+
+void Measure(benchmark::State& state, int width, int rows, const std::function<void()>& work)
+{
+    for (auto _ : state) {
+        work();
+        benchmark::ClobberMemory();
+    }
+    state.counters["MB/s"] = benchmark::Counter(static_cast<double>(width) * rows * 1e-6,
+                                                benchmark::Counter::kIsIterationInvariantRate);
+}
+
+void Register(const std::string& name, int width, int rows,
+              std::function<void(const Block&, const Block&)> work)
+{
+    benchmark::RegisterBenchmark((name + "/" + std::to_string(width) + "x" + std::to_string(rows)).c_str(),
+                                 [=](benchmark::State& state) {
+                                     const Block source(width > 960 ? width : 1920);
+                                     const Block target(width > 960 ? width : 1920);
+                                     Measure(state, width, rows, [&] { work(source, target); });
+                                 });
+}
+
+void RegisterForm(const PredictorForm& form, int width, int rows)
+{
+    constexpr struct {
+        const char* name;
+        PredictMethod method;
+    } methods[] = {{"Left", PredictMethod::Left},
+                   {"Gradient", PredictMethod::Gradient},
+                   {"Median", PredictMethod::Median}};
+    for (const auto& row : methods) {
+        const PredictMethod method = row.method;
+        const std::string suffix = std::string("/") + row.name + "/" + form.name;
+        Register("Predict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
+            form.predict(source.View(), target.View(), width, rows, method);
+        });
+        Register("PredictInPlace" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
+            form.predictInPlace(source.View(), width, rows, method);
+        });
+        Register("Unpredict" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
+            form.unpredict(source.View(), width, rows, method);
+        });
+    }
+    const std::string suffix = std::string("/") + form.name;
+    Register("ScorePredictors" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
+        benchmark::DoNotOptimize(form.scorePredictors(source.View(), width, rows));
+    });
+    Register(
+        "ScoreAndPredictMedian" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
+            benchmark::DoNotOptimize(form.scoreAndPredictMedian(source.View(), target.View(), width, rows));
+        });
+}
+
+const bool kRegistered = [] {
+    for (const PredictorForm& form : kPredictorForms)
+        for (const auto& [width, rows] :
+             {std::pair(1920, kRows), std::pair(960, kRows), std::pair(960, kRows / 2)})
+            RegisterForm(form, width, rows);
+    Register("memcpy", 1920, kRows, [](const Block& source, const Block& target) {
+        std::memcpy(target.View().data, source.View().data, 1920 * kRows);
+    });
+    return true;
+}();
+
+} // namespace

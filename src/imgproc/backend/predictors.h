@@ -1,0 +1,55 @@
+// The predictor kernels: each turns a block of samples into residuals or back. A block is the rectangle of
+// width x height bytes at a view; nothing outside it is read or written, its rows may have any alignment and
+// any pitch. A block with a width or height of 0 or less is left alone. No kernel has state: any number of
+// threads may run them at once, each on rows of its own.
+#pragma once
+
+#include "common/plane_info.h"
+#include "common/settings_records.h"
+#include "common/vector_level.h"
+#include "imgproc/backend/imgproc_backend.h"
+
+/// Writes the residuals of `source` to `target`, which does not overlap it.
+using PredictKernel = void(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                           PredictMethod method);
+/// Turns samples into residuals, or back, where they stand.
+using InPlaceKernel = void(const PlaneInfo& view, int width, int height, PredictMethod method);
+/// Rates the predictors on the bodies (row_cut.h) of rows 1 to height - 1. Each sample adds |residual - 128|
+/// to the sum of each method: 128 where the prediction is perfect, 0 where it is worst. The sums wrap at 32
+/// bits.
+using ScoreKernel = PredictorScores(const PlaneInfo& view, int width, int height);
+/// Scores of `source` and its Median residuals in `target` in one pass. The two do not overlap.
+using ScoreAndPredictMedianKernel = PredictorScores(const PlaneInfo& source, const PlaneInfo& target,
+                                                    int width, int height);
+
+// The meaning, one sample at a time.
+PredictKernel PredictScalar;
+InPlaceKernel PredictInPlaceScalar;
+InPlaceKernel UnpredictScalar;
+ScoreKernel ScorePredictorsScalar;
+ScoreAndPredictMedianKernel ScoreAndPredictMedianScalar;
+
+PredictKernel PredictSse2;
+InPlaceKernel PredictInPlaceSse2;
+InPlaceKernel UnpredictSse2;
+ScoreKernel ScorePredictorsSse2;
+ScoreAndPredictMedianKernel ScoreAndPredictMedianSse2;
+
+struct PredictorForm {
+    const char* name;
+    PredictKernel* predict;
+    InPlaceKernel* predictInPlace;
+    InPlaceKernel* unpredict;
+    ScoreKernel* scorePredictors;
+    ScoreAndPredictMedianKernel* scoreAndPredictMedian;
+};
+
+/// All forms of one meaning, reference first. Tests and benchmarks walk this list.
+inline constexpr PredictorForm kPredictorForms[] = {
+    {"scalar", PredictScalar, PredictInPlaceScalar, UnpredictScalar, ScorePredictorsScalar,
+     ScoreAndPredictMedianScalar},
+    {"sse2", PredictSse2, PredictInPlaceSse2, UnpredictSse2, ScorePredictorsSse2, ScoreAndPredictMedianSse2},
+};
+
+/// The form that callers use.
+inline constexpr const PredictorForm& kPredictors = kPredictorForms[kScalarOnly ? 0 : 1];

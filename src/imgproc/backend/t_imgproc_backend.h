@@ -1,0 +1,37 @@
+#pragma once
+
+#include "imgproc/backend/imgproc_backend.h"
+
+/// The predictors for one sample type, shared by all plane layouts.
+template <class Sample, int bits>
+class TImgProcBackendBase : public ImgProcBackend
+{
+  public:
+    int GetBytesPerSample() const override { return sizeof(Sample); }
+    int GetBitsPerSample() const override { return bits; }
+
+    PredictorScores ScorePredictors(const PlaneInfo& view, int width, int height) const override;
+    void Predict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                 PredictMethod method) const override;
+    void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
+    void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
+};
+
+/// A plane layout: `comps` planes; those behind the first are smaller by `hsub` and `vsub`.
+template <class Sample, int bits, int comps, int hsub, int vsub>
+class TImgProcBackend final : public TImgProcBackendBase<Sample, bits>
+{
+  public:
+    int GetPlaneCount() const override { return comps; }
+    int GetPlaneWidth(int plane, int width) const override { return plane == 0 ? width : width / hsub; }
+    int GetPlaneHeight(int plane, int height) const override { return plane == 0 ? height : height / vsub; }
+    int GetHorizontalSubsampling() const override { return hsub; }
+    int GetVerticalSubsampling() const override { return vsub; }
+};
+
+extern template class TImgProcBackendBase<unsigned char, 8>;
+extern template class TImgProcBackend<unsigned char, 8, 1, 1, 1>; // 4:0:0
+extern template class TImgProcBackend<unsigned char, 8, 3, 1, 1>; // RGB and 4:4:4
+extern template class TImgProcBackend<unsigned char, 8, 3, 2, 1>; // 4:2:2
+extern template class TImgProcBackend<unsigned char, 8, 3, 2, 2>; // 4:2:0
+extern template class TImgProcBackend<unsigned char, 8, 4, 1, 1>; // RGBA and 4:4:4:4

@@ -1,0 +1,265 @@
+// The inverse of Median. Each sample needs its left neighbour through a minimum and a maximum, so a row
+// cannot be done in parts; but samples on one anti-diagonal do not need each other. A row group takes up to
+// 16 rows, one to a lane, and goes along them in steps: in step s, lane k gets column s - k of its row. With
+// v the samples of the last step and t those of the last step moved up one lane,
+//
+//     L is v,    T is t,    TL is the t of the step before,
+//
+// since lane k - 1 reached the column above one step ago. A step is eight operations for 16 samples, with a
+// chain of five from step to step.
+//
+// Lane 0 holds the row above the group as its own left differences. What is moved into it is 0, and with T =
+// TL = 0 Median predicts L, so it unrolls itself to the finished row without a case of its own. For the first
+// group that is row 0 as it is stored; a later group starts on the last row of the group before it, which is
+// finished, and takes its differences. Columns left of a row read as residual 0 and keep their lane at 0: at
+// column 0 L and TL are 0 then, the prediction is T, and that rule needs no case either.
+//
+// Steps go in batches of 16. A batch takes 16 residuals of each row, each lane's a column further left than
+// the one before, turns rows into diagonals, runs the steps and turns the diagonals back. A turn works on
+// eight vectors at a time and so keeps to the registers. It ends in whole vectors: halves would double the
+// stores, of which a core finishes one a cycle, and could not be forwarded to the loads of the steps. The few
+// batches that reach over an edge of the block go through a small copy.
+//
+// The next group follows two batches behind: two groups run side by side, and one fills the waits of the
+// other.
+#include "imgproc/backend/unpredict_median_sse2.h"
+
+#include "imgproc/backend/predictor_rule_sse2.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+namespace {
+
+constexpr int kLanes = 16;
+constexpr int kBatch = 16;
+constexpr int kEdgePitch = 2 * kBatch;
+// Batches from one group to the next. In batch b lane 0 needs the finished row up to column 16b + 15; that is
+// lane 15 of the group above, which is done with it after its batch b + 1.
+constexpr int kLag = 2;
+
+/// Calls work(0) to work(n - 1) with constants, unrolled: arrays that `work` indexes stay in registers.
+template <int n, class Work>
+[[gnu::always_inline]] inline void Repeat(Work work)
+{
+    [&]<int... i>(std::integer_sequence<int, i...>)
+    {
+        (work(std::integral_constant<int, i>()), ...);
+    }
+    (std::make_integer_sequence<int, n>());
+}
+
+__m128i LoadHalf(const uint8_t* at)
+{
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
+}
+
+/// The turn behind its first level. pairs[i] has bytes 2i and 2i + 1 of each of eight vectors, vector by
+/// vector; `whole` receives the vectors.
+[[gnu::always_inline]] inline void JoinPairs(const __m128i (&pairs)[8], __m128i (&whole)[8])
+{
+    __m128i halves[2][4]; // bytes 0 to 7, 8 to 15; of vectors 2i and 2i + 1
+    Repeat<2>([&](auto half) {
+        const __m128i low01 = _mm_unpacklo_epi16(pairs[4 * half], pairs[4 * half + 1]);
+        const __m128i high01 = _mm_unpackhi_epi16(pairs[4 * half], pairs[4 * half + 1]);
+        const __m128i low23 = _mm_unpacklo_epi16(pairs[4 * half + 2], pairs[4 * half + 3]);
+        const __m128i high23 = _mm_unpackhi_epi16(pairs[4 * half + 2], pairs[4 * half + 3]);
+        halves[half][0] = _mm_unpacklo_epi32(low01, low23);
+        halves[half][1] = _mm_unpackhi_epi32(low01, low23);
+        halves[half][2] = _mm_unpacklo_epi32(high01, high23);
+        halves[half][3] = _mm_unpackhi_epi32(high01, high23);
+    });
+    Repeat<4>([&](auto i) {
+        whole[2 * i] = _mm_unpacklo_epi64(halves[0][i], halves[1][i]);
+        whole[2 * i + 1] = _mm_unpackhi_epi64(halves[0][i], halves[1][i]);
+    });
+}
+
+/// 1 to 32 bytes, without a loop.
+void CopyShort(uint8_t* target, const uint8_t* source, int count)
+{
+    const auto copyBothEnds = [&]<size_t size>(std::array<uint8_t, size> first) {
+        std::array<uint8_t, size> last;
+        std::memcpy(first.data(), source, size);
+        std::memcpy(last.data(), source + count - size, size);
+        std::memcpy(target, first.data(), size);
+        std::memcpy(target + count - size, last.data(), size);
+    };
+    if (count >= 16)
+        copyBothEnds(std::array<uint8_t, 16>());
+    else if (count >= 8)
+        copyBothEnds(std::array<uint8_t, 8>());
+    else if (count >= 4)
+        copyBothEnds(std::array<uint8_t, 4>());
+    else
+        for (int i = 0; i < count; ++i)
+            target[i] = source[i];
+}
+
+/// Up to 16 rows on their way from residuals to samples.
+class MedianRowGroup
+{
+  public:
+    /// top       the row in lane 0
+    /// rows      2 to 16, that one included
+    /// finished  whether lane 0 holds samples already, by the group above; they must be ahead of this group
+    /// by the
+    ///           columns of one batch
+    MedianRowGroup(const PlaneInfo& top, int width, int rows, bool finished)
+        : top_(top.data), pitch_(top.pitch), width_(width), rows_(rows),
+          finished_(_mm_set1_epi8(finished ? -1 : 0))
+    {}
+
+    int BatchesLeft() const { return (width_ + rows_ - 1 + kBatch - 1) / kBatch - batch_; }
+
+    /// Turns the residuals of the next batch into diagonals.
+    void LoadBatch()
+    {
+        if (InsideBlock()) {
+            LoadRows(top_ + batch_ * kBatch, pitch_ - 1);
+        } else {
+            CopyToEdge();
+            LoadRows(edge_ + kBatch, kEdgePitch - 1);
+        }
+    }
+
+    /// Steps 2 * pair and 2 * pair + 1 of the batch, and the first level of turning their samples back.
+    void TwoSteps(int pair)
+    {
+        const __m128i first = Step(diagonals_[2 * pair]);
+        const __m128i second = Step(diagonals_[2 * pair + 1]);
+        stepPairs_[0][pair] = _mm_unpacklo_epi8(first, second);
+        stepPairs_[1][pair] = _mm_unpackhi_epi8(first, second);
+    }
+
+    /// Turns the samples of the batch back into rows.
+    void StoreBatch()
+    {
+        if (InsideBlock()) {
+            StoreRows(top_ + batch_ * kBatch, pitch_ - 1);
+        } else {
+            StoreRows(edge_ + kBatch, kEdgePitch - 1);
+            CopyFromEdge();
+        }
+        ++batch_;
+    }
+
+  private:
+    __m128i Step(__m128i residuals)
+    {
+        const __m128i above = _mm_slli_si128(samples_, 1);
+        const __m128i prediction = PredictVector(MedianRule(), samples_, above, aboveLeft_);
+        aboveLeft_ = above;
+        samples_ = _mm_add_epi8(prediction, residuals);
+        return samples_;
+    }
+
+    /// Whether all columns that the lanes take in this batch exist, and the one left of lane 0's first.
+    bool InsideBlock() const { return batch_ > 0 && (batch_ + 1) * kBatch <= width_; }
+
+    // `at` is the batch's first column in lane 0; `skewed`, a row less a column, leads to that of the next
+    // lane.
+
+    void LoadRows(const uint8_t* at, ptrdiff_t skewed)
+    {
+        LoadEightColumns(at, skewed, diagonals_);
+        LoadEightColumns(at + 8, skewed, diagonals_ + 8);
+    }
+
+    void LoadEightColumns(const uint8_t* at, ptrdiff_t skewed, __m128i* diagonals) const
+    {
+        const __m128i differences = _mm_sub_epi8(LoadHalf(at), _mm_and_si128(LoadHalf(at - 1), finished_));
+        const bool full = rows_ == kLanes;
+        const auto row = [&](int k) {
+            return full || k < rows_ ? LoadHalf(at + k * skewed) : _mm_setzero_si128();
+        };
+        __m128i pairs[8];
+        pairs[0] = _mm_unpacklo_epi8(differences, row(1));
+        Repeat<7>([&](auto i) { pairs[i + 1] = _mm_unpacklo_epi8(row(2 * i + 2), row(2 * i + 3)); });
+        __m128i whole[8];
+        JoinPairs(pairs, whole);
+        Repeat<8>([&](auto i) { diagonals[i] = whole[i]; });
+    }
+
+    void StoreRows(uint8_t* at, ptrdiff_t skewed) const
+    {
+        StoreEightRows(at, skewed, stepPairs_[0], rows_);
+        StoreEightRows(at + 8 * skewed, skewed, stepPairs_[1], rows_ - 8);
+    }
+
+    static void StoreEightRows(uint8_t* at, ptrdiff_t skewed, const __m128i (&pairs)[8], int count)
+    {
+        __m128i whole[8];
+        JoinPairs(pairs, whole);
+        const bool full = count >= 8;
+        Repeat<8>([&](auto k) {
+            if (full || k < count)
+                StoreBytes(at + k * skewed, whole[k]);
+        });
+    }
+
+    // The edge copy has the 16 columns left of the batch and its own 16, as far as they exist. What does not
+    // exist left of the block is 0, since batch 0 comes first; what the lanes take for columns behind the
+    // block is of no matter, since only such columns depend on it.
+    int EdgeStart() const { return std::max(0, (batch_ - 1) * kBatch); }
+    int EdgeCount() const { return std::min(width_, (batch_ + 1) * kBatch) - EdgeStart(); }
+    uint8_t* EdgeRow(int k) { return edge_ + k * kEdgePitch + (batch_ == 0 ? kBatch : 0); }
+
+    void CopyToEdge()
+    {
+        for (int k = 0; k < rows_; ++k)
+            CopyShort(EdgeRow(k), top_ + k * pitch_ + EdgeStart(), EdgeCount());
+    }
+
+    void CopyFromEdge()
+    {
+        for (int k = 0; k < rows_; ++k)
+            CopyShort(top_ + k * pitch_ + EdgeStart(), EdgeRow(k), EdgeCount());
+    }
+
+    uint8_t* const top_;
+    const ptrdiff_t pitch_;
+    const int width_;
+    const int rows_;
+    const __m128i finished_; // mask
+    int batch_ = 0;
+    __m128i samples_ = _mm_setzero_si128();   // of the last step
+    __m128i aboveLeft_ = _mm_setzero_si128(); // for the next step
+    __m128i diagonals_[kBatch];               // residuals by step
+    __m128i stepPairs_[2][kBatch / 2];        // samples of two steps: lanes 0 to 7, lanes 8 to 15
+    alignas(16) uint8_t edge_[kLanes * kEdgePitch] = {};
+};
+
+/// Takes groups `batches` further, side by side.
+template <class... Group>
+void UnpredictMedianRows(int batches, Group&... group)
+{
+    for (int b = 0; b < batches; ++b) {
+        (group.LoadBatch(), ...);
+        for (int pair = 0; pair < kBatch / 2; ++pair)
+            (group.TwoSteps(pair), ...);
+        (group.StoreBatch(), ...);
+    }
+}
+
+} // namespace
+
+void UnpredictMedianSse2(const PlaneInfo& view, int width, int height)
+{
+    constexpr int newRows = kLanes - 1;
+    for (int top = 0; top + 1 < height; top += 2 * newRows) {
+        MedianRowGroup first(FromRow(view, top), width, std::min(kLanes, height - top), top > 0);
+        const int nextTop = top + newRows;
+        if (nextTop + 1 >= height) {
+            UnpredictMedianRows(first.BatchesLeft(), first);
+            continue;
+        }
+        MedianRowGroup second(FromRow(view, nextTop), width, std::min(kLanes, height - nextTop), true);
+        UnpredictMedianRows(std::min(kLag, first.BatchesLeft()), first);
+        UnpredictMedianRows(first.BatchesLeft(), first, second);
+        UnpredictMedianRows(second.BatchesLeft(), second);
+    }
+}

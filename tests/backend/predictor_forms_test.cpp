@@ -1,0 +1,217 @@
+// Every form of the predictors gives the bytes of the scalar form, and touches nothing outside the block.
+#include "guarded_block.h"
+#include "imgproc/backend/predictors.h"
+#include "support/long_tests.h"
+#include "support/test_seed.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median};
+const PredictorForm& kReference = kPredictorForms[0];
+
+/// Calls `check` with a block for widths of 1 to 300 at every alignment.
+template <class Check>
+void ForManyBlocks(Check check)
+{
+    std::mt19937 random(TestSeed());
+    const int heightsEach = LongTests() ? 12 : 1;
+    for (int width = 1; width <= 300; ++width)
+        for (int alignment = 0; alignment < 16; ++alignment)
+            for (int i = 0; i < heightsEach; ++i) {
+                const int height = 1 + static_cast<int>(random() % (width < 100 ? 66 : 35));
+                check(MakeBlock({width, height, RandomPitch(width, random), alignment}, random), random);
+                if (testing::Test::HasFatalFailure())
+                    return;
+            }
+}
+
+TEST(PredictorForms, ForwardInPlaceGivesTheBytesOfTheScalarForm)
+{
+    ForManyBlocks([](const GuardedBlock& samples, std::mt19937& random) {
+        const PredictMethod method = kMethods[random() % 3];
+        const auto [width, height, pitch, alignment] = samples.Geometry();
+        GuardedBlock expected(samples);
+        kReference.predictInPlace(expected.View(), width, height, method);
+        for (const PredictorForm& form : kPredictorForms) {
+            GuardedBlock actual(samples);
+            form.predictInPlace(actual.View(), width, height, method);
+            ASSERT_EQ(actual, expected)
+                << form.name << " " << samples.Geometry() << " " << static_cast<int>(method);
+        }
+    });
+}
+
+TEST(PredictorForms, ForwardOutOfPlaceGivesTheBytesOfTheFormInPlace)
+{
+    ForManyBlocks([](const GuardedBlock& samples, std::mt19937& random) {
+        const PredictMethod method = kMethods[random() % 3];
+        const auto [width, height, pitch, alignment] = samples.Geometry();
+        GuardedBlock inPlace(samples);
+        kReference.predictInPlace(inPlace.View(), width, height, method);
+        const GuardedBlock target =
+            MakeBlock({width, height, RandomPitch(width, random), static_cast<int>(random() % 16)}, random);
+        GuardedBlock expected(target);
+        for (int r = 0; r < height; ++r)
+            for (int c = 0; c < width; ++c)
+                expected.At(r, c) = inPlace.At(r, c);
+        for (const PredictorForm& form : kPredictorForms) {
+            GuardedBlock source(samples);
+            GuardedBlock actual(target);
+            form.predict(source.View(), actual.View(), width, height, method);
+            ASSERT_EQ(actual, expected)
+                << form.name << " " << samples.Geometry() << " " << static_cast<int>(method);
+            ASSERT_EQ(source, samples) << form.name << " " << samples.Geometry();
+        }
+    });
+}
+
+TEST(PredictorForms, InverseGivesTheBytesOfTheScalarForm)
+{
+    ForManyBlocks([](const GuardedBlock& residuals, std::mt19937&) {
+        const auto [width, height, pitch, alignment] = residuals.Geometry();
+        for (const PredictMethod method : kMethods) {
+            GuardedBlock expected(residuals);
+            kReference.unpredict(expected.View(), width, height, method);
+            for (const PredictorForm& form : kPredictorForms) {
+                GuardedBlock actual(residuals);
+                form.unpredict(actual.View(), width, height, method);
+                ASSERT_EQ(actual, expected)
+                    << form.name << " " << residuals.Geometry() << " " << static_cast<int>(method);
+            }
+        }
+    });
+}
+
+TEST(PredictorForms, InverseOfMedianIsRightAtEveryHeight)
+{
+    std::mt19937 random(TestSeed());
+    for (const int width : {1, 2, 7, 15, 16, 17, 31, 32, 33, 47, 48, 64, 100}) {
+        for (int height = 1; height <= 140; ++height) {
+            const BlockGeometry geometry = {width, height, RandomPitch(width, random),
+                                            static_cast<int>(random() % 16)};
+            const GuardedBlock residuals = MakeBlock(geometry, random);
+            GuardedBlock expected(residuals);
+            kReference.unpredict(expected.View(), width, height, PredictMethod::Median);
+            for (const PredictorForm& form : kPredictorForms) {
+                GuardedBlock actual(residuals);
+                form.unpredict(actual.View(), width, height, PredictMethod::Median);
+                ASSERT_EQ(actual, expected) << form.name << " " << geometry;
+            }
+        }
+    }
+}
+
+TEST(PredictorForms, InverseOfForwardIsTheBlock)
+{
+    ForManyBlocks([](const GuardedBlock& samples, std::mt19937&) {
+        const auto [width, height, pitch, alignment] = samples.Geometry();
+        for (const PredictMethod method : kMethods)
+            for (const PredictorForm& form : kPredictorForms) {
+                GuardedBlock block(samples);
+                form.predictInPlace(block.View(), width, height, method);
+                form.unpredict(block.View(), width, height, method);
+                ASSERT_EQ(block, samples)
+                    << form.name << " " << samples.Geometry() << " " << static_cast<int>(method);
+            }
+    });
+}
+
+TEST(PredictorForms, ScoresAreThoseOfTheScalarForm)
+{
+    int scored = 0;
+    ForManyBlocks([&](const GuardedBlock& samples, std::mt19937& random) {
+        const auto [width, height, pitch, alignment] = samples.Geometry();
+        GuardedBlock block(samples);
+        const PredictorScores expected = kReference.scorePredictors(block.View(), width, height);
+        scored += expected.median > 0;
+        const GuardedBlock target =
+            MakeBlock({width, height, RandomPitch(width, random), static_cast<int>(random() % 16)}, random);
+        GuardedBlock residuals(target);
+        kReference.predict(block.View(), residuals.View(), width, height, PredictMethod::Median);
+        for (const PredictorForm& form : kPredictorForms) {
+            ASSERT_EQ(form.scorePredictors(block.View(), width, height), expected)
+                << form.name << " " << samples.Geometry();
+            GuardedBlock actual(target);
+            ASSERT_EQ(form.scoreAndPredictMedian(block.View(), actual.View(), width, height), expected)
+                << form.name << " " << samples.Geometry();
+            ASSERT_EQ(actual, residuals) << form.name << " " << samples.Geometry();
+        }
+        ASSERT_EQ(block, samples);
+    });
+    EXPECT_GT(scored, 4000);
+}
+
+TEST(PredictorForms, FieldsAreBlocksOfTheirOwn)
+{
+    std::mt19937 random(TestSeed());
+    for (int height = 2; height <= 70; height += 2) {
+        const int width = 1 + static_cast<int>(random() % 200);
+        const GuardedBlock samples =
+            MakeBlock({width, height, RandomPitch(width, random), static_cast<int>(random() % 16)}, random);
+        const int rows = height / 2;
+        for (const PredictMethod method : kMethods)
+            for (const PredictorForm& form : kPredictorForms) {
+                GuardedBlock block(samples);
+                GuardedBlock expected(samples);
+                for (int field = 0; field < 2; ++field) {
+                    GuardedBlock alone({width, rows, width, 0});
+                    for (int r = 0; r < rows; ++r)
+                        std::copy_n(&expected.At(2 * r + field, 0), width, &alone.At(r, 0));
+                    kReference.predictInPlace(alone.View(), width, rows, method);
+                    for (int r = 0; r < rows; ++r)
+                        std::copy_n(&alone.At(r, 0), width, &expected.At(2 * r + field, 0));
+                    form.predictInPlace(FieldOf(block.View(), field), width, rows, method);
+                }
+                ASSERT_EQ(block, expected) << form.name << " " << samples.Geometry();
+                for (int field = 0; field < 2; ++field)
+                    form.unpredict(FieldOf(block.View(), field), width, rows, method);
+                ASSERT_EQ(block, samples) << form.name << " " << samples.Geometry();
+            }
+    }
+}
+
+// The address sanitizer watches the ends of each allocation, which are the first and last bytes of the block
+// here.
+TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
+{
+    std::mt19937 random(TestSeed());
+    for (int width = 1; width <= 100; ++width)
+        for (const int height : {1, 2, 9, 16, 17, 31, 32}) {
+            const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height);
+            const auto source = std::make_unique<uint8_t[]>(size);
+            const auto target = std::make_unique<uint8_t[]>(size);
+            std::generate_n(source.get(), size, [&] { return static_cast<uint8_t>(random()); });
+            const std::vector<uint8_t> before(source.get(), source.get() + size);
+            for (const int pitch : {width, -width}) {
+                const ptrdiff_t start = pitch < 0 ? static_cast<ptrdiff_t>(width) * (height - 1) : 0;
+                const PlaneInfo view = {source.get() + start, pitch};
+                const PlaneInfo residuals = {target.get() + start, pitch};
+                for (const PredictorForm& form : kPredictorForms) {
+                    for (const PredictMethod method : kMethods) {
+                        form.predict(view, residuals, width, height, method);
+                        form.unpredict(residuals, width, height, method);
+                        ASSERT_TRUE(std::equal(before.begin(), before.end(), target.get()))
+                            << form.name << " " << width << " x " << height;
+                        form.predictInPlace(view, width, height, method);
+                        form.unpredict(view, width, height, method);
+                        ASSERT_TRUE(std::equal(before.begin(), before.end(), source.get()))
+                            << form.name << " " << width << " x " << height;
+                    }
+                    const PredictorScores scores = form.scorePredictors(view, width, height);
+                    ASSERT_EQ(form.scoreAndPredictMedian(view, residuals, width, height), scores);
+                }
+            }
+        }
+}
+
+TEST(PredictorForms, CallersGetTheVectorFormUnlessBuiltWithout)
+{
+    EXPECT_STREQ(kPredictors.name, kScalarOnly ? "scalar" : "sse2");
+}
+
+} // namespace

@@ -1,0 +1,83 @@
+#include "imgproc/backend/t_imgproc_backend.h"
+
+#include "guarded_block.h"
+#include "imgproc/backend/predictors.h"
+#include "support/test_seed.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const TImgProcBackend<unsigned char, 8, 1, 1, 1> kGray;
+const TImgProcBackend<unsigned char, 8, 3, 1, 1> k444;
+const TImgProcBackend<unsigned char, 8, 3, 2, 1> k422;
+const TImgProcBackend<unsigned char, 8, 3, 2, 2> k420;
+const TImgProcBackend<unsigned char, 8, 4, 1, 1> k4444;
+
+struct LayoutRow {
+    const ImgProcBackend& backend;
+    int planes;
+    int hsub;
+    int vsub;
+    int chromaWidthOf7;
+    int chromaHeightOf5;
+};
+const LayoutRow kLayouts[] = {
+    {kGray, 1, 1, 1, 7, 5}, {k444, 3, 1, 1, 7, 5},  {k422, 3, 2, 1, 3, 5},
+    {k420, 3, 2, 2, 3, 2},  {k4444, 4, 1, 1, 7, 5},
+};
+
+TEST(TImgProcBackend, PlanesBehindTheFirstAreDividedAndTruncated)
+{
+    for (const LayoutRow& row : kLayouts) {
+        EXPECT_EQ(row.backend.GetPlaneCount(), row.planes);
+        EXPECT_EQ(row.backend.GetHorizontalSubsampling(), row.hsub);
+        EXPECT_EQ(row.backend.GetVerticalSubsampling(), row.vsub);
+        EXPECT_EQ(row.backend.GetPlaneWidth(0, 7), 7);
+        EXPECT_EQ(row.backend.GetPlaneHeight(0, 5), 5);
+        for (int plane = 1; plane < kMaxPlanes; ++plane) {
+            EXPECT_EQ(row.backend.GetPlaneWidth(plane, 7), row.chromaWidthOf7);
+            EXPECT_EQ(row.backend.GetPlaneHeight(plane, 5), row.chromaHeightOf5);
+            EXPECT_EQ(row.backend.GetPlaneWidth(plane, 1920), 1920 / row.hsub);
+            EXPECT_EQ(row.backend.GetPlaneHeight(plane, 1080), 1080 / row.vsub);
+            EXPECT_EQ(row.backend.GetPlaneHeight(plane, 0), 0);
+        }
+    }
+}
+
+TEST(TImgProcBackend, SamplesAreBytes)
+{
+    for (const LayoutRow& row : kLayouts) {
+        EXPECT_EQ(row.backend.GetBytesPerSample(), 1);
+        EXPECT_EQ(row.backend.GetBitsPerSample(), 8);
+    }
+}
+
+TEST(TImgProcBackend, EveryLayoutRunsThePredictorsOfItsSampleType)
+{
+    std::mt19937 random(TestSeed());
+    const PredictorForm& reference = kPredictorForms[0];
+    for (const LayoutRow& row : kLayouts)
+        for (const PredictMethod method :
+             {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median}) {
+            constexpr int width = 77;
+            constexpr int height = 28;
+            GuardedBlock samples({width, height, 80, 2});
+            samples.Fill([&] { return random(); });
+            GuardedBlock expected(samples);
+            reference.predictInPlace(expected.View(), width, height, method);
+
+            GuardedBlock inPlace(samples);
+            row.backend.PredictInPlace(inPlace.View(), width, height, method);
+            EXPECT_EQ(inPlace, expected);
+            GuardedBlock target(samples);
+            row.backend.Predict(samples.View(), target.View(), width, height, method);
+            EXPECT_EQ(target, expected);
+            row.backend.Unpredict(target.View(), width, height, method);
+            EXPECT_EQ(target, samples);
+            EXPECT_EQ(row.backend.ScorePredictors(samples.View(), width, height),
+                      reference.scorePredictors(samples.View(), width, height));
+        }
+}
+
+} // namespace
