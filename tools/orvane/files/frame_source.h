@@ -1,0 +1,48 @@
+// Pictures going in and out, one after the other, whatever the file is.
+#pragma once
+
+#include "files/pixel_layout.h"
+#include "files/rational.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+/// What a sequence of pictures is. Absent fields are not known to the file.
+struct VideoInfo {
+    const PixelLayout* layout = nullptr;
+    int width = 0;
+    int height = 0;
+    std::optional<Rational> rate;
+    std::optional<bool> interlaced;
+    std::optional<bool> bottomFieldFirst; ///< only with interlaced
+    std::optional<bool> fullRange;
+
+    size_t FrameBytes() const { return static_cast<size_t>(PictureBytes(*layout, width, height)); }
+};
+
+class FrameSource
+{
+  public:
+    virtual ~FrameSource() = default;
+    const VideoInfo& Info() const { return info; }
+    /// Where it ends, if it is known before.
+    virtual std::optional<uint64_t> FrameCount() const { return std::nullopt; }
+    /// Reads the next picture, tight and top-down, into Info().FrameBytes() bytes. False behind the last one.
+    /// Throws ToolError when the file is damaged or ends inside a picture.
+    virtual bool Next(std::span<uint8_t> picture) = 0;
+
+  protected:
+    VideoInfo info;
+};
+
+class FrameSink
+{
+  public:
+    virtual ~FrameSink() = default;
+    /// Writes a picture of the size and layout that the sink was opened for.
+    /// number  of the frame in its stream, for file names
+    virtual void Write(std::span<const uint8_t> picture, uint64_t number) = 0;
+    /// Completes the output; until then it does not appear under its name.
+    virtual void Finish() = 0;
+};

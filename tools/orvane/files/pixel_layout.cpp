@@ -1,0 +1,124 @@
+#include "files/pixel_layout.h"
+
+#include "files/fourcc.h"
+#include "tool_error.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace {
+
+constexpr auto kPacked = Arrangement::Packed;
+constexpr auto kPlanar = Arrangement::Planar;
+
+constexpr PixelLayout kLayouts[] = {
+    {"RGB24", 0, 24, kCodeRgb, kPacked, 1, 1, -1},
+    {"RGB32", 0, 32, kCodeRgb, kPacked, 1, 1, 3},
+    {"RGBA", 0, 32, kCodeRgba, kPacked, 1, 1, -1},
+    {"I420", FourCC("I420"), 12, kCodeYuv420, kPlanar, 2, 2, -1},
+    {"IYUV", FourCC("IYUV"), 12, kCodeYuv420, kPlanar, 2, 2, -1},
+    {"YV12", FourCC("YV12"), 12, kCodeYuv420, kPlanar, 2, 2, -1},
+    {"YUY2", FourCC("YUY2"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"YUYV", FourCC("YUYV"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"UYVY", FourCC("UYVY"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"2vuy", FourCC("2vuy"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"2Vuy", FourCC("2Vuy"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"HDYC", FourCC("HDYC"), 16, kCodeYuv422, kPacked, 2, 1, -1},
+    {"I444", FourCC("I444"), 24, kCodeYuv444, kPlanar, 1, 1, -1},
+    {"YV24", FourCC("YV24"), 24, kCodeYuv444, kPlanar, 1, 1, -1},
+    {"v308", FourCC("v308"), 24, kCodeYuv444, kPacked, 1, 1, -1},
+    {"AYUV", FourCC("AYUV"), 32, kCodeYuva, kPacked, 1, 1, -1},
+    {"v408", FourCC("v408"), 32, kCodeYuva, kPacked, 1, 1, -1},
+    {"Y800", FourCC("Y800"), 8, kCodeGray, kPlanar, 1, 1, -1},
+    {"Y8", FourCC("Y8  "), 8, kCodeGray, kPlanar, 1, 1, -1},
+    {"GREY", FourCC("GREY"), 8, kCodeGray, kPlanar, 1, 1, -1},
+};
+
+constexpr CompressedFormat kFormats[] = {
+    {kCodeRgb, FourCC("O8RG"), "rgb", "RGB", 3, 1, 1, "RGB24"},
+    {kCodeRgba, FourCC("O8RA"), "rgba", "RGBA", 4, 1, 1, "RGBA"},
+    {kCodeYuv444, FourCC("O8Y4"), "yuv444", "YUV 4:4:4", 3, 1, 1, "I444"},
+    {kCodeYuv422, FourCC("O8Y2"), "yuv422", "YUV 4:2:2", 3, 2, 1, "YUY2"},
+    {kCodeYuv420, FourCC("O8Y0"), "yuv420", "YUV 4:2:0", 3, 2, 2, "I420"},
+    {kCodeYuva, FourCC("O8YA"), "yuva444", "YUVA 4:4:4:4", 4, 1, 1, "AYUV"},
+    {kCodeGray, FourCC("O8G0"), "gray", "YUV 4:0:0", 1, 1, 1, "Y800"},
+};
+
+std::string Upper(std::string text)
+{
+    for (char& c : text)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+    return text;
+}
+
+} // namespace
+
+const PixelLayout* FindLayout(const std::string& name)
+{
+    const auto fits = [&](const PixelLayout& layout) {
+        return layout.name == (layout.IsRgb() ? Upper(name) : name);
+    };
+    const auto* const row = std::ranges::find_if(kLayouts, fits);
+    return row == std::end(kLayouts) ? nullptr : row;
+}
+
+const PixelLayout& LayoutOf(const char* name)
+{
+    const PixelLayout* const layout = FindLayout(name);
+    assert(layout != nullptr);
+    return *layout;
+}
+
+const PixelLayout& NativeLayout(FormatId code)
+{
+    const CompressedFormat* const format = FindFormat(code);
+    assert(format != nullptr);
+    return LayoutOf(format->native);
+}
+
+std::string LayoutNames()
+{
+    std::string names;
+    for (const PixelLayout& layout : kLayouts)
+        names += (names.empty() ? "" : ", ") + std::string(layout.name);
+    return names;
+}
+
+uint64_t PackedRowBytes(const PixelLayout& layout, int width)
+{
+    return static_cast<uint64_t>(width) * layout.bitCount / 8;
+}
+
+uint64_t PictureBytes(const PixelLayout& layout, int width, int height)
+{
+    if (layout.arrangement == Arrangement::Packed)
+        return PackedRowBytes(layout, width) * static_cast<uint64_t>(height);
+    const uint64_t luma = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
+    return layout.IsGray() ? luma : luma + 2 * (luma / layout.horizontal / layout.vertical);
+}
+
+void CheckPictureSize(const PixelLayout& layout, int64_t width, int64_t height, const std::string& where)
+{
+    const std::string text = std::to_string(width) + "x" + std::to_string(height);
+    if (width < 1 || height < 1 || width > kMaxPictureSize || height > kMaxPictureSize ||
+        PictureBytes(layout, static_cast<int>(width), static_cast<int>(height)) > kMaxPictureBytes)
+        throw ToolError("pictures of " + text + " are not supported", where, "use pictures below 2 GiB");
+    if (width % layout.horizontal != 0 || height % layout.vertical != 0)
+        throw ToolError("a size of " + text + " does not fit the layout " + layout.name, where,
+                        "the width must be a multiple of " + std::to_string(layout.horizontal) +
+                            ", the height of " + std::to_string(layout.vertical));
+}
+
+const CompressedFormat* FindFormat(FormatId code)
+{
+    const auto* const row = std::ranges::find(kFormats, code, &CompressedFormat::code);
+    return row == std::end(kFormats) ? nullptr : row;
+}
+
+const CompressedFormat* FindFormatByOption(const std::string& option)
+{
+    const auto* const row = std::ranges::find_if(
+        kFormats, [&](const CompressedFormat& format) { return format.option == option; });
+    return row == std::end(kFormats) ? nullptr : row;
+}

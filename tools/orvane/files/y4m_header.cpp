@@ -1,0 +1,130 @@
+#include "files/y4m_header.h"
+
+#include "files/byte_source.h"
+#include "tool_error.h"
+
+#include <sstream>
+
+namespace {
+
+constexpr char kMagic[] = "YUV4MPEG2";
+
+/// Chroma tags that are read, and for each layout the first one is written.
+struct ChromaRow {
+    const char* tag;
+    const char* layout;
+    Y4mKind kind;
+};
+constexpr ChromaRow kChroma[] = {
+    {"420jpeg", "I420", Y4mKind::Planar},  {"420", "I420", Y4mKind::Planar},
+    {"420mpeg2", "I420", Y4mKind::Planar}, {"420paldv", "I420", Y4mKind::Planar},
+    {"422", "YUY2", Y4mKind::Yuy2},        {"444", "I444", Y4mKind::Planar},
+    {"444alpha", "AYUV", Y4mKind::Ayuv},   {"mono", "Y800", Y4mKind::Planar},
+};
+
+const ChromaRow& FindChroma(const std::string& tag, const std::string& where)
+{
+    for (const ChromaRow& row : kChroma)
+        if (tag == row.tag)
+            return row;
+    // Deeper samples are told by a p and their bits behind the subsampling, or by the bits behind "mono".
+    const size_t letters = tag.rfind("mono", 0) == 0 ? 4 : tag.find('p');
+    const std::string rest = letters < tag.size() ? tag.substr(letters + (tag[letters] == 'p' ? 1 : 0)) : "";
+    if (const auto bits = ParseNumber(rest, 64); bits && *bits > 8)
+        throw ToolError("samples of " + rest + " bits are not supported", where,
+                        "convert the video to 8 bits first");
+    throw ToolError("Y4M chroma C" + tag + " is not supported", where,
+                    "use C420, C422, C444, C444alpha or Cmono");
+}
+
+int64_t ParseSize(const std::string& text, const std::string& where)
+{
+    const auto value = ParseNumber(text, INT32_MAX);
+    if (!value)
+        throw ToolError("bad size in the Y4M header", where, "the header needs W and H with whole numbers");
+    return static_cast<int64_t>(*value);
+}
+
+void SetInterlace(const std::string& text, VideoInfo& info)
+{
+    // "?" and "m" (changing from frame to frame) say nothing about the stream.
+    if (text == "p")
+        info.interlaced = false;
+    if (text == "t" || text == "b") {
+        info.interlaced = true;
+        info.bottomFieldFirst = text == "b";
+    }
+}
+
+} // namespace
+
+Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
+{
+    std::istringstream fields(line);
+    std::string field;
+    if (!(fields >> field) || field != kMagic)
+        throw ToolError("this is no Y4M stream", where, "it must begin with YUV4MPEG2");
+
+    Y4mHeader header;
+    int64_t width = 0, height = 0;
+    std::string chroma = "420";
+    while (fields >> field) {
+        const std::string value = field.substr(1);
+        switch (field[0]) {
+        case 'W':
+            width = ParseSize(value, where);
+            break;
+        case 'H':
+            height = ParseSize(value, where);
+            break;
+        case 'F':
+            header.info.rate = ParseRational(value, ':'); // 0:0 is "unknown"
+            break;
+        case 'I':
+            SetInterlace(value, header.info);
+            break;
+        case 'C':
+            chroma = value;
+            break;
+        case 'X':
+            if (value == "COLORRANGE=FULL" || value == "COLORRANGE=LIMITED")
+                header.info.fullRange = value == "COLORRANGE=FULL";
+            break;
+        default: // aspect ratio and fields to come
+            break;
+        }
+    }
+    const ChromaRow& row = FindChroma(chroma, where);
+    header.info.layout = &LayoutOf(row.layout);
+    header.kind = row.kind;
+    CheckPictureSize(*header.info.layout, width, height, where);
+    header.info.width = static_cast<int>(width);
+    header.info.height = static_cast<int>(height);
+    return header;
+}
+
+std::optional<Y4mKind> Y4mKindOf(const PixelLayout& layout)
+{
+    for (const ChromaRow& row : kChroma)
+        if (&layout == &LayoutOf(row.layout))
+            return row.kind;
+    return std::nullopt;
+}
+
+std::string MakeY4mHeader(const VideoInfo& info, const std::string& where)
+{
+    for (const ChromaRow& row : kChroma) {
+        if (info.layout != &LayoutOf(row.layout))
+            continue;
+        std::string line = std::string(kMagic) + " W" + std::to_string(info.width) + " H" +
+                           std::to_string(info.height) + " F" + TextOf(info.rate.value_or(Rational{}), ':');
+        if (info.interlaced)
+            line += !*info.interlaced ? " Ip" : info.bottomFieldFirst.value_or(false) ? " Ib" : " It";
+        line += " A0:0 C" + std::string(row.tag);
+        if (info.fullRange)
+            line += *info.fullRange ? " XCOLORRANGE=FULL" : " XCOLORRANGE=LIMITED";
+        return line + '\n';
+    }
+    throw ToolError(std::string("Y4M cannot hold the layout ") + info.layout->name, where,
+                    "choose I420, YUY2, I444, AYUV or Y800 with --to, or write .raw, .png or .ppm");
+}
