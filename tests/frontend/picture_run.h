@@ -1,0 +1,88 @@
+// A packed host picture with its planned planes, split and joined in bands as the core does it.
+#pragma once
+
+#include "imgproc/frontend/packed_frontends.h"
+#include "support/exact_buffer.h"
+
+#include <cstdint>
+#include <random>
+#include <vector>
+
+struct PictureShape {
+    int width;
+    int height;
+    int pitch;
+    size_t phase; ///< address of the picture modulo 64
+    bool flip;
+};
+
+/// The forms of a class's row kernels, and as the last one what Split and Join themselves choose.
+inline constexpr size_t kForms = std::tuple_size_v<PackedRowForms> + 1;
+
+/// Picture and arena end where their allocations end; everything in them that is not a sample keeps its fill.
+class PictureRun
+{
+  public:
+    static constexpr uint8_t kFill = 0xC3;
+
+    PictureRun(const PackedFrontend& packed, const PictureShape& pictureShape)
+        : frontend(packed), shape(pictureShape),
+          picture(static_cast<size_t>(shape.pitch) * static_cast<size_t>(shape.height), shape.phase, kFill),
+          arena(static_cast<size_t>((shape.width + 128) * shape.height * packed.planeBackend.GetPlaneCount() +
+                                    8192),
+                16 * (shape.phase % 4), kFill)
+    {
+        host[0] = {picture.data(), shape.pitch};
+        frontend.PrepareBuffers(host, shape.width, shape.height, arena.data(), planes, shape.flip, true);
+    }
+
+    /// One band of rows, counted from the top of the image as coded.
+    void Split(size_t form, int first, int rows)
+    {
+        PlaneArray bandPicture = host;
+        PlaneArray bandPlanes = planes;
+        bandPicture[0] = FromRow(host[0], shape.flip ? shape.height - first - rows : first);
+        for (PlaneInfo& plane : bandPlanes) {
+            plane = FromRow(plane, shape.flip ? first + rows - 1 : first);
+            plane.pitch = shape.flip ? -plane.pitch : plane.pitch;
+        }
+        if (form + 1 == kForms)
+            frontend.Split(bandPicture, shape.width, rows, bandPlanes);
+        else
+            Walk(frontend.rowForms[form].split, bandPicture, rows, bandPlanes);
+    }
+
+    void Join(size_t form, int first, int rows)
+    {
+        PlaneArray bandPicture = host;
+        PlaneArray bandPlanes = planes;
+        for (PlaneInfo& plane : bandPlanes)
+            plane = FromRow(plane, first);
+        if (shape.flip)
+            bandPicture[0] = {RowAt(host[0], shape.height - first - 1), -shape.pitch};
+        else
+            bandPicture[0] = FromRow(host[0], first);
+        if (form + 1 == kForms)
+            frontend.Join(bandPicture, shape.width, rows, bandPlanes);
+        else
+            Walk(frontend.rowForms[form].join, bandPicture, rows, bandPlanes);
+    }
+
+    const PackedFrontend& frontend;
+    const PictureShape shape;
+    ExactBuffer picture;
+    ExactBuffer arena;
+    PlaneArray host;
+    PlaneArray planes;
+
+  private:
+    void Walk(void (*kernel)(PackedRow, int, const ColorMatrix*), const PlaneArray& bandPicture, int rows,
+              const PlaneArray& bandPlanes) const
+    {
+        for (int i = 0; i < rows; ++i)
+            kernel({RowAt(bandPicture[0], i),
+                    {RowAt(bandPlanes[0], i), RowAt(bandPlanes[1], i), RowAt(bandPlanes[2], i),
+                     RowAt(bandPlanes[3], i)}},
+                   shape.width, frontend.colorMatrix);
+    }
+};

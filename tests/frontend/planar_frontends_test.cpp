@@ -1,0 +1,102 @@
+#include "imgproc/frontend/planar_frontends.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <initializer_list>
+
+namespace {
+
+struct PlanarSet {
+    ImgProcFrontend_Y8 y8;
+    ImgProcFrontend_I420 i420;
+    ImgProcFrontend_I444 i444;
+    ImgProcFrontend_YV12 yv12;
+    ImgProcFrontend_YV24 yv24;
+
+    std::array<const ImgProcFrontend*, 5> All() const { return {&y8, &i420, &i444, &yv12, &yv24}; }
+};
+
+} // namespace
+
+TEST(PlanarFrontends, AnyAddressAndPitchWillDo)
+{
+    const PlanarSet set;
+    for (const ImgProcFrontend* frontend : set.All())
+        for (const int plane : {0, 1, 2, 3}) {
+            EXPECT_EQ(frontend->GetDefaultRowAlignment(plane), 1);
+            EXPECT_EQ(frontend->GetBaseAlignment(plane), 1);
+            EXPECT_EQ(frontend->GetPitchAlignment(plane), 1);
+            EXPECT_EQ(frontend->GetGroupBytes(plane), 1);
+            EXPECT_EQ(frontend->GetGroupPixels(plane), 1);
+            EXPECT_FALSE(frontend->SupportsFlip());
+        }
+}
+
+TEST(PlanarFrontends, ChromaSizesTruncate)
+{
+    const PlanarSet set;
+    for (const ImgProcFrontend* frontend :
+         std::initializer_list<const ImgProcFrontend*>{&set.i420, &set.yv12}) {
+        EXPECT_EQ(frontend->GetPlaneCount(), 3);
+        EXPECT_EQ(frontend->GetPlaneWidth(0, 5), 5);
+        EXPECT_EQ(frontend->GetPlaneHeight(0, 5), 5);
+        for (const int plane : {1, 2}) {
+            EXPECT_EQ(frontend->GetPlaneWidth(plane, 5), 2);
+            EXPECT_EQ(frontend->GetPlaneHeight(plane, 5), 2);
+            EXPECT_EQ(frontend->GetPlaneWidth(plane, -5), -2);
+        }
+        EXPECT_EQ(frontend->planeBackend.GetHorizontalSubsampling(), 2);
+        EXPECT_EQ(frontend->nativeBackend.GetVerticalSubsampling(), 2);
+    }
+    for (const ImgProcFrontend* frontend :
+         std::initializer_list<const ImgProcFrontend*>{&set.i444, &set.yv24}) {
+        EXPECT_EQ(frontend->GetPlaneCount(), 3);
+        EXPECT_EQ(frontend->GetPlaneWidth(1, 5), 5);
+        EXPECT_EQ(frontend->GetPlaneHeight(2, 5), 5);
+        EXPECT_EQ(frontend->planeBackend.GetHorizontalSubsampling(), 1);
+    }
+    EXPECT_EQ(set.y8.GetPlaneCount(), 1);
+    EXPECT_EQ(set.y8.planeBackend.GetPlaneCount(), 1);
+}
+
+TEST(PlanarFrontends, PlanesAreTheHostsOwn)
+{
+    const PlanarSet set;
+    uint8_t memory[4];
+    const PlaneArray picture{{{memory, 11}, {memory + 1, 12}, {memory + 2, 13}, {nullptr, 0}}};
+    for (const ImgProcFrontend* frontend : set.All()) {
+        const bool vFirst = frontend == &set.yv12 || frontend == &set.yv24;
+        PlaneArray planes;
+        frontend->PrepareBuffers(picture, 4, 4, nullptr, planes, false, true);
+        const size_t expected[] = {0, vFirst ? 2U : 1U, vFirst ? 1U : 2U, 3};
+        for (size_t p = 0; p < 4; ++p) {
+            EXPECT_EQ(planes[p].data, picture[expected[p]].data);
+            EXPECT_EQ(planes[p].pitch, picture[expected[p]].pitch);
+        }
+    }
+}
+
+TEST(PlanarFrontends, GrayPictureHasNoOtherPlanes)
+{
+    const ImgProcFrontend_Y8 frontend;
+    uint8_t sample;
+    PlaneArray picture;
+    picture[0] = {&sample, 1};
+    PlaneArray planes;
+    frontend.PrepareBuffers(picture, 1, 1, nullptr, planes, false, false);
+    EXPECT_EQ(planes[0].data, &sample);
+    for (size_t p = 1; p < 4; ++p)
+        EXPECT_EQ(planes[p].data, nullptr);
+}
+
+TEST(PlanarFrontends, SplitAndJoinTouchNothing)
+{
+    const PlanarSet set;
+    const PlaneArray nothing; // null pointers: any access would fault
+    for (const ImgProcFrontend* frontend : set.All())
+        for (const int rows : {-1, 0, 1, 1000}) {
+            frontend->Split(nothing, 1000, rows, nothing);
+            frontend->Join(nothing, 1000, rows, nothing);
+        }
+}
