@@ -14,8 +14,6 @@
 namespace threading {
 namespace {
 
-constexpr size_t kCacheLine = 64;
-
 /// How long a thread looks for its event before it sleeps. Runs follow each other within tens of microseconds
 /// while a frame is being worked on, and waking a sleeping thread takes as long.
 constexpr std::chrono::microseconds kSpin{50};
@@ -29,7 +27,7 @@ std::chrono::microseconds SpinFor(int threadCount) noexcept
 
 } // namespace
 
-struct alignas(kCacheLine) WorkerPool::WorkerThread {
+struct WorkerPool::WorkerThread {
     WorkerThread(WorkerPool& pool_, int index_) noexcept : pool(pool_), index(index_) {}
 
     WorkerPool& pool;
