@@ -44,12 +44,13 @@ void Measure(benchmark::State& state, int width, int rows, const std::function<v
 void Register(const std::string& name, int width, int rows,
               std::function<void(const Block&, const Block&)> work)
 {
-    benchmark::RegisterBenchmark((name + "/" + std::to_string(width) + "x" + std::to_string(rows)).c_str(),
-                                 [=](benchmark::State& state) {
-                                     const Block source(width > 960 ? width : 1920);
-                                     const Block target(width > 960 ? width : 1920);
-                                     Measure(state, width, rows, [&] { work(source, target); });
-                                 });
+    benchmark::RegisterBenchmark(
+        ("Predictor/" + name + "/" + std::to_string(width) + "x" + std::to_string(rows)).c_str(),
+        [=](benchmark::State& state) {
+            const Block source(width > 960 ? width : 1920);
+            const Block target(width > 960 ? width : 1920);
+            Measure(state, width, rows, [&] { work(source, target); });
+        });
 }
 
 void RegisterForm(const PredictorForm& form, int width, int rows)

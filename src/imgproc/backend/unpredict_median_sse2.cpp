@@ -27,7 +27,6 @@
 #include "imgproc/backend/predictor_rule_sse2.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -78,25 +77,28 @@ __m128i LoadHalf(const uint8_t* at)
     });
 }
 
-/// 1 to 32 bytes, without a loop.
-void CopyShort(uint8_t* target, const uint8_t* source, int count)
+/// Rows of `size` to 2 * size bytes: the first and the last `size`, which may overlap.
+template <size_t size>
+void CopyBothEnds(uint8_t* target, ptrdiff_t targetPitch, const uint8_t* source, ptrdiff_t sourcePitch,
+                  int rows, int count)
 {
-    const auto copyBothEnds = [&]<size_t size>(std::array<uint8_t, size> first) {
-        std::array<uint8_t, size> last;
-        std::memcpy(first.data(), source, size);
-        std::memcpy(last.data(), source + count - size, size);
-        std::memcpy(target, first.data(), size);
-        std::memcpy(target + count - size, last.data(), size);
-    };
-    if (count >= 16)
-        copyBothEnds(std::array<uint8_t, 16>());
-    else if (count >= 8)
-        copyBothEnds(std::array<uint8_t, 8>());
-    else if (count >= 4)
-        copyBothEnds(std::array<uint8_t, 4>());
-    else
-        for (int i = 0; i < count; ++i)
-            target[i] = source[i];
+    const size_t last = static_cast<size_t>(count) - size;
+    for (int r = 0; r < rows; ++r, target += targetPitch, source += sourcePitch) {
+        std::memcpy(target, source, size);
+        std::memcpy(target + last, source + last, size);
+    }
+}
+
+/// Rows of 1 to 32 bytes.
+void CopyShortRows(uint8_t* target, ptrdiff_t targetPitch, const uint8_t* source, ptrdiff_t sourcePitch,
+                   int rows, int count)
+{
+    const auto copy = count >= 16  ? CopyBothEnds<16>
+                      : count >= 8 ? CopyBothEnds<8>
+                      : count >= 4 ? CopyBothEnds<4>
+                      : count >= 2 ? CopyBothEnds<2>
+                                   : CopyBothEnds<1>;
+    copy(target, targetPitch, source, sourcePitch, rows, count);
 }
 
 /// Up to 16 rows on their way from residuals to samples.
@@ -206,18 +208,15 @@ class MedianRowGroup
     // block is of no matter, since only such columns depend on it.
     int EdgeStart() const { return std::max(0, (batch_ - 1) * kBatch); }
     int EdgeCount() const { return std::min(width_, (batch_ + 1) * kBatch) - EdgeStart(); }
-    uint8_t* EdgeRow(int k) { return edge_ + k * kEdgePitch + (batch_ == 0 ? kBatch : 0); }
+    uint8_t* EdgeTarget() { return edge_ + (batch_ == 0 ? kBatch : 0); }
 
     void CopyToEdge()
     {
-        for (int k = 0; k < rows_; ++k)
-            CopyShort(EdgeRow(k), top_ + k * pitch_ + EdgeStart(), EdgeCount());
+        CopyShortRows(EdgeTarget(), kEdgePitch, top_ + EdgeStart(), pitch_, rows_, EdgeCount());
     }
-
     void CopyFromEdge()
     {
-        for (int k = 0; k < rows_; ++k)
-            CopyShort(top_ + k * pitch_ + EdgeStart(), EdgeRow(k), EdgeCount());
+        CopyShortRows(top_ + EdgeStart(), pitch_, EdgeTarget(), kEdgePitch, rows_, EdgeCount());
     }
 
     uint8_t* const top_;
