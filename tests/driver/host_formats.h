@@ -1,0 +1,151 @@
+// The formats of hosts, and what each may become, written down once more as a plain list: what the driver
+// answers is held against this.
+#pragma once
+
+#include "common/four_cc.h"
+#include "platform/vfw.h"
+
+#include <cstdint>
+#include <set>
+#include <span>
+#include <string>
+
+/// A layout that hosts ask for, with the id that its header has for a partner without alpha, and with it.
+struct HostFormat {
+    const char* name; ///< FourCC, bytes that are no characters in brackets; "RGB" for BI_RGB
+    int bits;
+    int id;
+    int idWithAlpha;
+};
+
+inline constexpr HostFormat kHostFormats[] = {
+    {"RGB", 32, 1, 2},          {"RGB", 24, 3, 3},         {"DIB ", 32, 1, 2},
+    {"DIB ", 24, 3, 3},         {"AYUV", 32, 8, 8},        {"v408", 32, 45, 46},
+    {"v308", 24, 44, 44},       {"YV24", 24, 7, 7},        {"I444", 24, 29, 29},
+    {"YUY2", 16, 4, 4},         {"YUYV", 16, 4, 4},        {"UYVY", 16, 5, 5},
+    {"2vuy", 16, 5, 5},         {"2Vuy", 16, 5, 5},        {"HDYC", 16, 5, 5},
+    {"YV12", 12, 6, 6},         {"I420", 12, 10, 10},      {"IYUV", 12, 10, 10},
+    {"Y8  ", 8, 9, 9},          {"Y800", 8, 9, 9},         {"GREY", 8, 9, 9},
+    {"r210", 30, 12, 12},       {"R10k", 30, 13, 13},      {"v410", 30, 47, 47},
+    {"I4AL", 30, 48, 48},       {"Y3[0][10]", 30, 48, 48}, {"v210", 20, 11, 11},
+    {"V210", 20, 11, 11},       {"P210", 20, 34, 34},      {"I2AL", 20, 35, 35},
+    {"Y3[10][10]", 20, 35, 35}, {"P010", 15, 57, 57},      {"I0AL", 15, 58, 58},
+    {"Y3[11][10]", 15, 58, 58}, {"b48r", 48, 25, 25},      {"b64a", 64, 24, 23},
+    {"BGR[48]", 48, 33, 33},    {"BRA[64]", 64, 32, 31},   {"RGB[48]", 48, 28, 28},
+    {"RBA[64]", 64, 27, 26},    {"GBAL", 30, 36, 36},      {"GBFL", 48, 39, 39},
+    {"G3[0][10]", 30, 36, 36},  {"G3[0][12]", 36, 37, 37}, {"G3[0][14]", 42, 38, 38},
+    {"G3[0][16]", 48, 39, 39},  {"G4[0][10]", 40, 40, 40}, {"G4[0][12]", 48, 41, 41},
+    {"G4[0][14]", 56, 42, 42},  {"G4[0][16]", 64, 43, 43},
+};
+
+/// The four bytes of a name with brackets; 0 for "RGB".
+inline uint32_t FourCCOf(const std::string& name)
+{
+    if (name == "RGB")
+        return 0;
+    uint32_t code = 0;
+    size_t at = 0;
+    for (int shift = 0; shift < 32; shift += 8) {
+        uint32_t byte = static_cast<uint8_t>(name.at(at));
+        if (name[at] == '[') {
+            byte = static_cast<uint32_t>(std::stoul(name.substr(at + 1)));
+            at = name.find(']', at);
+        }
+        ++at;
+        code |= byte << shift;
+    }
+    return code;
+}
+
+struct Variant {
+    const char* fourCC;
+    int id;
+    bool alpha;
+    int frameBits;           ///< biBitCount of its compressed headers
+    std::set<int> lossless;  ///< layouts that go in and out as they are
+    std::set<int> converted; ///< layouts that frames can be made of otherwise
+    std::set<int> offered;   ///< layouts that frames become by conversion, as far as the masks let them
+};
+
+/// The compressed formats with what goes in and what comes out.
+inline const Variant kVariants[] = {
+    {"O8RG", 101, false, 24, {1, 3}, {}, {}},
+    {"O8RA", 102, true, 32, {2}, {}, {}},
+    {"O8YA", 106, true, 32, {8, 46}, {2}, {2}},
+    {"O8Y4", 103, false, 24, {7, 29, 44, 45}, {1, 3}, {1, 3}},
+    {"O8Y2", 104, false, 24, {4, 5}, {1, 3, 7, 29, 44, 45}, {1, 3, 7, 29, 44, 45}},
+    {"O8Y0", 105, false, 24, {6, 10}, {1, 3, 4, 5, 7, 29, 44, 45}, {1, 3, 4, 5, 7, 29, 44, 45}},
+    {"O8G0", 107, false, 24, {9}, {1, 3, 4, 5, 6, 10, 7, 29, 44, 45}, {1, 3, 4, 5, 6, 10, 7, 29, 44, 45}},
+};
+
+inline const Variant& VariantOf(int id)
+{
+    for (const Variant& variant : kVariants)
+        if (variant.id == id)
+            return variant;
+    throw std::out_of_range("no variant " + std::to_string(id));
+}
+
+/// The family of a layout, 101 to 107; 0 for layouts that no frame of 8 bits serves.
+inline int FamilyOf(int hostId)
+{
+    switch (hostId) {
+    case 1:
+    case 3:
+        return 101;
+    case 2:
+        return 102;
+    case 7:
+    case 29:
+    case 44:
+    case 45:
+        return 103;
+    case 4:
+    case 5:
+        return 104;
+    case 6:
+    case 10:
+        return 105;
+    case 8:
+    case 46:
+        return 106;
+    case 9:
+        return 107;
+    default:
+        return 0;
+    }
+}
+
+inline int IdFor(const HostFormat& format, const Variant& partner)
+{
+    return partner.alpha ? format.idWithAlpha : format.id;
+}
+
+/// Bytes of a tightly stored picture; RGB with 24 bits has rows of whole four bytes.
+inline uint32_t PictureBytes(int hostId, uint32_t width, uint32_t height)
+{
+    switch (hostId) {
+    case 3:
+        return (width * 3 + 3) / 4 * 4 * height;
+    case 1:
+    case 2:
+    case 8:
+    case 45:
+    case 46:
+        return width * 4 * height;
+    case 44:
+    case 7:
+    case 29:
+        return width * 3 * height;
+    case 4:
+    case 5:
+        return width * 2 * height;
+    case 6:
+    case 10:
+        return width * height * 3 / 2;
+    case 9:
+        return width * height;
+    default:
+        throw std::out_of_range("no such layout: " + std::to_string(hostId));
+    }
+}
