@@ -9,6 +9,7 @@ set_target_properties(orvane_library PROPERTIES OUTPUT_NAME orvane CXX_VISIBILIT
 target_link_libraries(orvane_library PRIVATE orvane_driver)
 if(WIN32)
   enable_language(RC)
+  include(cmake/icons.cmake)
   set_target_properties(orvane_library PROPERTIES PREFIX "" IMPORT_PREFIX "")
   file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/windows/*.rc)
   target_sources(orvane_library PRIVATE
