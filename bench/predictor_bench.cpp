@@ -12,17 +12,18 @@
 namespace {
 
 constexpr int kRows = 28;
+constexpr int kPitch = 1920;
 
-/// A block of smooth content with noise, whose rows start on 64-byte boundaries where the pitch allows it.
+/// A block of smooth content with noise, whose rows start on 64-byte boundaries.
 class Block
 {
   public:
-    explicit Block(int pitch) : bytes_(static_cast<size_t>(pitch) * kRows + 64)
+    Block() : bytes_(static_cast<size_t>(kPitch) * kRows + 64)
     {
         std::mt19937 random(1);
         for (size_t i = 0; i < bytes_.size(); ++i)
             bytes_[i] = static_cast<uint8_t>(i / 7 + random() % 8);
-        view_ = {bytes_.data() + (64 - reinterpret_cast<uintptr_t>(bytes_.data()) % 64) % 64, pitch};
+        view_ = {bytes_.data() + (64 - reinterpret_cast<uintptr_t>(bytes_.data()) % 64) % 64, kPitch};
     }
     const PlaneInfo& View() const { return view_; }
 
@@ -47,8 +48,8 @@ void Register(const std::string& name, int width, int rows,
     benchmark::RegisterBenchmark(
         ("Predictor/" + name + "/" + std::to_string(width) + "x" + std::to_string(rows)).c_str(),
         [=](benchmark::State& state) {
-            const Block source(width > 960 ? width : 1920);
-            const Block target(width > 960 ? width : 1920);
+            const Block source;
+            const Block target;
             Measure(state, width, rows, [&] { work(source, target); });
         });
 }
@@ -89,8 +90,8 @@ const bool kRegistered = [] {
         for (const auto& [width, rows] :
              {std::pair(1920, kRows), std::pair(960, kRows), std::pair(960, kRows / 2)})
             RegisterForm(form, width, rows);
-    Register("memcpy", 1920, kRows, [](const Block& source, const Block& target) {
-        std::memcpy(target.View().data, source.View().data, 1920 * kRows);
+    Register("memcpy", kPitch, kRows, [](const Block& source, const Block& target) {
+        std::memcpy(target.View().data, source.View().data, kPitch * kRows);
     });
     return true;
 }();

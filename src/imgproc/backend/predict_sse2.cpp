@@ -66,7 +66,10 @@ void PredictRowSse2(Rule rule, const uint8_t* row, const uint8_t* above, uint8_t
                                          : Residuals(rule, LoadBytes(row + lastColumn),
                                                      NeighboursAt<Rule::kUsesAbove>(row, above, lastColumn));
     const RowCut cut = CutRow(row, width);
-    for (int c = cut.BodyEnd() - 16; c >= cut.BodyStart(); c -= 16) {
+    const bool inPlace = target == row;
+    const int step = inPlace ? -16 : 16;
+    int c = inPlace ? cut.BodyEnd() - 16 : cut.BodyStart();
+    for (int columns = cut.body; columns > 0; columns -= 16, c += step) {
         const __m128i samples = LoadBytes(row + c);
         const Neighbours near = NeighboursAt<Rule::kUsesAbove>(row, above, c);
         observe(samples, near);
