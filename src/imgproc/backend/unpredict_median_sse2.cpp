@@ -8,11 +8,11 @@
 // since lane k - 1 reached the column above one step ago. A step is eight operations for 16 samples, with a
 // chain of five from step to step.
 //
-// Lane 0 holds the row above the group as its own left differences. What is moved into it is 0, and with T =
-// TL = 0 Median predicts L, so it unrolls itself to the finished row without a case of its own. For the first
-// group that is row 0 as it is stored; a later group starts on the last row of the group before it, which is
-// finished, and takes its differences. Columns left of a row read as residual 0 and keep their lane at 0: at
-// column 0 L and TL are 0 then, the prediction is T, and that rule needs no case either.
+// Lane 0 holds the row above the group as its own left differences. What is moved into it is 0, and with
+// T = TL = 0 Median predicts L, so it unrolls itself to the finished row without a case of its own. For the
+// first group that is row 0 as it is stored; a later group starts on the last row of the group before it,
+// which is finished, and takes its differences. Columns left of a row read as residual 0 and keep their lane
+// at 0: at column 0 L and TL are 0 then, the prediction is T, and that rule needs no case either.
 //
 // Steps go in batches of 16. A batch takes 16 residuals of each row, each lane's a column further left than
 // the one before, turns rows into diagonals, runs the steps and turns the diagonals back. A turn works on
