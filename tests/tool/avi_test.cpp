@@ -166,7 +166,9 @@ TEST(Avi, CutAnywhereGivesTheWholeFramesBefore)
                 EXPECT_EQ(file.frames.size(), static_cast<size_t>(complete)) << "cut at " << size;
                 EXPECT_TRUE(
                     std::ranges::equal(file.frames, std::span(whole.frames).first(file.frames.size())));
-                EXPECT_TRUE(file.cut) << "cut at " << size;
+                // Only idx1 may go unnoticed: the other index still names all frames.
+                EXPECT_TRUE(file.cut || file.index == AviIndexState::Whole) << "cut at " << size;
+                EXPECT_TRUE(file.cut || file.frames.size() == frames.size()) << "cut at " << size;
                 EXPECT_EQ(file.brokenPlaces, 0u);
             } catch (const ToolError&) {
                 EXPECT_LT(size, movi) << "a file with its head is always read";

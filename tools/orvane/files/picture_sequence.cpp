@@ -121,6 +121,7 @@ StillWriter::StillWriter(const std::filesystem::path& name_, StillKind kind_, co
                          uint64_t frameCount)
     : name(name_), pattern(NumberPattern::Parse(name_)), kind(kind_), info(info_)
 {
+    CheckStillLayout(kind, *info.layout, TextOf(name));
     if (!pattern && frameCount > 1)
         throw UsageError(std::to_string(frameCount) + " frames need a number pattern in the name",
                          TextOf(name), "write a name as shot_%04d.png, or choose one frame with --frames");

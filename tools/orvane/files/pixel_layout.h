@@ -18,10 +18,11 @@ struct PixelLayout {
     uint32_t fourcc;   ///< biCompression; 0 for RGB
     uint16_t bitCount; ///< biBitCount; bits of a pixel
     FormatId family;   ///< the compressed format that keeps it bit for bit
+    FormatId
+        otherFamily; ///< of 32-bit pixels: the format that takes byte 3 for alpha, or leaves it out; else 0
     Arrangement arrangement;
     uint8_t horizontal; ///< subsampling of chroma; the width is a multiple of it
     uint8_t vertical;   ///< the same for the height
-    int8_t unusedByte;  ///< byte of a pixel that carries nothing, -1 if none
 
     bool IsGray() const { return family == kCodeGray; }
     bool IsRgb() const { return fourcc == 0; }

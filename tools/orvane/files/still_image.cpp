@@ -42,6 +42,14 @@ const PixelLayout& LayoutOfSamples(int samples)
     return LayoutOf(samples == 1 ? "Y800" : samples == 3 ? "RGB24" : "RGBA");
 }
 
+/// Samples of a pixel, 0 for a layout that pictures do not have.
+int SamplesOf(const PixelLayout& layout)
+{
+    if (layout.IsGray())
+        return 1;
+    return &layout == &LayoutOfSamples(3) ? 3 : &layout == &LayoutOfSamples(4) ? 4 : 0;
+}
+
 StillImage MakeStill(int samples, uint64_t width, uint64_t height, const std::string& name)
 {
     StillImage still;
@@ -177,16 +185,20 @@ StillImage DecodeStill(std::span<const uint8_t> bytes, const std::string& name)
     throw ToolError("not a PNG, PPM or PGM picture", name, "give PNG, or PPM or PGM in its binary form");
 }
 
+void CheckStillLayout(StillKind kind, const PixelLayout& layout, const std::string& name)
+{
+    const int samples = SamplesOf(layout);
+    if (samples == 0)
+        throw ToolError(std::string("pictures cannot hold the layout ") + layout.name, name,
+                        "choose RGB24, RGBA or Y800 with --to");
+    if (kind == StillKind::Pnm && samples == 4)
+        throw ToolError("PPM has no alpha", name, "write PNG, or choose another format");
+}
+
 std::vector<uint8_t> EncodeStill(StillKind kind, const VideoInfo& info, std::span<const uint8_t> pixels,
                                  const std::string& name)
 {
-    const int samples = info.layout->IsGray() ? 1 : info.layout == &LayoutOf("RGB24") ? 3 : 4;
-    if (info.layout != &LayoutOfSamples(samples) && !info.layout->IsGray())
-        throw ToolError(std::string("pictures cannot hold the layout ") + info.layout->name, name,
-                        "choose RGB24, RGBA or Y800 with --to");
-    if (kind == StillKind::Pnm && samples == 4)
-        throw ToolError("PPM has no alpha", name, "write PNG");
-
+    const int samples = SamplesOf(*info.layout);
     std::vector<uint8_t> ordered(pixels.begin(), pixels.end());
     if (samples >= 3)
         SwapRedAndBlue(ordered, static_cast<size_t>(samples));

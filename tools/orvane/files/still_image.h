@@ -20,6 +20,9 @@ enum class StillKind { Png, Pnm };
 /// errors
 StillImage DecodeStill(std::span<const uint8_t> bytes, const std::string& name);
 
-/// The file's bytes. Y800 becomes grey PNG or PGM. Throws ToolError for a layout that the kind cannot hold.
+/// Throws ToolError for a layout that the kind cannot hold.
+void CheckStillLayout(StillKind kind, const PixelLayout& layout, const std::string& name);
+
+/// The file's bytes. Y800 becomes grey PNG or PGM. The kind can hold the layout.
 std::vector<uint8_t> EncodeStill(StillKind kind, const VideoInfo& info, std::span<const uint8_t> pixels,
                                  const std::string& name);

@@ -1,0 +1,139 @@
+#include "commands/command.h"
+#include "driver/settings/settings_catalog.h"
+
+#include <iomanip>
+#include <memory>
+#include <ostream>
+
+namespace {
+
+struct ConfigOptions {
+    std::string key;
+    std::string value;
+};
+
+const CatalogEntry& Find(const std::vector<CatalogEntry>& settings, const std::string& key)
+{
+    const CatalogEntry* const setting = FindSetting(settings, key);
+    if (setting == nullptr)
+        throw UsageError("no such setting", key, "see orvane config list");
+    return *setting;
+}
+
+std::string Hex(uint32_t value)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%X", value);
+    return text;
+}
+
+/// Small numbers are decimal, masks hexadecimal.
+std::string ValueText(const CatalogEntry& setting, uint32_t value)
+{
+    return setting.rule.kind == ValueRule::Kind::Range || value < 10 ? std::to_string(value) : Hex(value);
+}
+
+std::string RuleText(const ValueRule& rule)
+{
+    switch (rule.kind) {
+    case ValueRule::Kind::Range:
+        return "use " + std::to_string(rule.low) + " to " + std::to_string(rule.high);
+    case ValueRule::Kind::Bits:
+        return "use bits of " + Hex(rule.high);
+    case ValueRule::Kind::BitsOrAll:
+        break;
+    }
+    return "use bits of " + Hex(rule.high) + ", one at least, or 0xFFFFFFFF for all";
+}
+
+/// Decimal, or hexadecimal behind 0x.
+uint32_t ParseValue(const std::string& text)
+{
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const std::string digits = hex ? text.substr(2) : text;
+    const char* const allowed = hex ? "0123456789abcdefABCDEF" : "0123456789";
+    if (digits.empty() || digits.size() > (hex ? 8 : 10) ||
+        digits.find_first_not_of(allowed) != std::string::npos)
+        throw UsageError("not a 32-bit number", text, "write it in decimal, or in hexadecimal behind 0x");
+    const unsigned long long value = std::stoull(digits, nullptr, hex ? 16 : 10);
+    if (value > UINT32_MAX)
+        throw UsageError("not a 32-bit number", text, "the largest is 4294967295");
+    return static_cast<uint32_t>(value);
+}
+
+ExitCode List(ToolContext& context)
+{
+    for (const CatalogEntry& setting : ListSettings())
+        context.out << std::left << std::setw(32) << setting.key << std::setw(12)
+                    << ValueText(setting, LoadSetting(setting)) << setting.summary << '\n';
+    return ExitCode::Done;
+}
+
+ExitCode GetValue(ToolContext& context, const std::string& key)
+{
+    const auto settings = ListSettings();
+    const CatalogEntry& setting = Find(settings, key);
+    context.out << ValueText(setting, LoadSetting(setting)) << '\n';
+    return ExitCode::Done;
+}
+
+ExitCode SetValue(ToolContext& context, const std::string& key, const std::string& text)
+{
+    const auto settings = ListSettings();
+    const CatalogEntry& setting = Find(settings, key);
+    const uint32_t value = ParseValue(text);
+    const auto stored = StoreSetting(setting, value);
+    if (!stored)
+        throw UsageError("the setting does not allow " + text, setting.key, RuleText(setting.rule));
+    // The store itself fails without a word: look whether the value is there.
+    if (LoadSetting(setting) != *stored)
+        throw ToolError("the setting could not be stored", setting.key,
+                        "check that the settings may be written");
+    context.out << setting.key << " = " << ValueText(setting, *stored) << '\n';
+    return ExitCode::Done;
+}
+
+ExitCode Reset(const std::string& key)
+{
+    const auto settings = ListSettings();
+    if (!key.empty())
+        ResetSetting(Find(settings, key));
+    else
+        for (const CatalogEntry& setting : settings)
+            ResetSetting(setting);
+    return ExitCode::Done;
+}
+
+} // namespace
+
+void AddConfigCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<ConfigOptions>();
+    CLI::App* const command = app.add_subcommand("config", "List, read and set the codec's settings");
+    command->require_subcommand(0, 1);
+    command->callback([&action] {
+        if (!action)
+            action = List;
+    });
+
+    command->add_subcommand("list", "All settings with the values that hold")->callback([&action] {
+        action = List;
+    });
+
+    CLI::App* const get = command->add_subcommand("get", "The value of a setting");
+    get->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod")->required();
+    get->callback([options, &action] {
+        action = [options](ToolContext& context) { return GetValue(context, options->key); };
+    });
+
+    CLI::App* const set = command->add_subcommand("set", "Store a setting");
+    set->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod")->required();
+    set->add_option("VALUE", options->value, "Decimal, or hexadecimal behind 0x")->required();
+    set->callback([options, &action] {
+        action = [options](ToolContext& context) { return SetValue(context, options->key, options->value); };
+    });
+
+    CLI::App* const reset = command->add_subcommand("reset", "Back to the default, one setting or all");
+    reset->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod");
+    reset->callback([options, &action] { action = [options](ToolContext&) { return Reset(options->key); }; });
+}

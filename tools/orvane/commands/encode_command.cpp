@@ -1,0 +1,215 @@
+#include "commands/command.h"
+#include "files/avi_writer.h"
+#include "files/byte_source.h"
+#include "files/fourcc.h"
+#include "files/open_files.h"
+#include "host/picture_check.h"
+#include "host/private_settings.h"
+#include "interrupt.h"
+#include "progress.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+
+namespace {
+
+struct EncodeOptions {
+    std::string input;
+    std::string output;
+    std::string format = "auto";
+    std::string method;
+    CodecOptions codec;
+    std::string rate;
+    std::string raw;
+    bool verify = false;
+};
+
+const CompressedFormat& ChooseFormat(const EncodeOptions& options, const VideoInfo& info)
+{
+    return options.format == "auto" ? *FindFormat(info.layout->family) : *FindFormatByOption(options.format);
+}
+
+Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
+{
+    if (options.rate.empty())
+        return info.rate.value_or(Rational{});
+    const auto rate = ParseRational(options.rate, '/');
+    if (!rate)
+        throw UsageError("bad frame rate", "--fps " + options.rate, "write N/D or N, as 30000/1001");
+    return *rate;
+}
+
+/// Why the driver refuses this picture: its size, a conversion that does not exist, or a stored setting.
+[[noreturn]] void ExplainRefusal(const PrivateSettings& settings, const CompressedFormat& format,
+                                 const VideoInfo& info, const std::string& input)
+{
+    const bool interlaced = settings.Read(format.fourcc, "Interlaced") != 0;
+    const int across = std::max(format.horizontal, info.layout->horizontal);
+    const int down = std::max(format.vertical, info.layout->vertical) * (interlaced ? 2 : 1);
+    if (info.width < 4 || info.height < 4 || info.width % across != 0 || info.height % down != 0) {
+        const std::string kind = std::string(interlaced ? "interlaced " : "") + format.text;
+        throw ToolError("a size of " + std::to_string(info.width) + "x" + std::to_string(info.height) +
+                            " does not fit " + kind,
+                        input,
+                        "the width must be a multiple of " + std::to_string(across) + ", the height of " +
+                            std::to_string(down) + ", both at least 4" +
+                            (interlaced ? "; --no-interlaced halves the second" : ""));
+    }
+    const std::string setting = FourCCText(format.fourcc) + ".InputColorSpace";
+    if (settings.Read(format.fourcc, "InputColorSpace") != 0xFFFFFFFF)
+        throw ToolError(
+            std::string("the codec does not take ") + info.layout->name + " for " + format.text, input,
+            "the stored setting " + setting + " may exclude it; see orvane config get " + setting);
+    throw ToolError(std::string("there is no way from ") + info.layout->name + " to " + format.text, input,
+                    "leave out --format, or choose one with less colour detail");
+}
+
+/// What the options do not say, the file may; what neither says, the stored settings do.
+CodecOptions CompleteOptions(CodecOptions options, const VideoInfo& info)
+{
+    options.interlaced = options.interlaced ? options.interlaced : info.interlaced;
+    options.fullRange = options.fullRange ? options.fullRange : info.fullRange;
+    return options;
+}
+
+/// An error in the middle of the work tells where the finished part is.
+void NamePart(ToolError& error, const std::string& output, uint64_t frames)
+{
+    const std::string part = TextOf(OutputFile::PartName(PathOf(output)));
+    if (error.where != part)
+        error.remedy +=
+            (error.remedy.empty() ? "" : "; ") + std::to_string(frames) + " frames are in " + part;
+}
+
+class Encoding
+{
+  public:
+    Encoding(const EncodeOptions& options_, ToolContext& context_) : options(options_), context(context_) {}
+
+    ExitCode Run()
+    {
+        if (KindOf(options.output) != FileKind::Avi)
+            throw UsageError("the output is an AVI file", options.output, "give a name that ends in .avi");
+        if (options.input != "-")
+            CheckNotInput(PathOf(options.input), PathOf(options.output));
+        source = OpenSource(options.input, options.raw, context.in);
+        format = &ChooseFormat(options, source->Info());
+        OpenCodec();
+        WriteFrames();
+        return ExitCode::Done;
+    }
+
+  private:
+    void OpenCodec()
+    {
+        const VideoInfo& info = source->Info();
+        PrivateSettings settings;
+        settings.SetForEncoding(format->fourcc, CompleteOptions(options.codec, info));
+        settings.SetForDecoding(options.codec.threads);
+        if (!CanCompress(context.driver, *format, *info.layout, info.width, info.height))
+            ExplainRefusal(settings, *format, info, options.input);
+        coder =
+            std::make_unique<FrameCompressor>(context.driver, *format, *info.layout, info.width, info.height);
+        if (options.verify)
+            check = std::make_unique<PictureCheck>(context.driver, *format, coder->BitmapInfo(), *info.layout,
+                                                   info.width, info.height);
+    }
+
+    void WriteFrames()
+    {
+        const VideoInfo& info = source->Info();
+        const Rational rate = ChooseRate(options, info);
+        OutputFile file(PathOf(options.output));
+        Progress progress(context.ProgressStream(), source->FrameCount());
+        try {
+            AviWriter writer(file, {format->fourcc, info.width, info.height, rate, coder->BitmapInfo()});
+            std::vector<uint8_t> picture(info.FrameBytes());
+            while (source->Next(picture)) {
+                ThrowIfInterrupted();
+                const std::span<const uint8_t> frame = coder->Compress(picture);
+                writer.WriteFrame(frame);
+                Verify(picture, frame, progress.Frames());
+                progress.Add(picture.size(), frame.size());
+            }
+            writer.Finish();
+            file.Commit();
+        } catch (ToolError& error) {
+            NamePart(error, options.output, progress.Frames());
+            throw;
+        }
+        Summarise(progress);
+    }
+
+    void Verify(std::span<const uint8_t> picture, std::span<const uint8_t> frame, uint64_t number)
+    {
+        if (check && check->Check(picture, frame) != PictureMatch::Same)
+            throw ToolError("a frame does not decode to what was coded",
+                            options.input + " frame " + std::to_string(number),
+                            "do not use the result; test the memory of this machine and report it");
+    }
+
+    void Summarise(const Progress& progress)
+    {
+        const VideoInfo& info = source->Info();
+        context.out << options.output << ": " << progress.Frames() << " frames, " << info.width << "x"
+                    << info.height << " " << format->text << ", " << progress.CompressedBytes() << " of "
+                    << progress.RawBytes() << " bytes, ratio " << std::fixed << std::setprecision(2)
+                    << Ratio(progress.RawBytes(), progress.CompressedBytes()) << std::defaultfloat << '\n';
+        if (check)
+            context.out << "verified: every frame decodes to what was coded\n";
+    }
+
+    const EncodeOptions& options;
+    ToolContext& context;
+    std::unique_ptr<FrameSource> source;
+    const CompressedFormat* format = nullptr;
+    std::unique_ptr<FrameCompressor> coder;
+    std::unique_ptr<PictureCheck> check;
+};
+
+} // namespace
+
+void AddThreadsOption(CLI::App& command, std::optional<uint32_t>& threads)
+{
+    command.add_option("--threads", threads, "Threads, 1 to 64; 0 for all processors")
+        ->check(CLI::Range(0, 64));
+}
+
+void AddEncodeCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<EncodeOptions>();
+    CLI::App* const command = app.add_subcommand("encode", "Encode pictures or video to an AVI file");
+    command
+        ->add_option("INPUT", options->input,
+                     ".y4m, .png, .ppm, .pgm, a numbered sequence (shot_%04d.png), or -")
+        ->required();
+    command->add_option("-o,--output", options->output, "The AVI file to write")->required();
+    command->add_option("--format", options->format, "Compressed format; auto takes that of the input")
+        ->check(CLI::IsMember({"auto", "rgb", "rgba", "yuv444", "yuv422", "yuv420", "yuva444", "gray"}))
+        ->capture_default_str();
+    command
+        ->add_option("--method", options->codec.method,
+                     "gradient, median, or dynamic: the best for each block")
+        ->transform(
+            CLI::Transformer(std::map<std::string, uint32_t>{{"gradient", 2}, {"median", 3}, {"dynamic", 4}}))
+        ->check(CLI::Range(2, 4))
+        ->type_name("METHOD");
+    AddThreadsOption(*command, options->codec.threads);
+    command->add_flag("--interlaced,!--no-interlaced", options->codec.interlaced,
+                      "Code the two fields by themselves");
+    command->add_option("--matrix", options->codec.matrix, "Colour matrix, 601 or 709")
+        ->transform(CLI::Transformer(std::map<std::string, uint32_t>{{"601", 1}, {"709", 2}}))
+        ->check(CLI::Range(1, 2))
+        ->type_name("601|709");
+    command->add_flag("--full-range,!--no-full-range", options->codec.fullRange, "YUV uses the full range");
+    command->add_flag("--interpolate,!--no-interpolate", options->codec.interpolate,
+                      "Interpolate where chroma is subsampled");
+    command->add_option("--fps", options->rate, "Frame rate N/D, instead of the input's");
+    command->add_option("--raw", options->raw, "INPUT is raw frames: WIDTHxHEIGHT:LAYOUT");
+    command->add_flag("--verify", options->verify, "Decode each frame as it is written and compare");
+    command->callback([options, &action] {
+        action = [options](ToolContext& context) { return Encoding(*options, context).Run(); };
+    });
+}

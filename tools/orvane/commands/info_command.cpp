@@ -1,0 +1,201 @@
+#include "commands/command.h"
+#include "files/fourcc.h"
+#include "files/frame_structure.h"
+#include "files/video_stream.h"
+#include "progress.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+
+namespace {
+
+struct InfoOptions {
+    std::string input;
+    bool frames = false;
+    bool json = false;
+};
+
+constexpr const char* kMethodNames[] = {"unknown", "left", "gradient", "median"};
+constexpr size_t kMethods = std::size(kMethodNames);
+
+struct FrameFacts {
+    AviFrame place;
+    std::array<uint64_t, kMethods> methods{};
+    uint64_t rawBlocks = 0;
+    std::string fault;
+};
+
+/// All that the command tells, in whatever form.
+struct StreamFacts {
+    const VideoStream* stream;
+    std::vector<FrameFacts> frames;
+    std::array<uint64_t, kMethods> methods{};
+    uint64_t rawBlocks = 0;
+    uint64_t bytes = 0;
+    uint64_t rawBytes = 0;
+
+    bool IsYuv() const { return IsYuvFamily(stream->Format().code); }
+    std::string Matrix() const
+    {
+        const uint32_t matrix = EffectiveMatrix(stream->Format().code, stream->Record().colorMatrix);
+        return matrix == 1 ? "Rec.601" : matrix == 2 ? "Rec.709" : "unknown";
+    }
+    std::string Range() const { return IsFullRange(stream->Record()) ? "full" : "limited"; }
+};
+
+StreamFacts CollectFacts(const VideoStream& stream)
+{
+    StreamFacts facts{.stream = &stream, .frames = {}};
+    for (const AviFrame& place : stream.File().frames) {
+        FrameFacts frame{.place = place, .fault = {}};
+        if (place.size > 0) {
+            const FrameStructure structure = ReadFrameStructure(stream.Source(), place.offset, place.size,
+                                                                stream.Record(), stream.Format().planes);
+            frame.methods = structure.CountPredictors();
+            frame.rawBlocks = structure.CountRaw();
+            frame.fault = structure.fault;
+        }
+        for (size_t i = 0; i < kMethods; ++i)
+            facts.methods[i] += frame.methods[i];
+        facts.rawBlocks += frame.rawBlocks;
+        facts.bytes += place.size;
+        facts.frames.push_back(std::move(frame));
+    }
+    const uint64_t pictureBytes = stream.InfoFor(NativeLayout(stream.Format().code)).FrameBytes();
+    facts.rawBytes = pictureBytes * facts.frames.size();
+    return facts;
+}
+
+/// "left 0, gradient 12, median 120"; values of no predictor only where there are any.
+std::string MethodsText(const std::array<uint64_t, kMethods>& methods)
+{
+    std::string text;
+    for (size_t i = 1; i < kMethods; ++i)
+        text += (text.empty() ? "" : ", ") + std::string(kMethodNames[i]) + " " + std::to_string(methods[i]);
+    return methods[0] == 0 ? text : text + ", unknown " + std::to_string(methods[0]);
+}
+
+std::string FileText(const AviFile& file)
+{
+    std::string text = file.cut ? "cut off" : "complete";
+    if (file.brokenPlaces > 0)
+        text += ", broken in " + std::to_string(file.brokenPlaces) + " places";
+    switch (file.index) {
+    case AviIndexState::None:
+        return text + ", without index";
+    case AviIndexState::Whole:
+        return text + ", index whole";
+    case AviIndexState::Wrong:
+        break;
+    }
+    return text + ", index does not fit";
+}
+
+void PrintText(const StreamFacts& facts, std::ostream& out)
+{
+    const VideoStream& stream = *facts.stream;
+    const auto line = [&](const char* label) -> std::ostream& {
+        return out << "  " << std::left << std::setw(11) << label << std::right;
+    };
+    out << std::fixed << std::setprecision(2) << stream.Name() << '\n';
+    line("format") << FourCCText(stream.Format().fourcc) << ", " << stream.Format().text;
+    if (facts.IsYuv())
+        out << ", " << facts.Matrix() << ", " << facts.Range() << " range";
+    out << (IsInterlaced(stream.Record()) ? ", interlaced\n" : ", progressive\n");
+    line("size") << stream.Width() << "x" << stream.Height() << ", " << TextOf(stream.File().rate, '/')
+                 << " fps\n";
+    line("frames") << stream.FrameCount() << " ("
+                   << static_cast<double>(stream.FrameCount()) / stream.File().rate.Value() << " s)\n";
+    line("bytes") << facts.bytes << " of " << facts.rawBytes << ", ratio "
+                  << Ratio(facts.rawBytes, facts.bytes) << '\n';
+    line("blocks") << MethodsText(facts.methods) << "; raw " << facts.rawBlocks << '\n';
+    line("file") << FileText(stream.File()) << '\n';
+    line("checksums") << "none\n";
+}
+
+void PrintFrames(const StreamFacts& facts, std::ostream& out)
+{
+    const uint64_t pictureBytes = facts.frames.empty() ? 0 : facts.rawBytes / facts.frames.size();
+    out << "   frame          offset       bytes   ratio    left gradient  median     raw\n";
+    for (size_t number = 0; number < facts.frames.size(); ++number) {
+        const FrameFacts& frame = facts.frames[number];
+        out << std::setw(8) << number << std::setw(16) << frame.place.offset << std::setw(12)
+            << frame.place.size << std::setw(8) << Ratio(pictureBytes, frame.place.size) << std::setw(8)
+            << frame.methods[1] << std::setw(9) << frame.methods[2] << std::setw(8) << frame.methods[3]
+            << std::setw(8) << frame.rawBlocks << (frame.fault.empty() ? "" : "  " + frame.fault) << '\n';
+    }
+}
+
+using Json = nlohmann::ordered_json;
+
+Json MethodsJson(const std::array<uint64_t, kMethods>& methods)
+{
+    Json json = Json::object();
+    for (size_t i = 1; i < kMethods; ++i)
+        json[kMethodNames[i]] = methods[i];
+    return json;
+}
+
+Json FrameJson(size_t number, const FrameFacts& frame)
+{
+    return {{"frame", number},
+            {"offset", frame.place.offset},
+            {"bytes", frame.place.size},
+            {"methods", MethodsJson(frame.methods)},
+            {"raw_blocks", frame.rawBlocks},
+            {"fault", frame.fault.empty() ? Json() : Json(frame.fault)}};
+}
+
+void PrintJson(const StreamFacts& facts, std::ostream& out)
+{
+    const VideoStream& stream = *facts.stream;
+    Json frames = Json::array();
+    for (size_t number = 0; number < facts.frames.size(); ++number)
+        frames.push_back(FrameJson(number, facts.frames[number]));
+    const Json json = {{"fourcc", FourCCText(stream.Format().fourcc)},
+                       {"format", stream.Format().text},
+                       {"width", stream.Width()},
+                       {"height", stream.Height()},
+                       {"fps", TextOf(stream.File().rate, '/')},
+                       {"frames", stream.FrameCount()},
+                       {"bytes", facts.bytes},
+                       {"raw_bytes", facts.rawBytes},
+                       {"ratio", Ratio(facts.rawBytes, facts.bytes)},
+                       {"matrix", facts.IsYuv() ? Json(facts.Matrix()) : Json()},
+                       {"range", facts.IsYuv() ? Json(facts.Range()) : Json()},
+                       {"interlaced", IsInterlaced(stream.Record())},
+                       {"methods", MethodsJson(facts.methods)},
+                       {"raw_blocks", facts.rawBlocks},
+                       {"checksums", false},
+                       {"frame_list", std::move(frames)}};
+    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+} // namespace
+
+void AddInfoCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<InfoOptions>();
+    CLI::App* const command = app.add_subcommand("info", "Tell what a file holds");
+    command->add_option("IN.avi", options->input, "The file to look at")->required();
+    command->add_flag("--frames", options->frames, "A line for each frame");
+    command->add_flag("--json", options->json, "Everything as one JSON object");
+    command->callback([options, &action] {
+        action = [options](ToolContext& context) {
+            const VideoStream stream(PathOf(options->input));
+            const StreamFacts facts = CollectFacts(stream);
+            if (options->json) {
+                PrintJson(facts, context.out);
+                return ExitCode::Done;
+            }
+            PrintText(facts, context.out);
+            if (options->frames)
+                PrintFrames(facts, context.out);
+            return ExitCode::Done;
+        };
+    });
+}

@@ -1,0 +1,165 @@
+#include "commands/command.h"
+#include "files/frame_structure.h"
+#include "files/open_files.h"
+#include "files/video_stream.h"
+#include "host/picture_check.h"
+#include "host/private_settings.h"
+#include "interrupt.h"
+#include "progress.h"
+
+#include <memory>
+#include <ostream>
+
+namespace {
+
+struct VerifyOptions {
+    std::string input;
+    std::string against;
+    std::string raw;
+};
+
+class Verification
+{
+  public:
+    Verification(const VerifyOptions& options_, ToolContext& context_)
+        : options(options_), context(context_), stream(PathOf(options.input))
+    {}
+
+    ExitCode Run()
+    {
+        CheckFile();
+        if (options.against.empty())
+            CheckFrames();
+        else
+            CompareFrames();
+        if (faults > 0)
+            throw ToolError(std::to_string(faults) + (faults == 1 ? " fault found" : " faults found"),
+                            options.input, "see the lines on standard output");
+        return ExitCode::Done;
+    }
+
+  private:
+    void Report(const std::string& fault)
+    {
+        ++faults;
+        context.out << fault << '\n';
+    }
+    void ReportFrame(size_t number, const std::string& fault)
+    {
+        Report("frame " + std::to_string(number) + ": " + fault);
+    }
+
+    void CheckFile()
+    {
+        const AviFile& file = stream.File();
+        if (file.cut)
+            Report("the file is cut off behind frame " + std::to_string(stream.FrameCount()));
+        if (file.brokenPlaces > 0)
+            Report("the chain of chunks is broken in " + std::to_string(file.brokenPlaces) + " places");
+        if (file.index == AviIndexState::Wrong && !file.cut)
+            Report("the index does not fit the frames");
+    }
+
+    /// What can be seen without the source: the structure of each frame, and that it decodes.
+    void CheckFrames()
+    {
+        const CompressedFormat& format = stream.Format();
+        std::unique_ptr<FrameDecompressor> decoder;
+        {
+            PrivateSettings settings;
+            settings.SetForDecoding(std::nullopt);
+            decoder = std::make_unique<FrameDecompressor>(context.driver, format, stream.BitmapInfo(),
+                                                          NativeLayout(format.code), stream.Width(),
+                                                          stream.Height());
+        }
+        Progress progress(context.ProgressStream(), stream.FrameCount());
+        const uint64_t pictureBytes = stream.InfoFor(NativeLayout(format.code)).FrameBytes();
+        for (size_t number = 0; number < stream.FrameCount(); ++number) {
+            ThrowIfInterrupted();
+            const AviFrame& frame = stream.File().frames[number];
+            if (frame.size > 0)
+                CheckFrame(number, frame, *decoder);
+            progress.Add(pictureBytes, frame.size);
+        }
+        if (faults == 0)
+            context.out << stream.FrameCount()
+                        << " frames are sound; there are no checksums, so this is the structure alone\n";
+    }
+
+    void CheckFrame(size_t number, const AviFrame& frame, FrameDecompressor& decoder)
+    {
+        const FrameStructure structure = ReadFrameStructure(stream.Source(), frame.offset, frame.size,
+                                                            stream.Record(), stream.Format().planes);
+        if (!structure.fault.empty())
+            ReportFrame(number, "damaged, " + structure.fault);
+        else if (!decoder.Decompress(stream.ReadFrame(number)))
+            ReportFrame(number, "damaged, the codec refuses it");
+    }
+
+    void CompareFrames()
+    {
+        const std::unique_ptr<FrameSource> source = OpenSource(options.against, options.raw, context.in);
+        const VideoInfo& info = source->Info();
+        if (info.width != stream.Width() || info.height != stream.Height())
+            throw ToolError("the pictures are of " + std::to_string(info.width) + "x" +
+                                std::to_string(info.height) + ", the stream of " +
+                                std::to_string(stream.Width()) + "x" + std::to_string(stream.Height()),
+                            options.against, "compare with the source of this file");
+        const std::unique_ptr<PictureCheck> check = OpenCheck(info);
+
+        Progress progress(context.ProgressStream(), stream.FrameCount());
+        std::vector<uint8_t> picture(info.FrameBytes());
+        size_t number = 0;
+        for (; source->Next(picture); ++number) {
+            ThrowIfInterrupted();
+            if (number >= stream.FrameCount())
+                continue;
+            const std::span<const uint8_t> frame = stream.ReadFrame(number);
+            if (const PictureMatch match = check->Check(picture, frame); match != PictureMatch::Same)
+                ReportFrame(number, match == PictureMatch::Damaged ? "damaged, the codec refuses it"
+                                                                   : "differs from the source");
+            progress.Add(picture.size(), frame.size());
+        }
+        if (number != stream.FrameCount())
+            Report("the source has " + std::to_string(number) + " frames, the file " +
+                   std::to_string(stream.FrameCount()));
+        if (faults == 0)
+            context.out << number << " frames are identical with " << options.against << '\n';
+    }
+
+    std::unique_ptr<PictureCheck> OpenCheck(const VideoInfo& info)
+    {
+        const CompressedFormat& format = stream.Format();
+        CodecOptions codec;
+        codec.interlaced = IsInterlaced(stream.Record());
+        PrivateSettings settings;
+        settings.SetForEncoding(format.fourcc, codec);
+        settings.SetForDecoding(std::nullopt);
+        if (!IsLossless(*info.layout, format) &&
+            !CanCompress(context.driver, format, *info.layout, info.width, info.height))
+            throw ToolError(std::string("pictures of ") + info.layout->name + " cannot be compared with " +
+                                format.text,
+                            options.against, "give the source in its own layout");
+        return std::make_unique<PictureCheck>(context.driver, format, stream.BitmapInfo(), *info.layout,
+                                              info.width, info.height);
+    }
+
+    const VerifyOptions& options;
+    ToolContext& context;
+    VideoStream stream;
+    size_t faults = 0;
+};
+
+} // namespace
+
+void AddVerifyCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<VerifyOptions>();
+    CLI::App* const command = app.add_subcommand("verify", "Check a file, by itself or against its source");
+    command->add_option("IN.avi", options->input, "The file to check")->required();
+    command->add_option("--against", options->against, "Compare with these pictures, one by one");
+    command->add_option("--raw", options->raw, "They are raw frames: WIDTHxHEIGHT:LAYOUT");
+    command->callback([options, &action] {
+        action = [options](ToolContext& context) { return Verification(*options, context).Run(); };
+    });
+}

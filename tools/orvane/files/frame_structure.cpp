@@ -1,0 +1,106 @@
+#include "files/frame_structure.h"
+
+#include "files/little_endian.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace {
+
+constexpr uint64_t kMaxBlocks = 1 << 20;
+
+/// Why a frame does not belong to a stream; nothing when it does. The header's version may differ from the
+/// record's.
+std::optional<std::string> HeaderFault(const FrameHeader& header, const FrameHeader& record)
+{
+    constexpr uint32_t kCompared = kFlagInterlaced | kFlagFullRange;
+    if (header.version > kFrameVersion)
+        return "unknown version " + std::to_string(header.version);
+    if (header.formatCode != record.formatCode)
+        return "frame of another format";
+    if (header.width != record.width || header.height != record.height)
+        return "frame of another size";
+    if (header.maxCodeLength != record.maxCodeLength || StoredCoderType(header) != StoredCoderType(record))
+        return "frame of another kind of coding";
+    if ((header.flags & kCompared) != (record.flags & kCompared) ||
+        EffectiveMatrix(header.formatCode, header.colorMatrix) !=
+            EffectiveMatrix(record.formatCode, record.colorMatrix))
+        return "frame with other colour or interlace";
+    return std::nullopt;
+}
+
+FrameStructure Faulty(std::string fault)
+{
+    FrameStructure structure;
+    structure.fault = std::move(fault);
+    return structure;
+}
+
+} // namespace
+
+std::array<uint64_t, 4> FrameStructure::CountPredictors() const
+{
+    std::array<uint64_t, 4> counts{};
+    for (const BlockStructure& block : blocks)
+        ++counts[block.predictor < counts.size() ? block.predictor : 0];
+    return counts;
+}
+
+uint64_t FrameStructure::CountRaw() const
+{
+    return static_cast<uint64_t>(std::ranges::count(blocks, true, &BlockStructure::raw));
+}
+
+FrameStructure ReadFrameStructure(const ByteSource& source, uint64_t offset, uint32_t size,
+                                  const FrameHeader& record, int planes)
+{
+    FrameStructure structure;
+    structure.blockHeight = record.blockHeight;
+    uint64_t table = 0; // all positions count from the frame's start
+    const std::vector<uint8_t> head = source.ReadBytes(offset, std::min<uint32_t>(size, kFrameHeaderSize));
+    if (head.size() < 4)
+        return Faulty("shorter than any frame");
+    if (HasMagic(head.data())) {
+        if (head.size() < kFrameHeaderSize)
+            return Faulty("header cut off");
+        const FrameHeader header = ReadHeader(head.data());
+        if (const auto fault = HeaderFault(header, record))
+            return Faulty(*fault);
+        table = header.headerSize;
+        if (header.blockHeight != 0)
+            structure.blockHeight = header.blockHeight;
+    }
+
+    const uint64_t bands =
+        structure.blockHeight == 0
+            ? 0
+            : (uint64_t{record.height} + structure.blockHeight - 1) / structure.blockHeight;
+    const uint64_t count = bands * static_cast<uint64_t>(planes);
+    if (count > kMaxBlocks || table + 4 * (count + 1) > size)
+        return Faulty("offset table cut off");
+    const std::vector<uint8_t> words = source.ReadBytes(offset + table, static_cast<size_t>(4 * (count + 1)));
+    if (words.size() < 4 * (count + 1))
+        return Faulty("offset table cut off");
+
+    const auto startOf = [&](uint64_t block) {
+        return table + Get<uint32_t>(words, static_cast<size_t>(4 * (block + 1)));
+    };
+    for (uint64_t i = 0; i < count; ++i) {
+        const uint64_t start = startOf(i);
+        const bool endsFrame = i + 1 == count || startOf(i + 1) < start;
+        const uint64_t end = endsFrame ? size : startOf(i + 1);
+        if (end > size || start > end)
+            return Faulty("block " + std::to_string(i) + " lies outside the frame");
+        BlockStructure block;
+        block.size = static_cast<uint32_t>(end - start);
+        block.plane = static_cast<uint8_t>(i / bands);
+        if (const std::vector<uint8_t> blockHead =
+                source.ReadBytes(offset + start, std::min<size_t>(2, block.size));
+            blockHead.size() == 2) {
+            block.raw = (blockHead[0] & 1) != 0;
+            block.predictor = blockHead[1];
+        }
+        structure.blocks.push_back(block);
+    }
+    return structure;
+}

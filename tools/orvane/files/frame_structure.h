@@ -1,0 +1,34 @@
+// The structure of a compressed frame, read without decoding it: which blocks it has, how each is predicted
+// and stored.
+#pragma once
+
+#include "common/frame_header.h"
+#include "files/byte_source.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct BlockStructure {
+    uint32_t size = 0; ///< bytes, with the two bytes of its head; the last block has the tail in it
+    uint8_t plane = 0;
+    uint8_t predictor = 0; ///< as it stands in the block: 1 Left, 2 Gradient, 3 Median
+    bool raw = false;
+};
+
+struct FrameStructure {
+    std::string fault;                  ///< why the frame cannot be read; empty when it can
+    uint32_t blockHeight = 0;           ///< picture rows of a block
+    std::vector<BlockStructure> blocks; ///< in plane order; empty with a fault
+
+    /// Blocks by predictor: index 0 counts those with a value of no predictor.
+    std::array<uint64_t, 4> CountPredictors() const;
+    uint64_t CountRaw() const;
+};
+
+/// Reads header, offset table and block heads, no more. Nothing outside offset .. offset + size is looked at.
+/// record  of the stream
+/// planes  of its format
+FrameStructure ReadFrameStructure(const ByteSource& source, uint64_t offset, uint32_t size,
+                                  const FrameHeader& record, int planes);

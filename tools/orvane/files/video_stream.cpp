@@ -1,0 +1,72 @@
+#include "files/video_stream.h"
+
+#include "files/avi_records.h"
+#include "files/fourcc.h"
+#include "files/little_endian.h"
+#include "tool_error.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+template <class T>
+void SetField(std::vector<uint8_t>& bytes, size_t offset, T value)
+{
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+/// The length of the record comes from the chunk: tools rewrite the header's own size to 40. A chunk that is
+/// longer than the record says is cut to the record.
+std::vector<uint8_t> PutRight(std::vector<uint8_t> bitmapInfo, uint32_t handler, const std::string& name)
+{
+    constexpr size_t kHead = avi::kBitmapHeaderSize;
+    if (bitmapInfo.size() < kHead + kFrameHeaderSize || !HasMagic(bitmapInfo.data() + kHead))
+        throw ToolError("the stream has no configuration record", name, "its head was damaged or rewritten");
+    const uint32_t recordSize = ReadHeader(bitmapInfo.data() + kHead).headerSize;
+    if (recordSize >= kFrameHeaderSize && recordSize < bitmapInfo.size() - kHead)
+        bitmapInfo.resize(kHead + recordSize);
+    SetField(bitmapInfo, 0, static_cast<uint32_t>(bitmapInfo.size()));
+    if (const auto compression = Get<uint32_t>(bitmapInfo, 16);
+        compression != UpperFourCC(compression) || !IsOurFourCC(compression))
+        SetField(bitmapInfo, 16, UpperFourCC(IsOurFourCC(compression) ? compression : handler));
+    return bitmapInfo;
+}
+
+} // namespace
+
+VideoStream::VideoStream(const std::filesystem::path& path)
+    : VideoStream(std::make_unique<FileSource>(path), TextOf(path))
+{}
+
+VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
+    : source(std::move(source_)), name(std::move(name_)), file(ReadAvi(*source, name)),
+      bitmapInfo(PutRight(file.bitmapInfo, file.handler, name)),
+      record(ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize)), format(FindFormat(record.formatCode))
+{
+    if (format == nullptr)
+        throw ToolError("format " + std::to_string(record.formatCode) + " is not supported", name,
+                        "only the 8-bit formats can be read");
+    CheckPictureSize(NativeLayout(format->code), record.width, record.height, name);
+}
+
+VideoInfo VideoStream::InfoFor(const PixelLayout& layout) const
+{
+    VideoInfo info;
+    info.layout = &layout;
+    info.width = Width();
+    info.height = Height();
+    info.rate = file.rate;
+    info.interlaced = IsInterlaced(record);
+    if (IsYuvFamily(format->code))
+        info.fullRange = IsFullRange(record);
+    return info;
+}
+
+std::span<const uint8_t> VideoStream::ReadFrame(size_t number)
+{
+    const AviFrame& frame = file.frames[number];
+    frameBytes.resize(std::max<size_t>(frameBytes.size(), frame.size));
+    const std::span<uint8_t> bytes(frameBytes.data(), frame.size);
+    return bytes.first(source->Read(frame.offset, bytes));
+}

@@ -1,0 +1,52 @@
+#include "run_tool.h"
+
+#include "commands/command.h"
+
+#include <new>
+#include <ostream>
+
+namespace {
+
+/// Parses and gives the action. Help and version are actions too.
+Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& context)
+{
+    Action action;
+    CLI::App app("Lossless intra-frame video codec: encodes to AVI, decodes, looks into files.", "orvane");
+    app.set_version_flag("--version", kToolVersion);
+    app.add_flag("-q,--quiet", context.quiet, "No progress");
+    app.require_subcommand(1);
+    app.fallthrough();
+    for (const auto add :
+         {AddEncodeCommand, AddDecodeCommand, AddInfoCommand, AddVerifyCommand, AddConfigCommand})
+        add(app, action);
+    try {
+        app.parse(
+            std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them from the back
+    } catch (const CLI::Success& request) {
+        app.exit(request, context.out, context.err);
+        return [](ToolContext&) { return ExitCode::Done; };
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what(), "", "see orvane --help and orvane COMMAND --help");
+    }
+    return action;
+}
+
+} // namespace
+
+int RunTool(const std::vector<std::string>& arguments, ToolContext& context)
+{
+    const auto fail = [&](const ToolError& error) {
+        context.err << ErrorLine(error) << std::flush;
+        return static_cast<int>(error.exitCode);
+    };
+    try {
+        return static_cast<int>(ParseCommandLine(arguments, context)(context));
+    } catch (const ToolError& error) {
+        return fail(error);
+    } catch (const std::bad_alloc&) {
+        return fail({"out of memory", "", "close other programs or use smaller pictures"});
+    } catch (const std::exception& error) {
+        return fail(
+            {error.what(), "", "this should not happen; please report it with the command that was run"});
+    }
+}
