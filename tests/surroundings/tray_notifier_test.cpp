@@ -1,0 +1,262 @@
+#include "common/settings_records.h"
+#include "platform/host_path.h"
+#include "platform/thread_start_hook.h"
+#include "surroundings/tray_thread.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// Notes what the notifier asks of it, in words.
+class RecordingShell final : public TrayShell
+{
+  public:
+    void Add(void* window, TrayMode mode) override { Note(window, "add " + ModeText(mode)); }
+    void Update(void* window, TrayMode mode, const TrayTexts& texts, bool balloon) override
+    {
+        Note(window, (balloon ? "balloon " : "update ") + ModeText(mode) + ": " + texts.info);
+    }
+    void Remove(void* window) override { Note(window, "remove"); }
+
+    /// All that was noted, once there are `count` entries.
+    std::vector<std::string> WaitFor(size_t count)
+    {
+        std::unique_lock lock(mutex);
+        noted.wait(lock, [&] { return entries.size() >= count; });
+        return entries;
+    }
+
+    void* Window()
+    {
+        const std::lock_guard lock(mutex);
+        return lastWindow;
+    }
+
+  private:
+    static std::string ModeText(TrayMode mode) { return std::to_string(static_cast<int>(mode)); }
+
+    void Note(void* window, const std::string& entry)
+    {
+        const std::lock_guard lock(mutex);
+        EXPECT_NE(window, nullptr);
+        lastWindow = window;
+        entries.push_back(entry);
+        noted.notify_all();
+    }
+
+    std::mutex mutex;
+    std::condition_variable noted;
+    std::vector<std::string> entries;
+    void* lastWindow = nullptr;
+};
+
+TrayStatus StatusOf(TrayMode mode, uint32_t width)
+{
+    TrayStatus status;
+    status.Mode = mode;
+    status.Width = width;
+    status.Height = 3;
+    std::snprintf(status.FormatText, sizeof status.FormatText, "YUY2");
+    std::snprintf(status.CompressedText, sizeof status.CompressedText, "YUV");
+    return status;
+}
+
+std::string InfoOf(const TrayStatus& status)
+{
+    return BuildTrayTexts(status, ShortHostName(platform::HostPath())).info;
+}
+
+using Entries = std::vector<std::string>;
+
+TEST(TrayNotifier, ShowsUpdatesAndRemovesTheIconInTheOrderOfPosting)
+{
+    RecordingShell shell;
+    const TrayStatus first = StatusOf(TrayMode::Compressing, 1),
+                     second = StatusOf(TrayMode::Decompressing, 2);
+    TrayHandle tray = TrayNotifier::Start(shell);
+    ASSERT_TRUE(tray);
+    tray->PostStatus(first);
+    tray->PostShowIcon();
+    tray->PostShowBalloon();
+    tray->PostStatus(second);
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(5), (Entries{"add 1", "update 1: " + InfoOf(first), "balloon 1: " + InfoOf(first),
+                                         "update 2: " + InfoOf(second), "remove"}));
+}
+
+TEST(TrayNotifier, IsIdleUntilItGetsAStatus)
+{
+    RecordingShell shell;
+    TrayHandle tray = TrayNotifier::Start(shell);
+    tray->PostShowIcon();
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(3), (Entries{"add 0", "update 0: " + InfoOf({}), "remove"}));
+}
+
+TEST(TrayNotifier, WithoutAnIconNothingIsUpdated)
+{
+    RecordingShell shell;
+    TrayHandle tray = TrayNotifier::Start(shell);
+    tray->PostStatus(StatusOf(TrayMode::Compressing, 1));
+    tray->PostShowBalloon();
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(1), (Entries{"remove"}));
+}
+
+TEST(TrayNotifier, AfterItsRemovalTheIconIsNotUpdated)
+{
+    RecordingShell shell;
+    TrayHandle tray = TrayNotifier::Start(shell);
+    tray->PostShowIcon();
+    tray->PostRemoveIcon();
+    tray->PostStatus(StatusOf(TrayMode::Compressing, 1));
+    tray->PostShowBalloon();
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(4), (Entries{"add 0", "update 0: " + InfoOf({}), "remove", "remove"}));
+}
+
+/// A queue that hands the notifier's own handler out, to be asked as the shell would.
+class OpenWindow final : public MessageWindow
+{
+  public:
+    static inline MessageHandler handler;
+    static inline void* owner;
+
+    void Create(uint32_t index, MessageHandler handler_, void* owner_) noexcept override
+    {
+        handler = handler_;
+        owner = owner_;
+        inner->Create(index, handler_, owner_);
+    }
+    void* Handle() const noexcept override { return inner->Handle(); }
+    void Run() noexcept override { inner->Run(); }
+    bool Post(uint32_t message, intptr_t parameter) noexcept override
+    {
+        return inner->Post(message, parameter);
+    }
+    bool PostStop() noexcept override { return inner->PostStop(); }
+
+  private:
+    std::unique_ptr<MessageWindow> inner = MakeMessageWindow();
+};
+
+TEST(TrayNotifier, AClickBringsTheBalloonAgainWithTheCurrentStatus)
+{
+    RecordingShell shell;
+    const TrayStatus status = StatusOf(TrayMode::Compressing, 7);
+    TrayHandle tray = TrayNotifier::Start(shell, std::make_unique<OpenWindow>());
+    tray->PostShowIcon();
+    tray->PostStatus(status);
+    shell.WaitFor(3); // nothing is pending now, so that this thread may speak for the window
+    const auto mouse = [](intptr_t message) { return OpenWindow::handler(OpenWindow::owner, 1034, message); };
+    for (const intptr_t other : {512, 514, 515, 517, 518, 0})
+        EXPECT_EQ(mouse(other), 0) << other;
+    EXPECT_EQ(mouse(513), 1);
+    EXPECT_EQ(mouse(516), 1);
+    EXPECT_EQ(shell.WaitFor(5), (Entries{"add 0", "update 0: " + InfoOf({}), "update 1: " + InfoOf(status),
+                                         "balloon 1: " + InfoOf(status), "balloon 1: " + InfoOf(status)}));
+    for (const uint32_t foreign : {0U, 1U, 1024U, 1033U, 1035U, 1040U})
+        EXPECT_EQ(OpenWindow::handler(OpenWindow::owner, foreign, 0), std::nullopt) << foreign;
+    tray.reset();
+    shell.WaitFor(6);
+}
+
+/// A window that could not be made: the thread waits for its stop all the same.
+class MissingWindow final : public MessageWindow
+{
+  public:
+    explicit MissingWindow(RecordingShell& shell_) : shell(shell_) {}
+    ~MissingWindow() override { shell.Remove(this); } // tells the test that the thread has gone
+
+    void Create(uint32_t index, MessageHandler handler, void* owner) noexcept override
+    {
+        inner->Create(index, handler, owner);
+    }
+    void* Handle() const noexcept override { return nullptr; }
+    void Run() noexcept override { inner->Run(); }
+    bool Post(uint32_t, intptr_t) noexcept override
+    {
+        ADD_FAILURE() << "nothing is posted to a window that does not exist";
+        return false;
+    }
+    bool PostStop() noexcept override { return inner->PostStop(); }
+
+  private:
+    RecordingShell& shell;
+    std::unique_ptr<MessageWindow> inner = MakeMessageWindow();
+};
+
+TEST(TrayNotifier, WithoutAWindowOnlyTheStopIsPosted)
+{
+    RecordingShell shell;
+    TrayHandle tray = TrayNotifier::Start(shell, std::make_unique<MissingWindow>(shell));
+    ASSERT_TRUE(tray);
+    tray->PostStatus(StatusOf(TrayMode::Compressing, 1));
+    tray->PostShowIcon();
+    tray->PostShowBalloon();
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(1), (Entries{"remove"}));
+}
+
+TEST(TrayNotifier, WithoutAThreadThereIsNone)
+{
+    RecordingShell shell;
+    platform::SetThreadStartHook([]() noexcept { return false; });
+    EXPECT_FALSE(TrayNotifier::Start(shell));
+    TrayHandle tray;
+    PostNotify(tray, StatusOf(TrayMode::Compressing, 1), 15);
+    EXPECT_FALSE(tray);
+    platform::SetThreadStartHook(nullptr);
+}
+
+TEST(TrayNotifier, ManyAtOnceDoNotMeet)
+{
+    constexpr size_t count = 20;
+    RecordingShell shells[count];
+    std::vector<TrayHandle> trays;
+    for (RecordingShell& shell : shells)
+        trays.push_back(TrayNotifier::Start(shell));
+    for (size_t i = 0; i < count; ++i) {
+        trays[i]->PostStatus(StatusOf(TrayMode::Compressing, static_cast<uint32_t>(i)));
+        trays[i]->PostShowIcon();
+    }
+    trays.clear();
+    std::vector<void*> windows;
+    for (size_t i = 0; i < count; ++i) {
+        const std::string info = InfoOf(StatusOf(TrayMode::Compressing, static_cast<uint32_t>(i)));
+        EXPECT_EQ(shells[i].WaitFor(3), (Entries{"add 1", "update 1: " + info, "remove"}));
+        windows.push_back(shells[i].Window());
+    }
+    std::ranges::sort(windows);
+    EXPECT_EQ(std::ranges::adjacent_find(windows), windows.end());
+}
+
+TEST(PostNotify, MakesANotifierOnlyForTheIconOfItsMode)
+{
+    for (uint32_t settings = 0; settings < 16; ++settings)
+        for (const TrayMode mode : {TrayMode::Compressing, TrayMode::Decompressing}) {
+            TrayHandle tray;
+            PostNotify(tray, StatusOf(mode, 1), settings);
+            const uint32_t icon =
+                mode == TrayMode::Compressing ? kTrayWhileCompressing : kTrayWhileDecompressing;
+            EXPECT_EQ(tray != nullptr, (settings & icon) != 0) << settings;
+        }
+}
+
+TEST(PostNotify, KeepsTheNotifierThatIsThere)
+{
+    TrayHandle tray;
+    PostNotify(tray, StatusOf(TrayMode::Compressing, 1), 15);
+    const TrayNotifier* const first = tray.get();
+    PostNotify(tray, StatusOf(TrayMode::Decompressing, 1), 15);
+    EXPECT_EQ(tray.get(), first);
+}
+
+} // namespace
