@@ -37,7 +37,7 @@ __m128i BetweenWords(__m128i a, __m128i b, __m128i c, __m128i d)
     return _mm_srai_epi16(_mm_sub_epi16(inner, outer), 4);
 }
 
-__m128i Between(__m128i a, __m128i b, __m128i c, __m128i d)
+[[gnu::always_inline]] inline __m128i Between(__m128i a, __m128i b, __m128i c, __m128i d)
 {
     const __m128i zero = _mm_setzero_si128();
     const __m128i low = BetweenWords(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero),

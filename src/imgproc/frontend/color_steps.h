@@ -7,6 +7,7 @@
 #pragma once
 
 #include "imgproc/frontend/color_matrix.h"
+#include "imgproc/frontend/unrolled.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -109,13 +110,14 @@ class MatrixStep
     }
 
     template <int planes>
-    PixelVectors Forward(const PixelVectors& rgba) const
+    [[gnu::always_inline]] PixelVectors Forward(const PixelVectors& rgba) const
     {
         const Pairs redGreen = WidenPairs(rgba.at[0], rgba.at[1]);
         const Pairs blueHalf = WidenWith(rgba.at[2], _mm_set1_epi16(kHalf));
         // The second product of the blue pair is 4096 * (1 + 2 * offset): rounding and, shifted down, the
         // offset.
-        const auto sum = [&](const ColorMatrix::Row& row, int offset) {
+        const auto sum = [&](const ColorMatrix::Row& row, int offset) __attribute__((always_inline))
+        {
             return Narrow(AddPairs(Multiply(redGreen, PairOf(row.r, row.g)),
                                    Multiply(blueHalf, PairOf(row.b, 1 + 2 * offset))));
         };
@@ -131,7 +133,7 @@ class MatrixStep
     // 128 times the chroma factors and offsetY times scaleY are taken off in one constant for each channel.
     // Sums stay far below 2^31.
     template <int planes>
-    PixelVectors Inverse(const PixelVectors& samples) const
+    [[gnu::always_inline]] PixelVectors Inverse(const PixelVectors& samples) const
     {
         const int constant = kHalf - matrix.offsetY * matrix.scaleY;
         if constexpr (planes == 1) { // chroma is neutral: the three channels are one
@@ -161,12 +163,12 @@ class MatrixStep
         __m128i quad[4];
     };
 
-    static __m128i PairOf(int first, int second)
+    [[gnu::always_inline]] static __m128i PairOf(int first, int second)
     {
         return _mm_set1_epi32(static_cast<int>(static_cast<uint32_t>(second) << 16 | (first & 0xFFFF)));
     }
 
-    static Pairs WidenPairs(__m128i a, __m128i b)
+    [[gnu::always_inline]] static Pairs WidenPairs(__m128i a, __m128i b)
     {
         const __m128i zero = _mm_setzero_si128();
         const __m128i low = _mm_unpacklo_epi8(a, b);
@@ -176,7 +178,7 @@ class MatrixStep
     }
 
     /// Pairs of a sample and a 16-bit constant.
-    static Pairs WidenWith(__m128i a, __m128i constant)
+    [[gnu::always_inline]] static Pairs WidenWith(__m128i a, __m128i constant)
     {
         const __m128i zero = _mm_setzero_si128();
         const __m128i low = _mm_unpacklo_epi8(a, zero);
@@ -185,30 +187,28 @@ class MatrixStep
                  _mm_unpacklo_epi16(high, constant), _mm_unpackhi_epi16(high, constant)}};
     }
 
-    static Pairs Multiply(const Pairs& pairs, __m128i factors)
+    [[gnu::always_inline]] static Pairs Multiply(const Pairs& pairs, __m128i factors)
     {
         Pairs sums;
-        for (int i = 0; i < 4; ++i)
-            sums.quad[i] = _mm_madd_epi16(pairs.quad[i], factors);
+        Unrolled<4>([&](auto i) { sums.quad[i] = _mm_madd_epi16(pairs.quad[i], factors); });
         return sums;
     }
 
-    static Pairs AddPairs(const Pairs& a, const Pairs& b)
+    [[gnu::always_inline]] static Pairs AddPairs(const Pairs& a, const Pairs& b)
     {
         Pairs sums;
-        for (int i = 0; i < 4; ++i)
-            sums.quad[i] = _mm_add_epi32(a.quad[i], b.quad[i]);
+        Unrolled<4>([&](auto i) { sums.quad[i] = _mm_add_epi32(a.quad[i], b.quad[i]); });
         return sums;
     }
 
-    static Pairs AddConstant(const Pairs& a, int constant)
+    [[gnu::always_inline]] static Pairs AddConstant(const Pairs& a, int constant)
     {
         const __m128i all = _mm_set1_epi32(constant);
         return AddPairs(a, {{all, all, all, all}});
     }
 
     /// Shifts the sums down and clips them to bytes: all lie far within 16 bits then.
-    static __m128i Narrow(const Pairs& sums)
+    [[gnu::always_inline]] static __m128i Narrow(const Pairs& sums)
     {
         const auto shifted = [&](int i) { return _mm_srai_epi32(sums.quad[i], kShift); };
         return _mm_packus_epi16(_mm_packs_epi32(shifted(0), shifted(1)),

@@ -5,6 +5,7 @@
 #include "imgproc/frontend/color_steps.h"
 #include "imgproc/frontend/interleave_sse2.h"
 #include "imgproc/frontend/packed_rows.h"
+#include "imgproc/frontend/unrolled.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -34,11 +35,9 @@ class TPackedRowKernel
         for (int x = begin; x < end; ++x) {
             const uint8_t* const pixel = row.pixels + x * kPixelBytes;
             PixelBytes channels = kMissing;
-            for (int k = 0; k < kPixelBytes; ++k)
-                channels.at[k] = pixel[Order::kPositions[k]];
+            Unrolled<kPixelBytes>([&](auto k) { channels.at[k] = pixel[Order::kPositions[k]]; });
             const PixelBytes samples = step.template Forward<planes>(channels);
-            for (int p = 0; p < planes; ++p)
-                row.planes[p][x] = samples.at[p];
+            Unrolled<planes>([&](auto p) { row.planes[p][x] = samples.at[p]; });
         }
     }
 
@@ -46,12 +45,10 @@ class TPackedRowKernel
     {
         for (int x = begin; x < end; ++x) {
             PixelBytes samples = kMissing;
-            for (int p = 0; p < planes; ++p)
-                samples.at[p] = row.planes[p][x];
+            Unrolled<planes>([&](auto p) { samples.at[p] = row.planes[p][x]; });
             const PixelBytes channels = step.template Inverse<planes>(samples);
             uint8_t* const pixel = row.pixels + x * kPixelBytes;
-            for (int k = 0; k < kPixelBytes; ++k)
-                pixel[Order::kPositions[k]] = channels.at[k];
+            Unrolled<kPixelBytes>([&](auto k) { pixel[Order::kPositions[k]] = channels.at[k]; });
         }
     }
 
@@ -61,25 +58,23 @@ class TPackedRowKernel
         for (int x = begin; x < end; x += 16) {
             const PixelVectors bytes = LoadPixels<kPixelBytes>(row.pixels + x * kPixelBytes);
             PixelVectors channels = bytes;
-            for (int k = 0; k < kPixelBytes; ++k)
-                channels.at[k] = bytes.at[Order::kPositions[k]];
+            Unrolled<kPixelBytes>([&](auto k) { channels.at[k] = bytes.at[Order::kPositions[k]]; });
             const PixelVectors samples = step.template Forward<planes>(channels);
-            for (int p = 0; p < planes; ++p)
-                _mm_store_si128(VectorAt(row.planes[p] + x), samples.at[p]);
+            Unrolled<planes>([&](auto p) { _mm_store_si128(VectorAt(row.planes[p] + x), samples.at[p]); });
         }
     }
 
     void JoinVectors(int begin, int end) const
     {
+        const auto all = [](uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); };
+        const PixelVectors missing{
+            {all(kMissing.at[0]), all(kMissing.at[1]), all(kMissing.at[2]), all(kMissing.at[3])}};
         for (int x = begin; x < end; x += 16) {
-            PixelVectors samples;
-            for (int p = 0; p < 4; ++p)
-                samples.at[p] = p < planes ? _mm_load_si128(VectorAt(row.planes[p] + x))
-                                           : _mm_set1_epi8(static_cast<char>(kMissing.at[p]));
+            PixelVectors samples = missing;
+            Unrolled<planes>([&](auto p) { samples.at[p] = _mm_load_si128(VectorAt(row.planes[p] + x)); });
             const PixelVectors channels = step.template Inverse<planes>(samples);
             PixelVectors bytes = channels;
-            for (int k = 0; k < kPixelBytes; ++k)
-                bytes.at[Order::kPositions[k]] = channels.at[k];
+            Unrolled<kPixelBytes>([&](auto k) { bytes.at[Order::kPositions[k]] = channels.at[k]; });
             StorePixels<kPixelBytes>(row.pixels + x * kPixelBytes, bytes);
         }
     }
