@@ -1,47 +1,9 @@
-// Memory that gives out while threads are being started: this program's operator new fails at a chosen call
-// of the thread that chose it.
+#include "failing_memory.h"
 #include "threading/worker_pool.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-thread_local int allocationsLeft = -1; // -1: without limit
-
-void* Allocate(size_t size) noexcept
-{
-    if (allocationsLeft == 0)
-        return nullptr;
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    return std::malloc(size > 0 ? size : 1);
-}
-} // namespace
-
-void* operator new(size_t size)
-{
-    void* const memory = Allocate(size);
-    return memory ? memory : throw std::bad_alloc();
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t&) noexcept
-{
-    std::free(memory);
-}
 
 TEST(WorkerPoolMemory, ThePoolWorksWithTheThreadsThatThereIsMemoryFor)
 {
@@ -51,13 +13,14 @@ TEST(WorkerPoolMemory, ThePoolWorksWithTheThreadsThatThereIsMemoryFor)
     for (int limit = 0; limit <= 2 * kThreads; ++limit) {
         threading::WorkerPool pool;
         pool.SetThreadCount(kThreads);
-        allocationsLeft = limit;
+        LimitAllocations(limit);
         pool.EnsureThreads();
-        if (allocationsLeft > 0 && withoutFailure < 0)
-            withoutFailure = limit;
+        const int left = AllocationsLeft();
         std::atomic<int> sum{0};
         pool.Run(100, [&](int index, int) { sum += index; });
-        allocationsLeft = -1;
+        LiftAllocationLimit();
+        if (left > 0 && withoutFailure < 0)
+            withoutFailure = limit;
         EXPECT_EQ(sum, 4950) << limit;
         pool.SetThreadCount(2);
         pool.Run(100, [&](int index, int) { sum -= index; });
@@ -72,9 +35,9 @@ TEST(WorkerPoolMemory, ARunAllocatesNothing)
     pool.SetThreadCount(3);
     pool.EnsureThreads();
     std::atomic<int> sum{0};
-    allocationsLeft = 0;
+    LimitAllocations(0);
     for (int run = 0; run < 100; ++run)
         pool.Run(10, [&](int index, int) { sum += index; });
-    allocationsLeft = -1;
+    LiftAllocationLimit();
     EXPECT_EQ(sum, 4500);
 }
