@@ -169,6 +169,14 @@ class Encoding
     std::unique_ptr<PictureCheck> check;
 };
 
+/// Adds --NAME and --no-NAME; without either the option stays empty.
+void AddSwitch(CLI::App& command, const std::string& name, std::optional<bool>& option,
+               const std::string& help)
+{
+    const auto set = [&option](int64_t count) { option = count > 0; };
+    command.add_flag_function("--" + name + ",!--no-" + name, set, help);
+}
+
 } // namespace
 
 void AddThreadsOption(CLI::App& command, std::optional<uint32_t>& threads)
@@ -197,15 +205,13 @@ void AddEncodeCommand(CLI::App& app, Action& action)
         ->check(CLI::Range(2, 4))
         ->type_name("METHOD");
     AddThreadsOption(*command, options->codec.threads);
-    command->add_flag("--interlaced,!--no-interlaced", options->codec.interlaced,
-                      "Code the two fields by themselves");
+    AddSwitch(*command, "interlaced", options->codec.interlaced, "Code the two fields by themselves");
     command->add_option("--matrix", options->codec.matrix, "Colour matrix, 601 or 709")
         ->transform(CLI::Transformer(std::map<std::string, uint32_t>{{"601", 1}, {"709", 2}}))
         ->check(CLI::Range(1, 2))
         ->type_name("601|709");
-    command->add_flag("--full-range,!--no-full-range", options->codec.fullRange, "YUV uses the full range");
-    command->add_flag("--interpolate,!--no-interpolate", options->codec.interpolate,
-                      "Interpolate where chroma is subsampled");
+    AddSwitch(*command, "full-range", options->codec.fullRange, "YUV uses the full range");
+    AddSwitch(*command, "interpolate", options->codec.interpolate, "Interpolate where chroma is subsampled");
     command->add_option("--fps", options->rate, "Frame rate N/D, instead of the input's");
     command->add_option("--raw", options->raw, "INPUT is raw frames: WIDTHxHEIGHT:LAYOUT");
     command->add_flag("--verify", options->verify, "Decode each frame as it is written and compare");
