@@ -44,6 +44,26 @@ constexpr Band BandOf(const FrameHeader& header, int band)
     return {first, std::min(height - first, blockHeight)};
 }
 
+/// Bands `first` to `end` - 1.
+struct BandRange {
+    int first;
+    int end;
+};
+
+/// Where a block's samples stand in its plane.
+struct BlockRows {
+    BlockRows() = default;
+    BlockRows(const BlockInfo& block, const PlaneInfo& whole)
+        : plane(FromRow(whole, block.firstRow)), width(block.width), count(block.rows),
+          contiguous(whole.pitch == block.width)
+    {}
+
+    PlaneInfo plane; ///< from the block's first row on
+    int width = 0;
+    int count = 0;
+    bool contiguous = false; ///< rows follow each other without a gap
+};
+
 /// The rows of a block that are predicted together: all of them, or one field.
 struct RowSet {
     int first;  ///< 0 or 1

@@ -142,17 +142,16 @@ void Orvane::EncodeBlock(const CompressInfo& info, size_t index)
     BlockInfo& block = blocks[index];
     const HuffCoder& coder = *coders[static_cast<size_t>(block.coderId)];
     const ImgProcBackend& backend = *info.route.backend;
-    const PlaneInfo rows = FromRow(residualPlanes.plane[static_cast<size_t>(block.plane)], block.firstRow);
+    const BlockRows rows(block, residualPlanes.plane[static_cast<size_t>(block.plane)]);
 
     // Contiguous rows are one run of symbols; otherwise each row is.
-    const bool contiguous = rows.pitch == block.width * backend.GetBytesPerSample();
-    const int runs = contiguous ? 1 : block.rows;
-    const auto run = static_cast<uint32_t>(contiguous ? block.width * block.rows : block.width);
+    const int runs = rows.contiguous ? 1 : rows.count;
+    const auto run = static_cast<uint32_t>(rows.contiguous ? rows.width * rows.count : rows.width);
     const auto write = [&](auto&& put) {
         BitStream stream;
         BitStreamInit(stream, block.compressed.data(), block.compressed.size());
         for (int i = 0; i < runs; ++i)
-            put(stream, RowAt(rows, i));
+            put(stream, RowAt(rows.plane, i));
         return static_cast<uint32_t>(BitStreamFinish(stream));
     };
 

@@ -11,13 +11,38 @@
 #include "entropy/length_table.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstring>
 
 namespace {
 
 FrameBytes BytesOf(const CompressInfo& info)
 {
     return {info.frame, info.frameSize};
+}
+
+/// The bits of a coded block. Heads and ends that lie outside the frame leave none.
+FrameBytes PayloadOf(FrameBytes frame, const BlockInfo& block)
+{
+    const auto start =
+        static_cast<size_t>(std::min<uint64_t>(block.dataOffset + kBlockHeadBytes, frame.size()));
+    const uint64_t size = block.dataSize > kBlockHeadBytes ? block.dataSize - kBlockHeadBytes : 0;
+    return frame.subspan(start, static_cast<size_t>(size));
+}
+
+void CopyRows(const uint8_t* from, const BlockRows& to)
+{
+    for (int row = 0; row < to.count; ++row, from += to.width)
+        std::memcpy(RowAt(to.plane, row), from, static_cast<size_t>(to.width));
+}
+
+/// How many neighbouring bands one pool item takes: as many as are decoded side by side, in items of nearly
+/// equal size of which every thread has the same number.
+int BandsPerItem(int bands, int threads)
+{
+    const int rounds = std::max(1, (bands + threads * kMaxBandsPerItem - 1) / (threads * kMaxBandsPerItem));
+    return std::max(1, (bands + threads * rounds - 1) / (threads * rounds));
 }
 
 /// Puts a value back at the end of a scope, however it is left.
@@ -135,30 +160,59 @@ void Orvane::DecompressBlocks(const CompressInfo& info, bool foreignBlockHeight)
 
     const PlaneSet& target = info.route.converter ? convertedPlanes : imagePlanes;
     const auto bands = static_cast<int>(CountBands(info.header));
-    const int planes = info.route.backend->GetPlaneCount();
+    const int bandsPerItem = BandsPerItem(bands, ThreadCount());
+    PrepareScratch(info, target, foreignBlockHeight ? 0 : bandsPerItem);
     for (int step = 0; step <= steps.back().step; ++step)
-        pool.Run(bands, [&, step](int band, int thread) {
-            for (const PassStep& entry : steps) {
-                if (entry.step != step)
-                    continue;
-                if (entry.kind == PassStep::Decode) {
-                    for (int plane = 0; plane < planes; ++plane) {
-                        {
-                            const StageScope timing(Timer(Stage::Decode, thread));
-                            DecodeBlock(info, plane, band, target);
-                        }
-                        const StageScope timing(Timer(Stage::Unpredict, thread));
-                        UnpredictBlock(info, plane, band, target);
-                    }
-                } else if (entry.kind == PassStep::ConvertPass) {
-                    const StageScope timing(Timer(Stage::Convert, thread));
-                    ConvertBlock(info, convertedPlanes, imagePlanes, entry.arg, band);
-                } else {
-                    const StageScope timing(Timer(Stage::Join, thread));
-                    TransformBlock(info, band);
-                }
-            }
+        pool.Run((bands + bandsPerItem - 1) / bandsPerItem, [&, step](int item, int thread) {
+            const int first = item * bandsPerItem;
+            const BandRange range{first, std::min(bands, first + bandsPerItem)};
+            for (const PassStep& entry : steps)
+                if (entry.step == step)
+                    DecompressBands(info, entry, range, target, thread);
         });
+}
+
+void Orvane::DecompressBands(const CompressInfo& info, const PassStep& entry, BandRange range,
+                             const PlaneSet& target, int thread)
+{
+    switch (entry.kind) {
+    case PassStep::Decode:
+        for (int plane = 0; plane < info.route.backend->GetPlaneCount(); ++plane) {
+            {
+                const StageScope timing(Timer(Stage::Decode, thread));
+                DecodeBlocks(info, plane, range, target, thread);
+            }
+            const StageScope timing(Timer(Stage::Unpredict, thread));
+            for (int band = range.first; band < range.end; ++band)
+                UnpredictBlock(info, plane, band, target);
+        }
+        break;
+    case PassStep::ConvertPass: {
+        const StageScope timing(Timer(Stage::Convert, thread));
+        for (int band = range.first; band < range.end; ++band)
+            ConvertBlock(info, convertedPlanes, imagePlanes, entry.arg, band);
+        break;
+    }
+    default: {
+        const StageScope timing(Timer(Stage::Join, thread));
+        for (int band = range.first; band < range.end; ++band)
+            TransformBlock(info, band);
+    }
+    }
+}
+
+void Orvane::PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount)
+{
+    const int planes = info.route.backend->GetPlaneCount();
+    const bool needed = std::ranges::any_of(blocks, [&](const BlockInfo& block) {
+        return block.plane < planes && target.plane[static_cast<size_t>(block.plane)].pitch != block.width;
+    });
+    decodeScratch.resize(static_cast<size_t>(ThreadCount()));
+    // All blocks but the last of a plane are as large as its first, and none is larger than plane 0's.
+    const size_t blockBytes =
+        blocks.empty() ? 0 : static_cast<size_t>(blocks[0].width) * static_cast<size_t>(blocks[0].rows);
+    for (auto& scratch : decodeScratch)
+        scratch.resize(needed ? blockBytes * static_cast<size_t>(blockCount) : 0);
 }
 
 BlockInfo* Orvane::BlockOf(const CompressInfo& info, int plane, int band)
@@ -170,33 +224,71 @@ BlockInfo* Orvane::BlockOf(const CompressInfo& info, int plane, int band)
     return &blocks[index];
 }
 
-void Orvane::DecodeBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes)
+void Orvane::DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneSet& planes,
+                          int thread)
 {
-    const BlockInfo* block = BlockOf(info, plane, band);
-    // Without a coder the rows stay as they are.
-    if (!block || block->coderId < 0 || static_cast<size_t>(block->coderId) >= coders.size())
-        return;
-    const HuffCoder& coder = *coders[static_cast<size_t>(block->coderId)];
-    const PlaneInfo rows = FromRow(planes.plane[static_cast<size_t>(plane)], block->firstRow);
-    const bool contiguous = rows.pitch == block->width * info.route.backend->GetBytesPerSample();
-    const int runs = contiguous ? 1 : block->rows;
-    const auto run = static_cast<uint32_t>(contiguous ? block->width * block->rows : block->width);
-
     const FrameBytes frame = BytesOf(info);
-    const bool raw = (ByteAt(frame, block->dataOffset) & kBlockRaw) != 0;
-    const uint64_t payload = std::min<uint64_t>(block->dataOffset + kBlockHeadBytes, frame.size());
-    // A coded block reads zero bits behind its end; a raw block that is too short reads on behind it.
-    const uint64_t coded = block->dataSize > kBlockHeadBytes ? block->dataSize - kBlockHeadBytes : 0;
+    std::vector<uint8_t>& scratch = decodeScratch[static_cast<size_t>(thread)];
+    size_t scratchUsed = 0;
+    std::array<DecodeJob, kMaxBandsPerItem> jobs;
+    std::array<BlockRows, kMaxBandsPerItem> targets;
+    size_t count = 0;
+    int coderId = 0;
+    const auto flush = [&] {
+        if (count == 0)
+            return;
+        coders[static_cast<size_t>(coderId)]->DecodeBlocks({jobs.data(), count});
+        for (size_t i = 0; i < count; ++i)
+            if (!targets[i].contiguous)
+                CopyRows(jobs[i].out, targets[i]);
+        count = scratchUsed = 0;
+    };
+
+    for (int band = range.first; band < range.end; ++band) {
+        const BlockInfo* block = BlockOf(info, plane, band);
+        // Without a coder the rows stay as they are.
+        if (!block || block->coderId < 0 || static_cast<size_t>(block->coderId) >= coders.size())
+            continue;
+        const BlockRows rows(*block, planes.plane[static_cast<size_t>(plane)]);
+        const bool raw = (ByteAt(frame, block->dataOffset) & kBlockRaw) != 0;
+        if (raw || (!rows.contiguous && scratch.empty())) {
+            DecodeBlock(info, *block, rows, raw);
+            continue;
+        }
+        // The blocks of a plane share a coder, as a rule.
+        if (block->coderId != coderId)
+            flush();
+        coderId = block->coderId;
+        const FrameBytes payload = PayloadOf(frame, *block);
+        const auto symbols = static_cast<uint32_t>(rows.width * rows.count);
+        uint8_t* const out = rows.contiguous ? rows.plane.data : scratch.data() + scratchUsed;
+        scratchUsed += rows.contiguous ? 0 : symbols;
+        jobs[count] = {payload.data(), payload.data() + payload.size(), out, symbols};
+        targets[count++] = rows;
+    }
+    flush();
+}
+
+void Orvane::DecodeBlock(const CompressInfo& info, const BlockInfo& block, const BlockRows& rows, bool raw)
+{
+    const FrameBytes frame = BytesOf(info);
+    const HuffCoder& coder = *coders[static_cast<size_t>(block.coderId)];
+    const FrameBytes payload = PayloadOf(frame, block);
+    // A raw block that is too short reads on behind it.
+    const auto size =
+        raw ? static_cast<size_t>(frame.data() + frame.size() - payload.data()) : payload.size();
     BitStream stream;
-    BitStreamInit(stream, frame.data() + payload, raw ? frame.size() - payload : coded);
+    BitStreamInit(stream, payload.data(), size);
+    const int runs = rows.contiguous ? 1 : rows.count;
+    const auto run = static_cast<uint32_t>(rows.contiguous ? rows.width * rows.count : rows.width);
     for (int i = 0; i < runs; ++i) {
         if (raw)
-            coder.ReadRaw(stream, RowAt(rows, i), run);
+            coder.ReadRaw(stream, RowAt(rows.plane, i), run);
         else
-            coder.Decode(stream, RowAt(rows, i), run);
+            coder.Decode(stream, RowAt(rows.plane, i), run);
     }
     if (raw)
-        Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", plane, block->blockInPlane);
+        Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", block.plane, block.blockInPlane);
 }
 
 void Orvane::UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes)

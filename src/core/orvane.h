@@ -9,6 +9,7 @@
 #include "common/frame_header.h"
 #include "common/settings_records.h"
 #include "core/block_info.h"
+#include "core/block_list.h"
 #include "core/compress_info.h"
 #include "core/format_route.h"
 #include "core/frame_parser.h"
@@ -38,6 +39,10 @@ enum PictureError : uint32_t {
 
 /// A picture may have this many blocks, over all planes, and no more.
 inline constexpr uint64_t kMaxBlocks = uint64_t{1} << 20;
+
+/// Bands that one thread decodes side by side: as many as the entropy stage has lanes, and few enough that
+/// their planes stay in a processor's cache until they are joined.
+inline constexpr int kMaxBandsPerItem = 6;
 
 /// One entry of a pass's work list. Entries with the same `step` run in one pool run, in list order.
 struct PassStep {
@@ -174,7 +179,12 @@ class Orvane
     FrameStatus ParseFrame(CompressInfo& info, bool& foreignBlockHeight);
     bool ReadCoders(const CompressInfo& info, uint64_t tableOffset);
     void DecompressBlocks(const CompressInfo& info, bool foreignBlockHeight);
-    void DecodeBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes);
+    void PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount);
+    void DecompressBands(const CompressInfo& info, const PassStep& entry, BandRange range,
+                         const PlaneSet& target, int thread);
+    void DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneSet& planes,
+                      int thread);
+    void DecodeBlock(const CompressInfo& info, const BlockInfo& block, const BlockRows& rows, bool raw);
     void UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes);
     BlockInfo* BlockOf(const CompressInfo& info, int plane, int band);
 
@@ -194,9 +204,10 @@ class Orvane
     ConverterSet converters;
     RouteMap routes;
     std::vector<BlockInfo> blocks;
-    PlaneSet imagePlanes;     ///< planes in the front end's layout
-    PlaneSet convertedPlanes; ///< planes in the compressed layout, behind a converter
-    PlaneSet residualPlanes;  ///< compress: residuals of planes that are the host's own
+    PlaneSet imagePlanes;                            ///< planes in the front end's layout
+    PlaneSet convertedPlanes;                        ///< planes in the compressed layout, behind a converter
+    std::vector<std::vector<uint8_t>> decodeScratch; ///< by thread: blocks on their way to rows with gaps
+    PlaneSet residualPlanes; ///< compress: residuals of planes that are the host's own
     threading::WorkerPool pool;
     PictureError lastError = kPictureOk;
 };

@@ -114,6 +114,20 @@ void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Decode(BitStream& stream,
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::DecodeBlocks(std::span<const DecodeJob> jobs) const
+{
+    if (wideTableReady) {
+        DecodeInterleaved(wideTable.data(), jobs);
+        return;
+    }
+    for (const DecodeJob& job : jobs) {
+        BitStream stream;
+        BitStreamInit(stream, job.begin, static_cast<uint64_t>(job.end - job.begin));
+        Decode(stream, job.out, job.count);
+    }
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
 void HuffCoderT<Symbol, Code, bits, limit, tableBits>::WriteRaw(BitStream& stream, const uint8_t* bytes,
                                                                 uint32_t count) const
 {
@@ -144,7 +158,7 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int coun
         encodeTable[record.symbol] = {static_cast<Code>(record.code), static_cast<uint16_t>(record.length)};
     // Readers have no use for the pair table, which takes longer to fill than everything else together.
     pairTableReady = false;
-    if (encoderOnly && usePairTable) {
+    if (encoderOnly && fast) {
         pairTable.resize(kPairRows);
         FillPairTable(encodeTable.data(), pairTable.data());
         pairTableReady = true;
@@ -152,6 +166,8 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int coun
     if (!encoderOnly) {
         decodeTable.resize(DecodeTableRows(tableBits));
         BuildDecodeTable(records, tableBits, decodeTable.data());
+        wideTable.resize(size_t{1} << tableBits);
+        wideTableReady = fast && BuildWideTable(records, tableBits, wideTable.data());
     }
     return true;
 }

@@ -24,10 +24,11 @@ class HuffCoderT : public HuffCoder
     static constexpr int symbolCount = 1 << bits;
     static constexpr int maxCodeLength = limit;
 
-    HuffCoderT() : HuffCoderT(false) {}
+    HuffCoderT() : HuffCoderT(Speed::Plain) {}
 
     void Encode(BitStream& stream, const uint8_t* symbols, uint32_t count) const override;
     void Decode(BitStream& stream, uint8_t* symbols, uint32_t count) const override;
+    void DecodeBlocks(std::span<const DecodeJob> jobs) const override;
     void WriteRaw(BitStream& stream, const uint8_t* bytes, uint32_t count) const override;
     void ReadRaw(BitStream& stream, uint8_t* bytes, uint32_t count) const override;
     bool BuildFromLengths(int count, const uint32_t* lengths, bool encoderOnly) override;
@@ -41,15 +42,19 @@ class HuffCoderT : public HuffCoder
     const std::vector<uint32_t>& GetCodeLengths() const { return codeLengths; }
 
   protected:
-    explicit HuffCoderT(bool withPairTable) : usePairTable(withPairTable) {}
+    /// Fast: with the pair table for writing and the wide table for reading many blocks, where the code has one.
+    enum class Speed { Plain, Fast };
+    explicit HuffCoderT(Speed speed) : fast(speed == Speed::Fast) {}
 
   private:
-    const bool usePairTable;
+    const bool fast;
     bool pairTableReady = false; ///< the pair table belongs to the current code
+    bool wideTableReady = false; ///< so does the wide table
     std::vector<uint32_t> codeLengths;
     std::vector<CodeEntry> encodeTable;
     std::vector<PairEntry> pairTable;
     std::vector<DecodeEntry> decodeTable;
+    std::vector<WideRow> wideTable;
     std::vector<CodeRecord> records; ///< working memory of a build, as is `lengthWork`
     CodeLengthWork lengthWork;
 };

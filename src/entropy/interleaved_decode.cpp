@@ -1,0 +1,150 @@
+// One stream is pure latency: a look-up waits for the shift of the one before it. So up to six blocks are
+// decoded side by side, each in a lane of its own, and the processor overlaps their chains.
+//
+// State of a lane
+//   bits   the stream from its next bit on, in the top bits; below the valid bits stands a single 1, the
+//   marker, and
+//          below that only zeros. So the number of trailing zeros is the number of bits consumed since the
+//          last load (and of those skipped by it): no count is kept. After a load 56 bits or more are valid.
+//   in     where `bits` was loaded from
+//   out    where the next symbol goes
+// A round is four look-ups, which take 48 bits at most, and a load. It moves `in` by 6 bytes and `out` by 24
+// at most, so that a number of rounds can be told in advance for which no limit needs to be looked at.
+//
+// A lane whose block is nearly done finishes it symbol by symbol and takes the next block. When no block is
+// left, the loop goes on with five lanes, four and so on.
+
+#include "entropy/interleaved_decode.h"
+
+#include "entropy/big_endian.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+
+namespace {
+
+constexpr int kMaxLanes = 6;
+constexpr int kTableBits = 12;
+constexpr int kLookUps = 4;
+constexpr ptrdiff_t kRoundBytesOut = kLookUps * kWideRowSymbols;
+constexpr ptrdiff_t kRoundBytesIn = (kLookUps * kTableBits + 7) / 8;
+/// A load takes eight bytes, and so does a store, of which less may count.
+constexpr ptrdiff_t kWordBytes = 8;
+/// Fewer rounds than this are not worth a lane.
+constexpr ptrdiff_t kLeastRounds = 2;
+constexpr uint64_t kMarker = 1;
+
+struct Lane {
+    uint64_t bits;
+    const uint8_t* in;
+    uint8_t* out;
+    const DecodeJob* job;
+
+    void Start(const DecodeJob& next)
+    {
+        job = &next;
+        in = next.begin;
+        out = next.out;
+        bits = next.end - next.begin >= kWordBytes ? LoadBigEndian64(in) | kMarker : kMarker;
+    }
+
+    ptrdiff_t SafeRounds() const
+    {
+        const ptrdiff_t byOutput = (job->out + job->count - out - kWordBytes) / kRoundBytesOut;
+        const ptrdiff_t byInput = (job->end - in - kWordBytes) / kRoundBytesIn;
+        return std::min(byOutput, byInput);
+    }
+
+    /// The rest of the block, with all limits looked at.
+    void Finish() const
+    {
+        const auto size = static_cast<uint64_t>(job->end - job->begin);
+        uint64_t position =
+            8 * static_cast<uint64_t>(in - job->begin) + static_cast<uint64_t>(std::countr_zero(bits));
+        uint8_t* to = out;
+        uint8_t* const end = job->out + job->count;
+        while (to != end) {
+            uint64_t word = 0;
+            const uint64_t byte = position / 8;
+            for (uint64_t i = 0; i < 3 && byte + i < size; ++i) // 7 + 12 bits at most
+                word |= uint64_t{job->begin[byte + i]} << (56 - 8 * i);
+            const WideRow& row = table[word << position % 8 >> (64 - kTableBits)];
+            to = std::copy_n(row.symbols, std::min<ptrdiff_t>(row.symbolTotal, end - to), to);
+            position += row.bitCount;
+        }
+    }
+
+    const WideRow* table;
+};
+
+/// `rounds` rounds of the first `count` lanes.
+template <int count>
+void RunRounds(Lane* lanes, const WideRow* table, ptrdiff_t rounds)
+{
+    uint64_t bits[count];
+    const uint8_t* in[count];
+    uint8_t* out[count];
+    for (int i = 0; i < count; ++i) {
+        bits[i] = lanes[i].bits;
+        in[i] = lanes[i].in;
+        out[i] = lanes[i].out;
+    }
+    do {
+#pragma GCC unroll 4
+        for (int lookUp = 0; lookUp < kLookUps; ++lookUp) {
+#pragma GCC unroll 6
+            for (int i = 0; i < count; ++i) {
+                const WideRow* const row = table + (bits[i] >> (64 - kTableBits));
+                std::memcpy(out[i], row, sizeof *row);
+                bits[i] <<= row->bitCount;
+                out[i] += row->symbolTotal;
+            }
+        }
+#pragma GCC unroll 6
+        for (int i = 0; i < count; ++i) {
+            const int consumed = std::countr_zero(bits[i]);
+            in[i] += consumed / 8;
+            bits[i] = (LoadBigEndian64(in[i]) | kMarker) << (consumed % 8);
+        }
+    } while (--rounds > 0);
+    for (int i = 0; i < count; ++i) {
+        lanes[i].bits = bits[i];
+        lanes[i].in = in[i];
+        lanes[i].out = out[i];
+    }
+}
+
+using Kernel = void (*)(Lane*, const WideRow*, ptrdiff_t);
+constexpr Kernel kKernels[kMaxLanes] = {RunRounds<1>, RunRounds<2>, RunRounds<3>,
+                                        RunRounds<4>, RunRounds<5>, RunRounds<6>};
+
+} // namespace
+
+void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs)
+{
+    std::array<Lane, kMaxLanes> lanes;
+    size_t active = 0;
+    auto next = jobs.begin();
+    for (;;) {
+        while (active < lanes.size() && next != jobs.end()) {
+            lanes[active].table = table;
+            lanes[active++].Start(*next++);
+        }
+        if (active == 0)
+            return;
+        ptrdiff_t rounds = lanes[0].SafeRounds();
+        for (size_t i = 1; i < active; ++i)
+            rounds = std::min(rounds, lanes[i].SafeRounds());
+        if (rounds >= kLeastRounds) {
+            kKernels[active - 1](lanes.data(), table, rounds);
+            continue;
+        }
+        for (size_t i = active; i-- > 0;)
+            if (lanes[i].SafeRounds() < kLeastRounds) {
+                lanes[i].Finish();
+                lanes[i] = lanes[--active];
+            }
+    }
+}
