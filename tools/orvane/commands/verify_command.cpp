@@ -105,7 +105,7 @@ class Verification
                                 std::to_string(info.height) + ", the stream of " +
                                 std::to_string(stream.Width()) + "x" + std::to_string(stream.Height()),
                             options.against, "compare with the source of this file");
-        const std::unique_ptr<PictureCheck> check = OpenCheck(info);
+        std::unique_ptr<PictureCheck> check = OpenCheck(info, std::nullopt);
 
         Progress progress(context.ProgressStream(), stream.FrameCount());
         std::vector<uint8_t> picture(info.FrameBytes());
@@ -115,7 +115,10 @@ class Verification
             if (number >= stream.FrameCount())
                 continue;
             const std::span<const uint8_t> frame = stream.ReadFrame(number);
-            if (const PictureMatch match = check->Check(picture, frame); match != PictureMatch::Same)
+            PictureMatch match = check->Check(picture, frame);
+            if (match == PictureMatch::Different && number == 0)
+                match = CheckOtherwise(picture, frame, info, check);
+            if (match != PictureMatch::Same)
                 ReportFrame(number, match == PictureMatch::Damaged ? "damaged, the codec refuses it"
                                                                    : "differs from the source");
             progress.Add(picture.size(), frame.size());
@@ -127,11 +130,29 @@ class Verification
             context.out << number << " frames are identical with " << options.against << '\n';
     }
 
-    std::unique_ptr<PictureCheck> OpenCheck(const VideoInfo& info)
+    /// The stream does not tell how chroma was subsampled: if the first frame fits with the other way, that
+    /// one holds.
+    PictureMatch CheckOtherwise(std::span<const uint8_t> picture, std::span<const uint8_t> frame,
+                                const VideoInfo& info, std::unique_ptr<PictureCheck>& check)
+    {
+        if (IsLossless(*info.layout, stream.Format()))
+            return PictureMatch::Different;
+        for (const bool interpolate : {false, true}) {
+            std::unique_ptr<PictureCheck> other = OpenCheck(info, interpolate);
+            if (other->Check(picture, frame) == PictureMatch::Same) {
+                check = std::move(other);
+                return PictureMatch::Same;
+            }
+        }
+        return PictureMatch::Different;
+    }
+
+    std::unique_ptr<PictureCheck> OpenCheck(const VideoInfo& info, std::optional<bool> interpolate)
     {
         const CompressedFormat& format = stream.Format();
         CodecOptions codec;
         codec.interlaced = IsInterlaced(stream.Record());
+        codec.interpolate = interpolate;
         PrivateSettings settings;
         settings.SetForEncoding(format.fourcc, codec);
         settings.SetForDecoding(std::nullopt);
