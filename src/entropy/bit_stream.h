@@ -11,8 +11,7 @@
 inline constexpr int kScratchBytes = 32;
 
 struct BitStream {
-    uint64_t
-        bits; ///< writer: pending bits at the low end, above them stale ones; reader: next bit at the top
+    uint64_t bits;   ///< writer: pending bits at the low end, stale ones above; reader: next bit at the top
     uint64_t count;  ///< writer: bits that are not pending, 57 to 64; reader: consumed bits of `bits`
     uint8_t* cursor; ///< next byte to write or to load
     uint8_t* begin;

@@ -26,7 +26,9 @@ constexpr int DecodeTableRows(int tableBits)
 /// Writes the rows of all codes that can follow `parent`, a row in the making, and of all that can follow
 /// those. A row stands where the range of its values begins; behind each range stands the parent's state,
 /// unless a row is there already, so that what no code covers is the parent's. Rows that stay untouched
-/// belong to the row before them. parent     {0, 0, 0} at the outset prefix     the codes of `parent`, joined
+/// belong to the row before them.
+/// parent     {0, 0, 0} at the outset
+/// prefix     the codes of `parent`, joined
 /// records    all codes, by rising code; none longer than `tableBits`
 /// table      DecodeTableRows(tableBits) rows with `bitCount` 0 at the outset
 void FillDecodeTable(DecodeEntry parent, uint32_t prefix, std::span<const CodeRecord> records, int tableBits,

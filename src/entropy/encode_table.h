@@ -18,9 +18,10 @@ struct PairEntry {
 
 inline constexpr int kPairRows = 65536;
 
-/// Fills the rows of every two symbols. The row of `first` and `second`, in stream order, is second * 256 +
-/// first: their two bytes read as one little-endian number. codes  256 codes of 12 bits at most pairs
-/// kPairRows rows
+/// Fills the rows of every two symbols. The row of `first` and `second`, in stream order, stands at
+/// second * 256 + first: their two bytes read as one little-endian number.
+/// codes  256 codes of 12 bits at most
+/// pairs  kPairRows rows
 void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs); // the meaning
 void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs);
 inline constexpr auto FillPairTable = kScalarOnly ? FillPairTableScalar : FillPairTableSse2;

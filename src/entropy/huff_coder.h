@@ -29,7 +29,8 @@ class HuffCoder
     /// nothing.
     virtual void Decode(BitStream& stream, uint8_t* symbols, uint32_t count) const = 0;
 
-    /// Does many blocks at once: each job is a stream of its own, decoded by one Decode. Faster than one by one.
+    /// Does many blocks at once: each job is a stream of its own, decoded by one Decode. Faster than one by
+    /// one.
     virtual void DecodeBlocks(std::span<const DecodeJob> jobs) const = 0;
 
     /// Copies `count` bytes to a stream that holds no bits of Encode.

@@ -42,7 +42,8 @@ class HuffCoderT : public HuffCoder
     const std::vector<uint32_t>& GetCodeLengths() const { return codeLengths; }
 
   protected:
-    /// Fast: with the pair table for writing and the wide table for reading many blocks, where the code has one.
+    /// Fast: with the pair table for writing and the wide table for reading many blocks, where the code has
+    /// one.
     enum class Speed { Plain, Fast };
     explicit HuffCoderT(Speed speed) : fast(speed == Speed::Fast) {}
 

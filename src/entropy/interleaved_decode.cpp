@@ -3,9 +3,9 @@
 //
 // State of a lane
 //   bits   the stream from its next bit on, in the top bits; below the valid bits stands a single 1, the
-//   marker, and
-//          below that only zeros. So the number of trailing zeros is the number of bits consumed since the
-//          last load (and of those skipped by it): no count is kept. After a load 56 bits or more are valid.
+//          marker, and below that only zeros. So the number of trailing zeros is the number of bits consumed
+//          since the last load (and of those skipped by it): no count is kept. After a load 56 bits or more
+//          are valid.
 //   in     where `bits` was loaded from
 //   out    where the next symbol goes
 // A round is four look-ups, which take 48 bits at most, and a load. It moves `in` by 6 bytes and `out` by 24

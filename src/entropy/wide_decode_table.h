@@ -20,6 +20,7 @@ static_assert(sizeof(WideRow) == 8);
 
 /// Builds the table: for each value of `tableBits` bits the parse of its bits from left to right as far as
 /// whole codes fit, at most six. Only a code that uses its whole code space has such a table, in which every
-/// row is valid; for another the result is false and `table` is left alone. records  as BuildCanonicalCodes
-/// leaves them, one at least, none longer than `tableBits` table    1 << tableBits rows
+/// row is valid; for another the result is false and `table` is left alone.
+/// records  as BuildCanonicalCodes leaves them, one at least, none longer than `tableBits`
+/// table    1 << tableBits rows
 bool BuildWideTable(std::span<const CodeRecord> records, int tableBits, WideRow* table);

@@ -104,7 +104,7 @@ uint64_t FewestBits(const std::vector<uint64_t>& frequencies, uint32_t limit, si
 
 TEST(CodeLengths, EqualCountsGiveTheFlatCode)
 {
-    for (const uint64_t value : {0, 1, 12345}) {
+    for (const uint64_t value : {uint64_t{0}, uint64_t{1}, uint64_t{12345}}) {
         Counts counts;
         counts.fill(value);
         EXPECT_EQ(HowMany(LengthsOf(counts)), (std::map<uint32_t, int>{{8, 256}}));
