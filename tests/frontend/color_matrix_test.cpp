@@ -73,7 +73,7 @@ TEST(ColorMatrix, EveryFormOfForwardGivesTheFormulaForAllInputs)
     for (const ColorStandard standard : kStandards)
         ForFirstChannel([&](int red) {
             pairs.SetPixels(red);
-            for (const PackedRowForm& form : ThreePlanes::kForms) {
+            for (const PackedRowForm& form : ThreePlanes::Forms()) {
                 form.split(pairs.row, PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
                 for (int x = 0; x < PairsRow::kWidth; ++x) {
                     const auto [y, u, v, a] = PlainToYuv(PlainMatrixOf(standard), PairsRow::Channels(red, x));
@@ -91,7 +91,7 @@ TEST(ColorMatrix, EveryFormOfInverseGivesTheFormulaForAllInputs)
     PairsRow pairs;
     for (const ColorStandard standard : kStandards)
         ForFirstChannel([&](int luma) {
-            for (const PackedRowForm& form : ThreePlanes::kForms) {
+            for (const PackedRowForm& form : ThreePlanes::Forms()) {
                 pairs.SetSamples(luma);
                 form.join(pairs.row, PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
                 for (int x = 0; x < PairsRow::kWidth; ++x) {
@@ -125,8 +125,8 @@ PlainPixel Forward(ColorStandard standard, int r, int g, int b)
 {
     alignas(16) uint8_t pixel[] = {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b)};
     uint8_t samples[3];
-    ThreePlanes::kForms[0].split({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
-                                 kMatrices[static_cast<size_t>(standard)]);
+    ThreePlanes::Forms()[0].split({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
+                                  kMatrices[static_cast<size_t>(standard)]);
     return {samples[0], samples[1], samples[2], 0};
 }
 
@@ -134,8 +134,8 @@ PlainPixel Inverse(ColorStandard standard, int y, int u, int v)
 {
     uint8_t pixel[3];
     uint8_t samples[] = {static_cast<uint8_t>(y), static_cast<uint8_t>(u), static_cast<uint8_t>(v)};
-    ThreePlanes::kForms[0].join({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
-                                kMatrices[static_cast<size_t>(standard)]);
+    ThreePlanes::Forms()[0].join({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
+                                 kMatrices[static_cast<size_t>(standard)]);
     return {pixel[0], pixel[1], pixel[2], 0};
 }
 

@@ -56,7 +56,7 @@ class TPackedPixelFrontend final
   public:
     TPackedPixelFrontend()
         : PackedPixelFrontend(this->firstLayout, this->secondLayout,
-                              TPackedRows<planeCount, typename D::Order, typename D::Algo::Step>::kForms,
+                              TPackedRows<planeCount, typename D::Order, typename D::Algo::Step>::Forms(),
                               D::Algo::kMatrix)
     {}
 
@@ -90,7 +90,7 @@ class TImgProcFrontend_YUY2_UYVY final
 {
   public:
     TImgProcFrontend_YUY2_UYVY()
-        : Packed422Frontend(this->firstLayout, this->secondLayout, TPackedRows422<uyvy, lumaOnly>::kForms,
+        : Packed422Frontend(this->firstLayout, this->secondLayout, TPackedRows422<uyvy, lumaOnly>::Forms(),
                             nullptr)
     {}
 };

@@ -119,8 +119,10 @@ void JoinRowSse2(PackedRow row, int width, const ColorMatrix* matrix)
 }
 
 template <int planes, class Order, class Step>
-const PackedRowForms TPackedRows<planes, Order, Step>::kForms{
-    {{"scalar", SplitRowScalar<TPackedRowKernel<planes, Order, Step>>,
-      JoinRowScalar<TPackedRowKernel<planes, Order, Step>>},
-     {"sse2", SplitRowSse2<TPackedRowKernel<planes, Order, Step>>,
-      JoinRowSse2<TPackedRowKernel<planes, Order, Step>>}}};
+const PackedRowForms& TPackedRows<planes, Order, Step>::Forms()
+{
+    using Kernel = TPackedRowKernel<planes, Order, Step>;
+    static constexpr PackedRowForms forms{{{"scalar", SplitRowScalar<Kernel>, JoinRowScalar<Kernel>},
+                                           {"sse2", SplitRowSse2<Kernel>, JoinRowSse2<Kernel>}}};
+    return forms;
+}

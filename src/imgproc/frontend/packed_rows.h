@@ -30,7 +30,7 @@ using PackedRowForms = std::array<PackedRowForm, 2>;
 /// All colour matrices share the kernels of one order.
 template <int planes, class Order, class Step>
 struct TPackedRows {
-    static const PackedRowForms kForms;
+    static const PackedRowForms& Forms();
 };
 
 /// The kernels of Y0 U Y1 V (`uyvy` false) or U Y0 V Y1 pairs; with `lumaOnly` plane 0 alone, chroma comes
@@ -38,5 +38,5 @@ struct TPackedRows {
 /// plane 0 to a 32-byte and planes 1 and 2 to a 16-byte boundary. An odd last pixel is left alone.
 template <bool uyvy, bool lumaOnly>
 struct TPackedRows422 {
-    static const PackedRowForms kForms;
+    static const PackedRowForms& Forms();
 };

@@ -134,9 +134,13 @@ void JoinRow422Sse2(PackedRow row, int width, const ColorMatrix*)
 } // namespace
 
 template <bool uyvy, bool lumaOnly>
-const PackedRowForms TPackedRows422<uyvy, lumaOnly>::kForms{
-    {{"scalar", SplitRow422Scalar<uyvy, lumaOnly>, JoinRow422Scalar<uyvy, lumaOnly>},
-     {"sse2", SplitRow422Sse2<uyvy, lumaOnly>, JoinRow422Sse2<uyvy, lumaOnly>}}};
+const PackedRowForms& TPackedRows422<uyvy, lumaOnly>::Forms()
+{
+    static constexpr PackedRowForms forms{
+        {{"scalar", SplitRow422Scalar<uyvy, lumaOnly>, JoinRow422Scalar<uyvy, lumaOnly>},
+         {"sse2", SplitRow422Sse2<uyvy, lumaOnly>, JoinRow422Sse2<uyvy, lumaOnly>}}};
+    return forms;
+}
 
 template struct TPackedRows422<false, false>;
 template struct TPackedRows422<false, true>;
