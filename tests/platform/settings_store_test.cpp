@@ -4,6 +4,7 @@
 #include "platform/host_path.h"
 #include "platform/settings_file.h"
 #include "platform/shared_file.h"
+#include "support/long_tests.h"
 #include "support/test_store.h"
 
 #include <gtest/gtest.h>
@@ -212,6 +213,37 @@ TEST(SettingsFile, FoldersAreMadeWhereThatIsAskedFor)
     EXPECT_EQ(OpenToRead(file)->Read("A"), 1U);
 }
 
+TEST(SettingsFile, AnEditWaitsForTheLock)
+{
+    const TestFolder folder;
+    const auto file = folder.Path() / "settings.reg";
+    auto lock = std::make_optional<platform::SharedFileLock>(file);
+    ASSERT_TRUE(lock->IsHeld());
+    std::atomic<bool> written{false};
+    std::thread writer([&] {
+        OpenToEdit(file)->Write("A", 1);
+        written = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(written);
+    EXPECT_EQ(OpenToRead(file)->Read("A"), std::nullopt); // reading waits for nobody
+    lock.reset();
+    writer.join();
+    EXPECT_EQ(OpenToRead(file)->Read("A"), 1U);
+}
+
+TEST(SettingsFile, AStoreThatStaysLockedIsGivenUp)
+{
+    if (!LongTests())
+        GTEST_SKIP() << "takes seconds";
+    const TestFolder folder;
+    const auto file = folder.Path() / "settings.reg";
+    const platform::SharedFileLock lock(file);
+    OpenToEdit(file)->Write("A", 1);
+    EXPECT_EQ(OpenToRead(file)->Read("A"), std::nullopt);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
 TEST(SettingsFile, ThreadsThatWriteAtOnceLoseNothing)
 {
     const TestFolder folder;
@@ -229,17 +261,17 @@ TEST(SettingsFile, ReadersNeverSeeHalfAFile)
     const TestFolder folder;
     const auto file = folder.Path() / "settings.reg";
     OpenToEdit(file)->Write("Fixed", 77);
-    std::atomic<bool> stop{false};
+    constexpr int kWrites = 50;
+    std::atomic<int> writes{0};
     std::thread writer([&] {
-        for (uint32_t i = 0; !stop; ++i) {
+        for (; writes < kWrites; ++writes) {
             const auto key = OpenToEdit(file);
             for (int n = 0; n < 50; ++n)
-                key->Write("Filler" + std::to_string(n), i);
+                key->Write("Filler" + std::to_string(n), static_cast<uint32_t>(writes.load()));
         }
     });
-    for (int i = 0; i < 300; ++i)
+    while (writes < kWrites)
         EXPECT_EQ(OpenToRead(file)->Read("Fixed"), 77U);
-    stop = true;
     writer.join();
 }
 
