@@ -28,7 +28,8 @@ struct EncodeOptions {
 
 const CompressedFormat& ChooseFormat(const EncodeOptions& options, const VideoInfo& info)
 {
-    return options.format == "auto" ? *FindFormat(info.layout->family) : *FindFormatByOption(options.format);
+    return options.format == "auto" ? *FindCompressedFormat(info.layout->family)
+                                    : *FindFormatByOption(options.format);
 }
 
 Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)

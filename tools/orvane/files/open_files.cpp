@@ -98,5 +98,5 @@ const PixelLayout& DefaultLayout(FileKind kind, FormatId code)
     const bool still = kind == FileKind::Png || kind == FileKind::Pnm;
     if (!still || code == kCodeGray || code == kCodeRgba)
         return NativeLayout(code);
-    return LayoutOf(code == kCodeYuva ? "RGBA" : "RGB24");
+    return LayoutNamed(code == kCodeYuva ? "RGBA" : "RGB24");
 }

@@ -63,7 +63,7 @@ const PixelLayout* FindLayout(const std::string& name)
     return row == std::end(kLayouts) ? nullptr : row;
 }
 
-const PixelLayout& LayoutOf(const char* name)
+const PixelLayout& LayoutNamed(const char* name)
 {
     const PixelLayout* const layout = FindLayout(name);
     assert(layout != nullptr);
@@ -72,9 +72,9 @@ const PixelLayout& LayoutOf(const char* name)
 
 const PixelLayout& NativeLayout(FormatId code)
 {
-    const CompressedFormat* const format = FindFormat(code);
+    const CompressedFormat* const format = FindCompressedFormat(code);
     assert(format != nullptr);
-    return LayoutOf(format->native);
+    return LayoutNamed(format->native);
 }
 
 std::string LayoutNames()
@@ -110,7 +110,7 @@ void CheckPictureSize(const PixelLayout& layout, int64_t width, int64_t height, 
                             ", the height of " + std::to_string(layout.vertical));
 }
 
-const CompressedFormat* FindFormat(FormatId code)
+const CompressedFormat* FindCompressedFormat(FormatId code)
 {
     const auto* const row = std::ranges::find(kFormats, code, &CompressedFormat::code);
     return row == std::end(kFormats) ? nullptr : row;

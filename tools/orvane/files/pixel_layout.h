@@ -32,7 +32,7 @@ struct PixelLayout {
 const PixelLayout* FindLayout(const std::string& name);
 
 /// The layout of that name; for names that stand in the code.
-const PixelLayout& LayoutOf(const char* name);
+const PixelLayout& LayoutNamed(const char* name);
 
 /// The layout in which a compressed format is decoded without conversion.
 const PixelLayout& NativeLayout(FormatId code);
@@ -67,5 +67,5 @@ struct CompressedFormat {
 };
 
 /// Null when there is none.
-const CompressedFormat* FindFormat(FormatId code);
+const CompressedFormat* FindCompressedFormat(FormatId code);
 const CompressedFormat* FindFormatByOption(const std::string& option);

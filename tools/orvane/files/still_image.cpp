@@ -39,7 +39,7 @@ void SwapRedAndBlue(std::span<uint8_t> pixels, size_t pixelBytes)
 /// The layout of a picture by the samples of a pixel: 1, 3 or 4.
 const PixelLayout& LayoutOfSamples(int samples)
 {
-    return LayoutOf(samples == 1 ? "Y800" : samples == 3 ? "RGB24" : "RGBA");
+    return LayoutNamed(samples == 1 ? "Y800" : samples == 3 ? "RGB24" : "RGBA");
 }
 
 /// Samples of a pixel, 0 for a layout that pictures do not have.

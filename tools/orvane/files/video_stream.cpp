@@ -42,7 +42,8 @@ VideoStream::VideoStream(const std::filesystem::path& path)
 VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
     : source(std::move(source_)), name(std::move(name_)), file(ReadAvi(*source, name)),
       bitmapInfo(PutRight(file.bitmapInfo, file.handler, name)),
-      record(ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize)), format(FindFormat(record.formatCode))
+      record(ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize)),
+      format(FindCompressedFormat(record.formatCode))
 {
     if (format == nullptr)
         throw ToolError("format " + std::to_string(record.formatCode) + " is not supported", name,

@@ -95,7 +95,7 @@ Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
         }
     }
     const ChromaRow& row = FindChroma(chroma, where);
-    header.info.layout = &LayoutOf(row.layout);
+    header.info.layout = &LayoutNamed(row.layout);
     header.kind = row.kind;
     CheckPictureSize(*header.info.layout, width, height, where);
     header.info.width = static_cast<int>(width);
@@ -106,7 +106,7 @@ Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
 std::optional<Y4mKind> Y4mKindOf(const PixelLayout& layout)
 {
     for (const ChromaRow& row : kChroma)
-        if (&layout == &LayoutOf(row.layout))
+        if (&layout == &LayoutNamed(row.layout))
             return row.kind;
     return std::nullopt;
 }
@@ -114,7 +114,7 @@ std::optional<Y4mKind> Y4mKindOf(const PixelLayout& layout)
 std::string MakeY4mHeader(const VideoInfo& info, const std::string& where)
 {
     for (const ChromaRow& row : kChroma) {
-        if (info.layout != &LayoutOf(row.layout))
+        if (info.layout != &LayoutNamed(row.layout))
             continue;
         std::string line = std::string(kMagic) + " W" + std::to_string(info.width) + " H" +
                            std::to_string(info.height) + " F" + TextOf(info.rate.value_or(Rational{}), ':');
