@@ -5,9 +5,11 @@
 #include "common/four_cc.h"
 #include "platform/vfw.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <set>
 #include <span>
+#include <stdexcept>
 #include <string>
 
 /// A layout that hosts ask for, with the id that its header has for a partner without alpha, and with it.
@@ -148,4 +150,13 @@ inline uint32_t PictureBytes(int hostId, uint32_t width, uint32_t height)
     default:
         throw std::out_of_range("no such layout: " + std::to_string(hostId));
     }
+}
+
+/// A layout that frames of this variant keep to the last byte: none with a fourth byte that is not alpha.
+inline const HostFormat& NativeFormatOf(const Variant& variant)
+{
+    return *std::ranges::find_if(kHostFormats, [&](const HostFormat& format) {
+        const int id = IdFor(format, variant);
+        return variant.lossless.contains(id) && id != 1 && id != 45;
+    });
 }
