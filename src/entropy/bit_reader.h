@@ -4,9 +4,15 @@
 #include "entropy/big_endian.h"
 #include "entropy/bit_stream.h"
 #include "entropy/decode_table.h"
+#include "entropy/wide_decode_table.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+
+/// What a look-up stores: the symbols, in a word that the processor stores at once. They come first in a row.
+template <class Row>
+inline constexpr size_t kRowStoreBytes = std::bit_ceil(sizeof(Row::symbols));
 
 /// The top bit of `bits` is bit 8 * cursor + count - 64 of the stream, with `cursor` counted from its start,
 /// and the low `count` bits may be filled again. Four look-ups consume 48 bits at most, 57 are valid after
@@ -43,15 +49,15 @@ class BitReader
         count %= 8;
     }
 
-    /// Looks up the next `tableBits` bits and stores the row's symbols at `out`: four bytes always, of which
-    /// the result tells how many count.
-    template <int tableBits>
-    size_t LookUp(const DecodeEntry* table, uint8_t* out)
+    /// Looks up the next `tableBits` bits and stores the row's symbols at `out`: sizeof Row::symbols bytes or more
+    /// (kRowStoreBytes) always, of which the result tells how many count.
+    template <int tableBits, class Row>
+    size_t LookUp(const Row* table, uint8_t* out)
     {
-        const DecodeEntry& row = table[bits >> (64 - tableBits)];
+        const Row& row = table[bits >> (64 - tableBits)];
         const uint64_t bitCount = row.bitCount;
         const size_t symbolTotal = row.symbolTotal;
-        std::memcpy(out, &row.symbols, sizeof row.symbols);
+        std::memcpy(out, &row, kRowStoreBytes<Row>);
         count += bitCount;
         bits <<= bitCount % 64;
         return symbolTotal;

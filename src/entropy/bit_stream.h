@@ -7,8 +7,9 @@
 
 #include <cstdint>
 
-/// Symbols that a reader may have decoded ahead: less than 16 asked for, one group of 16 on top.
-inline constexpr int kScratchBytes = 32;
+/// Symbols that a reader may have decoded ahead: less than a group asked for, one group on top. A group is 26 bytes at
+/// most.
+inline constexpr int kScratchBytes = 64;
 
 struct BitStream {
     uint64_t bits;   ///< writer: pending bits at the low end, stale ones above; reader: next bit at the top

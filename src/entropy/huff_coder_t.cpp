@@ -49,6 +49,51 @@ uint32_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, uint32_t count,
     return grouped;
 }
 
+template <class Row>
+inline constexpr size_t kRowSymbols = kMaxRowSymbols;
+template <>
+inline constexpr size_t kRowSymbols<WideRow> = kWideRowSymbols;
+
+template <int tableBits, class Row>
+void DecodeByRows(const Row* table, BitStream& stream, uint8_t* symbols, uint32_t count)
+{
+    // What a group of four look-ups writes, wanted or not. So the last groups of a request go by way of `scratch`.
+    constexpr size_t kGroup = 3 * kRowSymbols<Row> + kRowStoreBytes<Row>;
+    static_assert(kScratchBytes >= 2 * kGroup);
+
+    const size_t held = std::min<size_t>(count, stream.scratchCount - stream.scratchPos);
+    std::copy_n(stream.scratch + stream.scratchPos, held, symbols);
+    stream.scratchPos += held;
+    if (held == count)
+        return;
+
+    uint8_t* const out = symbols + held;
+    const size_t remaining = count - held;
+    const size_t direct = remaining > kGroup ? remaining - kGroup : 0;
+    BitReader reader(stream);
+    const auto decodeGroup = [&](uint8_t* group) {
+        reader.Refill();
+        size_t total = reader.template LookUp<tableBits>(table, group);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        total += reader.template LookUp<tableBits>(table, group + total);
+        return total;
+    };
+
+    size_t pos = 0;
+    while (pos < direct) // a group starts more than its own bytes before the end of the request
+        pos += decodeGroup(out + pos);
+
+    const size_t tail = remaining - pos; // 1 to kGroup
+    size_t inScratch = 0;
+    while (inScratch < tail)
+        inScratch += decodeGroup(stream.scratch + inScratch);
+    std::copy_n(stream.scratch, tail, out + pos);
+    stream.scratchPos = tail;
+    stream.scratchCount = inScratch;
+    reader.Save(stream);
+}
+
 } // namespace
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
@@ -72,45 +117,10 @@ template <class Symbol, class Code, int bits, int limit, int tableBits>
 void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Decode(BitStream& stream, uint8_t* symbols,
                                                               uint32_t count) const
 {
-    // Symbols of a group: four look-ups of four. A group is written whole, wanted or not, so that the last
-    // groups of a request go by way of `scratch`.
-    constexpr size_t kGroup = 4 * kMaxRowSymbols;
-    static_assert(kScratchBytes >= 2 * kGroup);
-
-    if (decodeTable.empty())
-        return;
-    const size_t held = std::min<size_t>(count, stream.scratchCount - stream.scratchPos);
-    std::copy_n(stream.scratch + stream.scratchPos, held, symbols);
-    stream.scratchPos += held;
-    if (held == count)
-        return;
-
-    uint8_t* const out = symbols + held;
-    const size_t remaining = count - held;
-    const size_t direct = remaining > kGroup ? remaining - kGroup : 0;
-    const DecodeEntry* const table = decodeTable.data();
-    BitReader reader(stream);
-    const auto decodeGroup = [&](uint8_t* group) {
-        reader.Refill();
-        size_t total = reader.template LookUp<tableBits>(table, group);
-        total += reader.template LookUp<tableBits>(table, group + total);
-        total += reader.template LookUp<tableBits>(table, group + total);
-        total += reader.template LookUp<tableBits>(table, group + total);
-        return total;
-    };
-
-    size_t pos = 0;
-    while (pos < direct) // a group starts 17 bytes before the end of the request or earlier
-        pos += decodeGroup(out + pos);
-
-    const size_t tail = remaining - pos; // 1 to 16
-    size_t inScratch = 0;
-    while (inScratch < tail)
-        inScratch += decodeGroup(stream.scratch + inScratch);
-    std::copy_n(stream.scratch, tail, out + pos);
-    stream.scratchPos = tail;
-    stream.scratchCount = inScratch;
-    reader.Save(stream);
+    if (wideTableReady)
+        DecodeByRows<tableBits>(wideTable.data(), stream, symbols, count);
+    else if (!decodeTable.empty())
+        DecodeByRows<tableBits>(decodeTable.data(), stream, symbols, count);
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
@@ -164,10 +174,12 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int coun
         pairTableReady = true;
     }
     if (!encoderOnly) {
-        decodeTable.resize(DecodeTableRows(tableBits));
-        BuildDecodeTable(records, tableBits, decodeTable.data());
         wideTable.resize(size_t{1} << tableBits);
         wideTableReady = fast && BuildWideTable(records, tableBits, wideTable.data());
+        if (!wideTableReady) {
+            decodeTable.resize(DecodeTableRows(tableBits));
+            BuildDecodeTable(records, tableBits, decodeTable.data());
+        }
     }
     return true;
 }

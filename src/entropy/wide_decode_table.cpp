@@ -5,10 +5,22 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstddef>
 
 namespace {
 
 constexpr int kMaxTableBits = 12;
+
+/// A row as one number: the symbol goes into its place, and both counts grow, without a store in between.
+WideRow Append(const WideRow& row, const CodeRecord& code)
+{
+    auto word = std::bit_cast<uint64_t>(row);
+    word |= uint64_t{code.symbol} << (8 * row.symbolTotal);
+    word += (uint64_t{code.length} << 48) + (uint64_t{1} << 56);
+    return std::bit_cast<WideRow>(word);
+}
+static_assert(offsetof(WideRow, bitCount) == 6 && offsetof(WideRow, symbolTotal) == 7);
 
 class WideTableBuilder
 {
@@ -24,8 +36,8 @@ class WideTableBuilder
         }
     }
 
-    /// Fills the 1 << room rows from `at` on, whose values all begin with the codes of `parent`; `room` bits
-    /// are left behind them.
+    /// Fills the 1 << room rows from `at` on, whose values all begin with the codes of `parent`; `room` bits are left
+    /// behind them.
     void Fill(const WideRow& parent, int room, WideRow* at) const
     {
         const size_t first = firstFitting[static_cast<size_t>(room)];
@@ -37,13 +49,17 @@ class WideTableBuilder
         const auto uncovered = size_t{records[first].code}
                                << (room - static_cast<int>(records[first].length));
         at = std::fill_n(at, uncovered, parent);
+        const int shortest = static_cast<int>(records.back().length);
         for (size_t i = first; i < records.size(); ++i) {
-            const auto length = static_cast<int>(records[i].length);
-            WideRow child = parent;
-            child.symbols[child.symbolTotal++] = static_cast<uint8_t>(records[i].symbol);
-            child.bitCount = static_cast<uint8_t>(child.bitCount + length);
-            Fill(child, room - length, at);
-            at += size_t{1} << (room - length);
+            const int left = room - static_cast<int>(records[i].length);
+            const WideRow child = Append(parent, records[i]);
+            // Most codes leave no room for another.
+            if (left < shortest)
+                at = std::fill_n(at, size_t{1} << left, child);
+            else {
+                Fill(child, left, at);
+                at += size_t{1} << left;
+            }
         }
     }
 
