@@ -48,13 +48,13 @@ inline uint32_t FourCCOf(const std::string& name)
     uint32_t code = 0;
     size_t at = 0;
     for (int shift = 0; shift < 32; shift += 8) {
-        uint32_t byte = static_cast<uint8_t>(name.at(at));
+        uint32_t value = static_cast<uint8_t>(name.at(at));
         if (name[at] == '[') {
-            byte = static_cast<uint32_t>(std::stoul(name.substr(at + 1)));
+            value = static_cast<uint32_t>(std::stoul(name.substr(at + 1)));
             at = name.find(']', at);
         }
         ++at;
-        code |= byte << shift;
+        code |= value << shift;
     }
     return code;
 }
