@@ -17,6 +17,9 @@ if(WIN32)
 else()
   # Pool threads are joined, but a host may unload us while a thread is on its way out: the code stays.
   target_link_options(orvane_library PRIVATE
-    -Wl,-z,nodelete -Wl,-z,defs -Wl,--version-script=${CMAKE_SOURCE_DIR}/packaging/orvane.map)
+    -Wl,-z,nodelete -Wl,--version-script=${CMAKE_SOURCE_DIR}/packaging/orvane.map)
+  if(NOT ORVANE_SANITIZE) # clang leaves the sanitizers' own functions to the program
+    target_link_options(orvane_library PRIVATE -Wl,-z,defs)
+  endif()
   set_target_properties(orvane_library PROPERTIES LINK_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/orvane.map)
 endif()
