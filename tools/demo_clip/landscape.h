@@ -16,9 +16,9 @@ class Landscape
     /// seconds  since the clip began
     explicit Landscape(float seconds) : time(seconds) {}
 
-    /// Puts column `x` before the camera: what Look needs to know once for a column.
-    /// x  picture widths to the right of the picture's left edge
-    void TurnTo(float x);
+    /// Turns the camera to a column: what Look needs to know once for a column.
+    /// column  picture widths to the right of the picture's left edge
+    void TurnTo(float column);
 
     /// The colour at height `y`, picture widths beneath the upper edge, in the column of the last TurnTo.
     [[nodiscard]] Colour Look(float y) const;
@@ -27,7 +27,7 @@ class Landscape
     static constexpr int kRanges = 3;
 
     [[nodiscard]] Colour Sky(float y) const;
-    [[nodiscard]] Colour Hill(int range, float y) const;
+    [[nodiscard]] Colour Hill(int i, float y) const;
     [[nodiscard]] Colour Meadow(float y) const;
 
     float time;

@@ -10,9 +10,9 @@
 inline uint32_t HashPoint(int x, int y, uint32_t seed)
 {
     uint32_t hash =
-        static_cast<uint32_t>(x) * 0x8DA6B343u ^ static_cast<uint32_t>(y) * 0xD8163841u ^ seed * 0xCB1AB31Fu;
-    hash = (hash ^ (hash >> 15)) * 0x2C1B3C6Du;
-    hash = (hash ^ (hash >> 12)) * 0x297A2D39u;
+        static_cast<uint32_t>(x) * 0x8DA6B343U ^ static_cast<uint32_t>(y) * 0xD8163841U ^ seed * 0xCB1AB31FU;
+    hash = (hash ^ (hash >> 15)) * 0x2C1B3C6DU;
+    hash = (hash ^ (hash >> 12)) * 0x297A2D39U;
     return hash ^ (hash >> 15);
 }
 
