@@ -19,6 +19,18 @@ else()
   target_link_libraries(orvane_test_support INTERFACE orvane_options gtest)
 endif()
 
+# Most of the time of a build goes into the tests' own sources: they share one precompiled header, and are not
+# optimised as what they test is. The header belongs to a program of its own, since it must be compiled as they are.
+add_library(orvane_test_options INTERFACE)
+target_link_libraries(orvane_test_options INTERFACE orvane_options gtest)
+target_compile_options(orvane_test_options INTERFACE -O1)
+target_compile_definitions(orvane_test_options INTERFACE ORVANE_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
+                                                         ORVANE_BINARY_DIR="${CMAKE_BINARY_DIR}")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
+add_executable(orvane_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_headers.cpp)
+target_link_libraries(orvane_test_headers PRIVATE orvane_test_options)
+target_precompile_headers(orvane_test_headers PRIVATE <gtest/gtest.h> <algorithm> <random> <string> <vector>)
+
 # orvane_tests(NAME LIBRARY... [NEEDS TARGET...]): the folder tests/NAME as program NAME_tests, with the targets
 # that it loads or starts when it runs.
 function(orvane_tests name)
@@ -35,9 +47,9 @@ function(orvane_tests name)
   endif()
   add_executable(${name}_tests ${sources})
   set_target_properties(${name}_tests PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  target_compile_definitions(${name}_tests PRIVATE ORVANE_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
-                                                   ORVANE_BINARY_DIR="${CMAKE_BINARY_DIR}")
-  target_link_libraries(${name}_tests PRIVATE orvane_test_support ${ARG_UNPARSED_ARGUMENTS} gtest gtest_main)
+  target_link_libraries(${name}_tests PRIVATE orvane_test_options orvane_test_support ${ARG_UNPARSED_ARGUMENTS} gtest
+                                              gtest_main)
+  target_precompile_headers(${name}_tests REUSE_FROM orvane_test_headers)
   foreach(needed ${ARG_NEEDS})
     if(TARGET ${needed})
       add_dependencies(${name}_tests ${needed})
