@@ -76,11 +76,11 @@ std::string LibraryPath()
     return (std::filesystem::path(program).parent_path().parent_path() / "orvane.dll").string();
 }
 
-BuiltLibrary LoadBuiltLibrary()
+BuiltLibrary LoadBuiltLibrary(const std::string& path)
 {
-    const HMODULE module = LoadLibraryA(LibraryPath().c_str());
+    const HMODULE module = LoadLibraryA(path.c_str());
     if (!module)
-        throw std::runtime_error("cannot load " + LibraryPath());
+        throw std::runtime_error("cannot load " + path);
     const auto find = [module](const char* name) {
         return reinterpret_cast<void*>(GetProcAddress(module, name));
     };
@@ -91,7 +91,7 @@ BuiltLibrary LoadBuiltLibrary()
 
 const BuiltLibrary& Library()
 {
-    static const BuiltLibrary library = LoadBuiltLibrary();
+    static const BuiltLibrary library = LoadBuiltLibrary(LibraryPath());
     return library;
 }
 

@@ -20,7 +20,7 @@ struct BuiltLibrary {
 };
 /// Path of orvane.dll: the variable ORVANE_LIBRARY, else beside the folder of this program.
 std::string LibraryPath();
-BuiltLibrary LoadBuiltLibrary();
+BuiltLibrary LoadBuiltLibrary(const std::string& path);
 const BuiltLibrary& Library();
 
 /// An instance of the driver.
