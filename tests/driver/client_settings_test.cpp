@@ -202,8 +202,8 @@ TEST(SetState, SurvivesBlobsOfAnyContent)
     const BITMAPINFOHEADER in = MakeHeader("YV12", 12, 64, 48);
     for (int i = 0; i < 500; ++i) {
         std::vector<uint8_t> blob(random() % 80);
-        for (uint8_t& byte : blob)
-            byte = static_cast<uint8_t>(random());
+        for (uint8_t& value : blob)
+            value = static_cast<uint8_t>(random());
         if (blob.size() >= 4) {
             const uint32_t version = 202;
             std::memcpy(blob.data(), &version, 4);

@@ -200,7 +200,7 @@ TEST(GetInfo, WantsRoomForTheWholeRecord)
     EXPECT_EQ(instance.Send(ICM_GETINFO, LPARAM{0}, LPARAM{568}), 568);
     for (const LPARAM size : {LPARAM{0}, LPARAM{40}, LPARAM{567}})
         EXPECT_EQ(instance.Send(ICM_GETINFO, buffer.data(), size), 0);
-    EXPECT_TRUE(std::ranges::all_of(buffer, [](uint8_t byte) { return byte == 0xCC; }));
+    EXPECT_TRUE(std::ranges::all_of(buffer, [](uint8_t value) { return value == 0xCC; }));
     EXPECT_EQ(instance.Send(ICM_GETINFO, buffer.data(), LPARAM{600}), 568);
     EXPECT_EQ(buffer[568], 0xCC);
 }

@@ -193,10 +193,10 @@ TEST(ClassifyHeader, MalformedRecordsAreNoFormat)
     for (const uint32_t size : {0U, 1U, 3U, 4U, 31U, 33U, 2080U})
         EXPECT_TRUE(refused(RecordOf(104), size)) << "32 bytes announced, given " << size;
     EXPECT_TRUE(refused(RecordOf(104, 2081), 2081)) << "longer than four tables";
-    for (size_t byte = 0; byte < 4; ++byte) {
+    for (size_t at = 0; at < 4; ++at) {
         auto record = RecordOf(104);
-        record[byte] ^= 0x20;
-        EXPECT_TRUE(refused(record, 32)) << "magic byte " << byte;
+        record[at] ^= 0x20;
+        EXPECT_TRUE(refused(record, 32)) << "magic byte " << at;
     }
     for (int version = 0; version < 256; ++version) {
         auto record = RecordOf(104);

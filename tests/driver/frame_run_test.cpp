@@ -256,8 +256,8 @@ TEST(Compress, RefusesNullPointers)
     const Instance instance("O8Y2");
     BITMAPINFOHEADER in = MakeHeader("YUY2", 16, kWidth, kHeight, PictureBytes(4, kWidth, kHeight));
     StreamHeader out = MakeStream(104, kWidth, kHeight);
-    uint8_t byte = 0;
-    const ICCOMPRESS good{0, &out.header, &byte, &in, &byte, nullptr, nullptr, 0, 0, 0, nullptr, nullptr};
+    uint8_t pixel = 0;
+    const ICCOMPRESS good{0, &out.header, &pixel, &in, &pixel, nullptr, nullptr, 0, 0, 0, nullptr, nullptr};
     EXPECT_EQ(instance.Send(ICM_COMPRESS), -6);
     for (int i = 0; i < 4; ++i) {
         ICCOMPRESS params = good;
@@ -324,8 +324,8 @@ TEST(Decompress, RefusesNullPointers)
     const Instance instance;
     StreamHeader in = MakeStream(104, kWidth, kHeight);
     BITMAPINFOHEADER out = MakeHeader("YUY2", 16, kWidth, kHeight);
-    uint8_t byte = 0;
-    const ICDECOMPRESS good{0, &in.header, &byte, &out, &byte, 0};
+    uint8_t pixel = 0;
+    const ICDECOMPRESS good{0, &in.header, &pixel, &out, &pixel, 0};
     EXPECT_EQ(instance.Send(ICM_DECOMPRESS), -6);
     for (int i = 0; i < 4; ++i) {
         ICDECOMPRESS params = good;
