@@ -1,0 +1,156 @@
+// The library comes and goes with its instances: hosts let it go at the last close, at once.
+#include "driver/process_state.h"
+#include "hosts/codec_handle.h"
+#include "hosts/installed_driver.h"
+#include "support/long_tests.h"
+#include "support/test_store.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+/// Uses a copy of the library of its own: other tests may hold theirs for good, as some hosts do.
+class Unload : public testing::Test
+{
+  protected:
+    Unload() { TestStore::Write("Software\\Orvane", "AutoDecodeThreads", 0); }
+
+    void SetThreads(uint32_t threads)
+    {
+        TestStore::Write("Software\\Orvane", "NumDecodeThreads", threads);
+        for (const Variant& variant : kVariants) {
+            const std::string key = std::string("Software\\Orvane\\") + variant.fourCC;
+            TestStore::Write(key, "AutoEncodeThreads", 0);
+            TestStore::Write(key, "NumEncodeThreads", threads);
+        }
+    }
+
+    /// Threads on their way out hold the library for a moment; true when it has gone.
+    bool WaitUntilGone() const
+    {
+        for (int i = 0; i < 1000 && driver.IsLoaded(); ++i)
+            Sleep(5);
+        return !driver.IsLoaded();
+    }
+
+    TestStore store;
+    InstalledDriver driver{"orvane_unload"};
+};
+
+/// A clip that goes through a compressor and a decompressor of its own; closed with this object.
+class RoundTrip
+{
+  public:
+    explicit RoundTrip(const LosslessRoute& chosen)
+        : route(chosen), compressor(route.variant->fourCC, ICMODE_COMPRESS),
+          decompressor("ORVN", ICMODE_DECOMPRESS)
+    {}
+
+    void Run() const
+    {
+        const Clip clip = MakeClip(route, 64, 96, 2);
+        const std::vector<Bytes> pictures = DecompressStream(decompressor, CompressClip(compressor, clip),
+                                                             clip.header, clip.header.biSizeImage);
+        EXPECT_TRUE(AreSamePictures(clip, pictures)) << route.Name();
+    }
+
+  private:
+    LosslessRoute route;
+    CodecHandle compressor;
+    CodecHandle decompressor;
+};
+
+} // namespace
+
+TEST_F(Unload, LastCloseLetsTheLibraryGo)
+{
+    SetThreads(4);
+    ASSERT_FALSE(driver.IsLoaded());
+    {
+        const CodecHandle first("O8RG", ICMODE_QUERY);
+        {
+            const CodecHandle second("O8Y0", ICMODE_QUERY);
+            EXPECT_TRUE(driver.IsLoaded());
+        }
+        EXPECT_TRUE(driver.IsLoaded()) << "one instance is still open";
+    }
+    EXPECT_FALSE(driver.IsLoaded()) << "an instance that was only asked has no threads";
+}
+
+TEST_F(Unload, HundredsOfRoundTripsLeaveNothing)
+{
+    SetThreads(4);
+    const std::vector<LosslessRoute> routes = LosslessRoutes();
+    const int rounds = LongTests() ? 2000 : 200;
+    const auto run = [&](int count) {
+        for (int round = 0; round < count; ++round) {
+            RoundTrip(routes[static_cast<size_t>(round) % routes.size()]).Run();
+            ASSERT_TRUE(WaitUntilGone()) << "round " << round;
+        }
+    };
+    run(static_cast<int>(routes.size())); // what the system's libraries keep, they have now
+    const int threads = ThreadsInProcess();
+    const size_t handles = HandleMark();
+    run(rounds);
+    EXPECT_EQ(ThreadsInProcess(), threads);
+    EXPECT_EQ(HandleMark(), handles);
+}
+
+TEST_F(Unload, HostsNeedNotWaitForThreadsThatEnd)
+{
+    // The next open meets the library in whatever state the last close has left it.
+    const std::vector<LosslessRoute> routes = LosslessRoutes();
+    const int threads = ThreadsInProcess();
+    const size_t handles = HandleMark();
+    const int rounds = LongTests() ? 3000 : 300;
+    for (int round = 0; round < rounds; ++round) {
+        if (round % 20 == 0)
+            SetThreads(1 + static_cast<uint32_t>(round / 20) % 8);
+        RoundTrip(routes[static_cast<size_t>(round) % routes.size()]).Run();
+    }
+    EXPECT_TRUE(WaitUntilGone());
+    EXPECT_EQ(ThreadsInProcess(), threads);
+    EXPECT_EQ(HandleMark(), handles);
+}
+
+TEST_F(Unload, RunsThatAreNotEndedLeaveNothing)
+{
+    SetThreads(3);
+    const Clip clip = MakeClip(RgbRoute("O8RG", 24), 64, 96, 1);
+    for (int round = 0; round < 100; ++round) {
+        {
+            const CodecHandle codec("O8RG", ICMODE_COMPRESS);
+            CompressClip(codec, clip);
+            BITMAPINFOHEADER in = clip.header;
+            StreamHeader out{};
+            Require(ICCompressGetFormat(codec, &in, &out), "ICCompressGetFormat");
+            Require(ICCompressBegin(codec, &in, &out), "ICCompressBegin");
+        }
+        ASSERT_TRUE(WaitUntilGone()) << "round " << round;
+    }
+}
+
+TEST_F(Unload, InstancesThatWorkedSideBySideLeaveNothing)
+{
+    // One thread opens and closes: the system's list of open codecs is not made for several.
+    SetThreads(2);
+    const std::vector<LosslessRoute> routes = LosslessRoutes();
+    for (size_t first = 0; first + 4 <= routes.size(); first += 4) {
+        std::vector<std::unique_ptr<RoundTrip>> trips;
+        for (size_t i = 0; i < 4; ++i)
+            trips.push_back(std::make_unique<RoundTrip>(routes[first + i]));
+        {
+            std::vector<std::jthread> hosts;
+            for (const std::unique_ptr<RoundTrip>& trip : trips)
+                hosts.emplace_back([&trip] {
+                    for (int round = 0; round < 3; ++round)
+                        EXPECT_NO_THROW(trip->Run());
+                });
+        }
+        trips.clear();
+        ASSERT_TRUE(WaitUntilGone()) << "routes from " << first;
+    }
+}
