@@ -4,34 +4,14 @@
 #include "driver/message_table.h"
 
 #include "driver/driver_session.h"
+#include "driver/failing_allocator.h"
 #include "driver/test_log.h"
-#include "support/long_tests.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
+#include <memory>
 
 namespace {
-
-/// Allocations of this thread that still succeed; below 0: all do.
-thread_local long allocationsLeft = -1;
-
-void* Allocate(size_t size)
-{
-    if (allocationsLeft == 0)
-        return nullptr;
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void* AllocateOrThrow(size_t size)
-{
-    if (void* const memory = Allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
 
 LRESULT Send(DriverInstance* instance, UINT message, const void* first = nullptr,
              const void* second = nullptr)
@@ -46,10 +26,13 @@ template <class Act, class Check>
 int FailEachAllocation(Act act, Check check)
 {
     for (long n = 0; n < 20'000; ++n) {
-        allocationsLeft = n;
-        const LRESULT result = act();
-        const bool failed = allocationsLeft == 0;
-        allocationsLeft = -1;
+        LRESULT result = 0;
+        bool failed = false;
+        {
+            const AllocationBudget budget(n);
+            result = act();
+            failed = budget.IsUsedUp();
+        }
         if (!failed)
             return static_cast<int>(n);
         check(result);
@@ -65,39 +48,6 @@ struct InstanceCloser {
 using OwnInstance = std::unique_ptr<DriverInstance, InstanceCloser>;
 
 } // namespace
-
-void* operator new(size_t size)
-{
-    return AllocateOrThrow(size);
-}
-void* operator new[](size_t size)
-{
-    return AllocateOrThrow(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-void* operator new[](size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, size_t) noexcept
-{
-    std::free(memory);
-}
 
 TEST(OutOfMemory, OpenGivesNothingAndSaysWhy)
 {
@@ -166,10 +116,12 @@ TEST(OutOfMemory, IsLogged)
     user.NewLines();
     const BITMAPINFOHEADER in = MakeHeader("YUY2", 16, 64, 48);
     const StreamHeader stream = MakeStream(104, 64, 48);
-    allocationsLeft = 0;
-    const LRESULT result = Send(instance.get(), ICM_COMPRESS_BEGIN, &in, &stream);
-    allocationsLeft = -1;
-    EXPECT_EQ(result, -3);
+    const auto begin = [&] { return Send(instance.get(), ICM_COMPRESS_BEGIN, &in, &stream); };
+    const auto beginWithoutMemory = [&] {
+        const AllocationBudget none(0);
+        return begin();
+    };
+    EXPECT_EQ(beginWithoutMemory(), -3);
     EXPECT_EQ(user.NewLines(), std::vector<std::string>{"#### INTERNAL ERROR #### : Out of memory"});
-    EXPECT_EQ(Send(instance.get(), ICM_COMPRESS_BEGIN, &in, &stream), 0);
+    EXPECT_EQ(begin(), 0);
 }
