@@ -70,3 +70,13 @@ orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(TARGET orvane_tool)
   orvane_tests(tool orvane_tool orvane_driver NEEDS orvane_program orvane_library)
 endif()
+
+# Shows one dialog after the other for scripts/screens.
+if(WIN32)
+  add_executable(show_window EXCLUDE_FROM_ALL
+    ${CMAKE_SOURCE_DIR}/tests/surroundings/screens/show_window.cpp
+    ${CMAKE_SOURCE_DIR}/tests/surroundings/windows/dialog_driver.cpp)
+  set_target_properties(show_window PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_link_libraries(show_window PRIVATE orvane_test_support orvane_options)
+  add_dependencies(show_window orvane_library)
+endif()

@@ -1,5 +1,6 @@
 // The dialogs of the built library at work: what they do to the registry, and to the instance of a host.
 #include "common/settings_records.h"
+#include "support/test_store.h"
 #include "surroundings/windows/dialog_driver.h"
 #include "surroundings/windows/test_registry.h"
 
@@ -7,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 
 namespace {
 
@@ -277,6 +279,54 @@ TEST(DialogFlow, AboutIsABoxWithTheVersion)
     run.Finish();
 }
 
+TEST(DialogFlow, HelpShowsATipAndChangesNothing)
+{
+    const TestRegistry registry;
+    DialogRun run(Configure);
+    const DialogWindow dialog = run.WaitFor("Orvane settings");
+    EXPECT_EQ(SendMessageA(dialog.Handle(), WM_HELP, 0, 0), 0);
+    EXPECT_FALSE(dialog.IsChecked(40003));
+    dialog.PostClick(2);
+    run.Finish();
+}
+
+/// Starts a program; its handle is the caller's.
+HANDLE Start(std::string command)
+{
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &process))
+        throw std::runtime_error("cannot start " + command);
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+DWORD WaitForExit(HANDLE process)
+{
+    DWORD exitCode = 99;
+    WaitForSingleObject(process, INFINITE);
+    GetExitCodeProcess(process, &exitCode);
+    CloseHandle(process);
+    return exitCode;
+}
+
+TEST(DialogFlow, RundllOpensTheSettings)
+{
+    const TestStore store; // handed on to the other process
+    const HANDLE process = Start("rundll32.exe " + LibraryPath() + ",Configure");
+    HWND dialog = nullptr;
+    while (!dialog && WaitForSingleObject(process, 10) == WAIT_TIMEOUT) {
+        dialog = FindWindowA("#32770", "Orvane settings");
+        dialog = dialog && IsWindowVisible(dialog) ? dialog : nullptr;
+    }
+    ASSERT_NE(dialog, nullptr) << "the program ended without a dialog";
+    PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    WaitForExit(process);
+    EXPECT_EQ(TestStore::Read(kGlobal, "Version"), 101U);
+}
+
 /// Work of a copy of this program whose path the variable names; the test below starts it.
 TEST(AfterburnerHost, DISABLED_ShowsItsDialog)
 {
@@ -312,20 +362,9 @@ DWORD RunCopyIn(const std::string& folder)
     const fs::path copy = root / folder / "host.exe";
     fs::copy_file(self, copy, fs::copy_options::overwrite_existing);
     _putenv_s("ORVANE_LIBRARY", LibraryPath().c_str());
-    std::string command =
-        '"' + copy.string() +
-        "\" --gtest_also_run_disabled_tests --gtest_filter=AfterburnerHost.DISABLED_ShowsItsDialog";
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    DWORD exitCode = 99;
-    if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                       &process)) {
-        WaitForSingleObject(process.hProcess, INFINITE);
-        GetExitCodeProcess(process.hProcess, &exitCode);
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
+    const DWORD exitCode = WaitForExit(
+        Start('"' + copy.string() +
+              "\" --gtest_also_run_disabled_tests --gtest_filter=AfterburnerHost.DISABLED_ShowsItsDialog"));
     std::error_code ignored;
     fs::remove_all(root, ignored);
     return exitCode;
