@@ -21,18 +21,19 @@ std::atomic<size_t> allocations{0};
 }
 
 #if ORVANE_OWN_NEW
-void* operator new(std::size_t size)
+// Not inlined: a compiler that sees malloc on one side only takes the pair for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     ++allocations;
     if (void* memory = std::malloc(size ? size : 1))
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
