@@ -71,7 +71,7 @@ void LogLine(DriverInstance& instance, const char* format, ...) noexcept
     if (instance.Decode.EnableCodecLog == 0)
         return;
     char line[1001];
-    std::va_list arguments;
+    va_list arguments;
     va_start(arguments, format);
     std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
