@@ -141,16 +141,11 @@ const FormatRow* FindFormat(FormatId id)
     return FindRow(&FormatRow::Id, id);
 }
 
-const FormatRow* FindFourCC(uint32_t fourCC)
-{
-    return FindRow(&FormatRow::FourCC, fourCC);
-}
-
 bool IsCompressedFourCC(uint32_t fourCC)
 {
     if (fourCC == kGenericFourCC)
         return true;
-    const FormatRow* row = FindFourCC(fourCC);
+    const FormatRow* row = FindRow(&FormatRow::FourCC, fourCC);
     return row && IsCompressedId(row->Id);
 }
 

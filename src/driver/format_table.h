@@ -25,9 +25,8 @@ struct FormatRow {
 /// All formats, compressed ones first. Where several rows fit, the first one holds.
 std::span<const FormatRow> FormatTable();
 
-/// The first row with this id or this FourCC; null when there is none.
+/// The first row with this id; null when there is none.
 const FormatRow* FindFormat(FormatId id);
-const FormatRow* FindFourCC(uint32_t fourCC);
 
 inline constexpr bool IsCompressedId(FormatId id)
 {

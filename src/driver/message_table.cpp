@@ -4,13 +4,25 @@
 #include "driver/client_settings.h"
 #include "driver/compress_messages.h"
 #include "driver/decompress_messages.h"
+#include "driver/driver_instance.h"
 #include "driver/info_messages.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <type_traits>
 
 namespace {
+
+/// What a message without an instance gets. The rows differ on purpose: hosts read 0 from a query as yes and from a
+/// size as none, and have come to live with it.
+enum class NullInstance : uint8_t { PassOn, Gives0, Gives1, GivesBadParam };
+
+struct MessageRow {
+    uint32_t message;
+    NullInstance onNull;
+    LRESULT (*handle)(DriverInstance* instance, LPARAM lParam1, LPARAM lParam2);
+};
 
 template <class Parameter>
 Parameter ParameterFrom(LPARAM value)
@@ -99,7 +111,7 @@ LRESULT DefaultQuality(DriverInstance*, LPARAM lParam1, LPARAM)
 
 using enum NullInstance;
 
-// DRV_FREE and DRV_DISABLE come with the id of an instance that is gone: nothing may be read through it.
+// Rising by number. DRV_FREE and DRV_DISABLE come with the id of an instance that is gone: nothing may be read through it.
 constexpr MessageRow kMessages[] = {
     {DRV_LOAD, PassOn, Load},
     {DRV_ENABLE, PassOn, Answer<1>},
@@ -149,11 +161,6 @@ LRESULT AnswerWithoutInstance(NullInstance onNull)
 }
 
 } // namespace
-
-std::span<const MessageRow> MessageTable()
-{
-    return kMessages;
-}
 
 LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM lParam1,
                       LPARAM lParam2) noexcept
