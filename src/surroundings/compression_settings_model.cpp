@@ -10,8 +10,20 @@ namespace {
 
 bool ContainsWord(std::string_view text, std::string_view lowerCaseWord)
 {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
-    return !std::ranges::search(text, lowerCaseWord, {}, lower).empty();
+    const auto same = [](char c, char lower) {
+        return (c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c) == lower;
+    };
+    return std::search(text.begin(), text.end(), lowerCaseWord.begin(), lowerCaseWord.end(), same) !=
+           text.end();
+}
+
+/// For a host that forgets its codec settings: OK becomes the button that stores them.
+void OfferToStoreAndClose(ControlPort& controls)
+{
+    controls.Hide(CONTROL_SAVE_DEFAULT);
+    controls.WidenToLeft(CONTROL_OK);
+    controls.SetText(CONTROL_OK, "Save as default and Close");
+    AddTools(controls, {&kAfterburnerTool, 1});
 }
 
 } // namespace
@@ -57,14 +69,6 @@ void CompressionSettingsModel::Init(ControlPort& controls)
     FillControls(controls);
     if (Afterburner)
         OfferToStoreAndClose(controls);
-}
-
-void CompressionSettingsModel::OfferToStoreAndClose(ControlPort& controls) const
-{
-    controls.Hide(CONTROL_SAVE_DEFAULT);
-    controls.WidenToLeft(CONTROL_OK);
-    controls.SetText(CONTROL_OK, "Save as default and Close");
-    AddTools(controls, {&kAfterburnerTool, 1});
 }
 
 DialogEnd CompressionSettingsModel::Command(ControlPort& controls, int id, int notification)

@@ -37,7 +37,6 @@ class CompressionSettingsModel
     void FillMatrix(ControlPort& controls);
     void FillMethods(ControlPort& controls);
     void CollectControls(const ControlPort& controls);
-    void OfferToStoreAndClose(ControlPort& controls) const;
 
     size_t Selected = 0;
     bool Afterburner;

@@ -54,7 +54,7 @@ ConfigModel ConfigModel::Load()
     for (CodecVariant& row : rows)
         if (!IsGeneric(row))
             LoadVariantSettings(row);
-    return ConfigModel(decode, std::move(rows));
+    return {decode, std::move(rows)};
 }
 
 void ConfigModel::Save() const

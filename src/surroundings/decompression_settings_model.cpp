@@ -33,8 +33,8 @@ constexpr ToolRow kTools[] = {
 /// The box that stands for one bit of one mask.
 struct ConversionBox {
     int id;
-    uint32_t DecodeSettings::*mask;
     uint32_t bit;
+    uint32_t DecodeSettings::*mask;
 };
 
 constexpr uint32_t kToRgb = CategoryBit(kCodeRgb);
@@ -43,16 +43,16 @@ constexpr uint32_t kTo422 = CategoryBit(kCodeYuv422);
 constexpr uint32_t kTo420 = CategoryBit(kCodeYuv420);
 
 constexpr ConversionBox kConversionBoxes[] = {
-    {CONTROL_400_TO_420, &DecodeSettings::DecompSettings_YUV400, kTo420},
-    {CONTROL_400_TO_422, &DecodeSettings::DecompSettings_YUV400, kTo422},
-    {CONTROL_400_TO_444, &DecodeSettings::DecompSettings_YUV400, kTo444},
-    {CONTROL_400_TO_RGB, &DecodeSettings::DecompSettings_YUV400, kToRgb},
-    {CONTROL_420_TO_422, &DecodeSettings::DecompSettings_YUV420, kTo422},
-    {CONTROL_420_TO_444, &DecodeSettings::DecompSettings_YUV420, kTo444},
-    {CONTROL_420_TO_RGB, &DecodeSettings::DecompSettings_YUV420, kToRgb},
-    {CONTROL_422_TO_444, &DecodeSettings::DecompSettings_YUV422, kTo444},
-    {CONTROL_422_TO_RGB, &DecodeSettings::DecompSettings_YUV422, kToRgb},
-    {CONTROL_444_TO_RGB, &DecodeSettings::DecompSettings_YUV444, kToRgb},
+    {CONTROL_400_TO_420, kTo420, &DecodeSettings::DecompSettings_YUV400},
+    {CONTROL_400_TO_422, kTo422, &DecodeSettings::DecompSettings_YUV400},
+    {CONTROL_400_TO_444, kTo444, &DecodeSettings::DecompSettings_YUV400},
+    {CONTROL_400_TO_RGB, kToRgb, &DecodeSettings::DecompSettings_YUV400},
+    {CONTROL_420_TO_422, kTo422, &DecodeSettings::DecompSettings_YUV420},
+    {CONTROL_420_TO_444, kTo444, &DecodeSettings::DecompSettings_YUV420},
+    {CONTROL_420_TO_RGB, kToRgb, &DecodeSettings::DecompSettings_YUV420},
+    {CONTROL_422_TO_444, kTo444, &DecodeSettings::DecompSettings_YUV422},
+    {CONTROL_422_TO_RGB, kToRgb, &DecodeSettings::DecompSettings_YUV422},
+    {CONTROL_444_TO_RGB, kToRgb, &DecodeSettings::DecompSettings_YUV444},
 };
 
 /// Shows the conversion settings of a record.
@@ -65,7 +65,7 @@ void FillConversions(ControlPort& controls, const DecodeSettings& decode)
 
 } // namespace
 
-void DecompressionSettingsModel::Init(ControlPort& controls)
+void DecompressionSettingsModel::Init(ControlPort& controls) const
 {
     InitThreads(controls);
     AddTools(controls, kTools);

@@ -9,7 +9,7 @@ class DecompressionSettingsModel
   public:
     explicit DecompressionSettingsModel(const DecodeSettings& decode) : Decode(decode) {}
 
-    void Init(ControlPort& controls);
+    void Init(ControlPort& controls) const;
     DialogEnd Command(ControlPort& controls, int id);
 
     DecodeSettings Decode;
