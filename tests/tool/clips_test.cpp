@@ -123,6 +123,42 @@ TEST_F(Clips, StillsAndSequencesComeBackIdentical)
     }
 }
 
+/// Real pictures in a layout: what a clip or still decodes to, or the bytes of another layout of the same size, which
+/// any layout takes.
+struct LayoutSource {
+    const char* file;
+    const char* decodedAs;
+    const char* layout;
+};
+constexpr LayoutSource kLayoutSources[] = {
+    {"photo_kodim01_768x512.png", "RGB24", "RGB24"}, {"photo_kodim23_768x512.png", "RGB32", "RGB32"},
+    {"alpha_logo_512x512.png", "RGBA", "RGBA"},      {"alpha_logo_512x512.png", "RGBA", "AYUV"},
+    {"alpha_logo_512x512.png", "RGBA", "v408"},      {"animfilm_1024x436_444.y4m", "v308", "v308"},
+    {"animfilm_1024x436_444.y4m", "YV24", "YV24"},   {"animfilm_1024x436_444.y4m", "I444", "I444"},
+    {"calendar_720x576_422.y4m", "YUY2", "YUY2"},    {"calendar_720x576_422.y4m", "UYVY", "UYVY"},
+    {"calendar_720x576_422.y4m", "HDYC", "HDYC"},    {"bus_352x288_420.y4m", "YV12", "YV12"},
+    {"bus_352x288_420.y4m", "I420", "I420"},         {"street_1226x370_mono.y4m", "Y800", "Y800"},
+};
+
+TEST_F(Clips, EveryLosslessLayoutOfRealPicturesComesBackThroughTheDriver)
+{
+    const std::string root = std::string(std::getenv("ORVANE_CLIPS")) + '/';
+    for (const LayoutSource& source : kLayoutSources) {
+        if (!std::filesystem::exists(root + source.file))
+            continue;
+        const VideoInfo info = InfoOf(root + source.file);
+        const std::string size = std::to_string(info.width) + 'x' + std::to_string(info.height);
+        RunGood({"encode", root + source.file, "-o", Name("first.avi")});
+        RunGood({"decode", Name("first.avi"), "-o", Name("layout.raw"), "--to", source.decodedAs});
+        RunGood(
+            {"encode", Name("layout.raw"), "-o", Name("second.avi"), "--raw", size + ':' + source.layout});
+        RunGood({"decode", Name("second.avi"), "-o", Name("back.raw"), "--to", source.layout});
+        const Bytes sent = ReadFile(Name("layout.raw"));
+        ASSERT_FALSE(sent.empty()) << source.layout;
+        EXPECT_TRUE(ReadFile(Name("back.raw")) == sent) << source.layout;
+    }
+}
+
 TEST_F(Clips, DeepSamplesGetAClearRefusal)
 {
     int refused = 0;

@@ -54,8 +54,10 @@ std::string Upper(std::string text)
 
 } // namespace
 
-const PixelLayout* FindLayout(const std::string& name)
+const PixelLayout* FindLayout(const std::string& text)
 {
+    // "Y8" is a FourCC that ends in blanks.
+    const std::string name = text.substr(0, text.find_last_not_of(' ') + 1);
     const auto fits = [&](const PixelLayout& layout) {
         return layout.name == (layout.IsRgb() ? Upper(name) : name);
     };
