@@ -15,6 +15,8 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
     app.set_version_flag("--version", kToolVersion);
     app.add_flag("-q,--quiet", context.quiet, "No progress");
     app.require_subcommand(1);
+    // Names may begin with a slash. Commands inherit this, so that it comes before them.
+    app.allow_windows_style_options(false);
     app.fallthrough();
     for (const auto add :
          {AddEncodeCommand, AddDecodeCommand, AddInfoCommand, AddVerifyCommand, AddConfigCommand})
