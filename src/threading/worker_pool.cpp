@@ -24,8 +24,7 @@ constexpr std::chrono::microseconds kSpin{20};
 /// Spinning takes the processor from a thread that has work when there are more threads than processors.
 std::chrono::microseconds SpinFor(int threadCount) noexcept
 {
-    static const int processors = platform::ProcessorCount();
-    return threadCount <= processors ? kSpin : std::chrono::microseconds{0};
+    return threadCount <= platform::ProcessorCount() ? kSpin : std::chrono::microseconds{0};
 }
 
 } // namespace
@@ -79,7 +78,7 @@ void WorkerPool::Execute(Work& run)
         goEvent.Set();
         TakeIndices(0);
         for (const auto& worker : threads)
-            worker->doneEvent.Wait(SpinFor(threadCount));
+            worker->doneEvent.Wait(spin);
         goEvent.Reset();
         releaseEvent.Set();
     }
@@ -92,6 +91,7 @@ void WorkerPool::Restart() noexcept
 {
     Shutdown();
     startedThreadCount = threadCount;
+    spin = SpinFor(threadCount);
     try {
         threads.reserve(static_cast<size_t>(threadCount - 1));
         for (int i = 1; i < threadCount; ++i) {
@@ -135,7 +135,6 @@ void WorkerPool::ThreadEntry(void* record)
 
 void WorkerPool::ThreadLoop(WorkerThread& worker) noexcept
 {
-    const std::chrono::microseconds spin = SpinFor(startedThreadCount);
     for (;;) {
         readyCount.fetch_add(1, std::memory_order_release);
         goEvent.Wait(spin);

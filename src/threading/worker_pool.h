@@ -4,6 +4,7 @@
 #include "threading/work.h"
 
 #include <atomic>
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <type_traits>
@@ -72,7 +73,8 @@ class WorkerPool
     std::vector<std::unique_ptr<WorkerThread>> threads;
     int threadCount = 1;        // wanted, the caller included
     int startedThreadCount = 1; // the wish that `threads` were started for; workers may have been left out
-    Work* work = nullptr;       // the run in progress
+    std::chrono::microseconds spin{0}; // of waits for an event, set for the threads that are started
+    Work* work = nullptr;              // the run in progress
     Command command = Command::Nothing;
     std::exception_ptr error; // the first that a body threw in this run
     std::atomic<bool> failed{false};

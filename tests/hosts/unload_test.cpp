@@ -105,6 +105,17 @@ bool PluginRun(const std::string& path)
     return good;
 }
 
+/// Thread-local slots that this process could still have; there are some thousand for all its libraries.
+size_t FreeThreadLocalSlots()
+{
+    std::vector<DWORD> slots;
+    for (DWORD slot; (slot = TlsAlloc()) != TLS_OUT_OF_INDEXES;)
+        slots.push_back(slot);
+    for (const DWORD slot : slots)
+        TlsFree(slot);
+    return slots.size();
+}
+
 } // namespace
 
 TEST_F(Unload, LastCloseLetsTheLibraryGo)
@@ -211,4 +222,22 @@ TEST_F(Unload, HostsThatLoadTheLibraryThemselvesDoSoInManyThreads)
     }
     EXPECT_TRUE(WaitUntilGone());
     EXPECT_TRUE(WaitForThreads(threads));
+}
+
+TEST_F(Unload, EveryLoadGivesBackWhatItTook)
+{
+    // Editors load the library again for each question: what one load keeps adds up until the host fails.
+    SetThreads(3);
+    const auto load = [this](int times) {
+        for (int i = 0; i < times; ++i) {
+            ASSERT_TRUE(PluginRun(driver.Library()));
+            ASSERT_TRUE(WaitUntilGone());
+        }
+    };
+    load(5);
+    const size_t slots = FreeThreadLocalSlots();
+    const size_t memory = MemoryInUse();
+    load(100);
+    EXPECT_EQ(FreeThreadLocalSlots(), slots);
+    EXPECT_LT(MemoryInUse(), memory + 2'000'000) << "less than 20 KB a load";
 }
