@@ -44,4 +44,5 @@ void Orvane::SetupBlocks(const CompressInfo& info)
     imagePlanes.arena.Reserve(arena);
     // Built aside: if memory runs out, the list of the last run stays whole.
     blocks = MakeBlocks(info.header, *info.route.backend, info.compressing);
+    listBlockHeight = info.header.blockHeight;
 }

@@ -74,7 +74,9 @@ FrameStatus Orvane::Decompress(CompressInfo& info)
         return status;
     PreparePlanes(info);
     PrepareConvertedPlanes(info);
-    DecompressBlocks(info, foreignBlockHeight);
+    // The rows of a list that was made for another height are not those of the bands: every stage then waits for the
+    // one before it to be done in all bands.
+    DecompressBlocks(info, foreignBlockHeight || listBlockHeight != info.header.blockHeight);
     return FrameStatus::Ok;
 }
 
@@ -150,18 +152,16 @@ bool Orvane::ReadCoders(const CompressInfo& info, uint64_t tableOffset)
     return usable;
 }
 
-void Orvane::DecompressBlocks(const CompressInfo& info, bool foreignBlockHeight)
+void Orvane::DecompressBlocks(const CompressInfo& info, bool separateRuns)
 {
-    // The list of a foreign block height may not match the bands row by row: every stage then waits for the
-    // one before it to be done in all bands.
     steps.assign({{0, PassStep::Decode, 0}});
-    AddConvertPasses(info, foreignBlockHeight, steps);
-    steps.push_back({steps.back().step + (foreignBlockHeight ? 1 : 0), PassStep::JoinPicture, 0});
+    AddConvertPasses(info, separateRuns, steps);
+    steps.push_back({steps.back().step + (separateRuns ? 1 : 0), PassStep::JoinPicture, 0});
 
     const PlaneSet& target = info.route.converter ? convertedPlanes : imagePlanes;
     const auto bands = static_cast<int>(CountBands(info.header));
     const int bandsPerItem = BandsPerItem(bands, ThreadCount());
-    PrepareScratch(info, target, foreignBlockHeight ? 0 : bandsPerItem);
+    PrepareScratch(info, target, separateRuns ? 0 : bandsPerItem);
     for (int step = 0; step <= steps.back().step; ++step)
         pool.Run((bands + bandsPerItem - 1) / bandsPerItem, [&, step](int item, int thread) {
             const int first = item * bandsPerItem;

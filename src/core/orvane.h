@@ -178,7 +178,7 @@ class Orvane
     // decompress.cpp
     FrameStatus ParseFrame(CompressInfo& info, bool& foreignBlockHeight);
     bool ReadCoders(const CompressInfo& info, uint64_t tableOffset);
-    void DecompressBlocks(const CompressInfo& info, bool foreignBlockHeight);
+    void DecompressBlocks(const CompressInfo& info, bool separateRuns);
     void PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount);
     void DecompressBands(const CompressInfo& info, const PassStep& entry, BandRange range,
                          const PlaneSet& target, int thread);
@@ -204,6 +204,7 @@ class Orvane
     ConverterSet converters;
     RouteMap routes;
     std::vector<BlockInfo> blocks;
+    uint32_t listBlockHeight = 0;                    ///< what `blocks` was made for
     PlaneSet imagePlanes;                            ///< planes in the front end's layout
     PlaneSet convertedPlanes;                        ///< planes in the compressed layout, behind a converter
     std::vector<std::vector<uint8_t>> decodeScratch; ///< by thread: blocks on their way to rows with gaps
