@@ -190,6 +190,54 @@ TEST(Avi, UnfinishedFileIsReadAndSaidToBeCut)
     EXPECT_FALSE(file.IsWhole());
 }
 
+TEST(Avi, WriteErrorAtAnyByteLeavesTheFramesBefore)
+{
+    /// A disk with room for so many bytes.
+    class FullSink final : public ByteSink
+    {
+      public:
+        explicit FullSink(size_t room_) : room(room_) {}
+        void Write(std::span<const uint8_t> bytes) override
+        {
+            const size_t fits = std::min(bytes.size(), room - memory.bytes.size());
+            memory.Write(bytes.first(fits));
+            if (fits < bytes.size())
+                throw ToolError("full", "", "");
+        }
+        void WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override
+        {
+            memory.WriteAt(offset, bytes);
+        }
+        uint64_t Position() const override { return memory.Position(); }
+
+        size_t room;
+        MemorySink memory;
+    };
+    const auto frames = SomeFrames(12);
+    const size_t wholeSize = MakeAvi(frames, 17400).size();
+    const size_t headSize = Find(MakeAvi(frames, 17400), avi::kMovi) + 4;
+    for (size_t room = headSize; room < wholeSize; ++room) {
+        FullSink sink(room);
+        size_t written = 0;
+        try {
+            AviWriter writer(sink, {FourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)}, 17400);
+            for (const Bytes& frame : frames) {
+                writer.WriteFrame(frame);
+                ++written;
+            }
+            writer.Finish();
+            FAIL() << "room for " << room;
+        } catch (const ToolError&) {
+            const AviFile file = ReadAviBytes(sink.memory.bytes);
+            // A frame whose padding alone did not fit is there as well.
+            ASSERT_GE(file.frames.size(), written) << "room for " << room;
+            ASSERT_TRUE(std::ranges::equal(FramesOf(sink.memory.bytes, file),
+                                           std::span(frames).first(file.frames.size())));
+            EXPECT_TRUE(file.cut);
+        }
+    }
+}
+
 TEST(Avi, HandlerZeroIsFoundByItsCompression)
 {
     const auto frames = SomeFrames(3);

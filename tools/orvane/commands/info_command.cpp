@@ -92,7 +92,7 @@ std::string FileText(const AviFile& file)
     case AviIndexState::Wrong:
         break;
     }
-    return text + ", index does not fit";
+    return text + (file.cut ? ", index incomplete" : ", index does not fit");
 }
 
 void PrintText(const StreamFacts& facts, std::ostream& out)

@@ -283,7 +283,8 @@ AviFile AviWalk::Run()
     CompareIndex(source, places, file);
     // Some writers promise too much; an index that names all frames says that none is missing.
     const bool promisesMore = riffIsShort || promisedFrames > file.frames.size();
-    file.cut = file.cut || (promisesMore && file.index != AviIndexState::Whole);
+    const bool indexVouches = file.index == AviIndexState::Whole && !file.frames.empty();
+    file.cut = file.cut || (promisesMore && !indexVouches);
     return std::move(file);
 }
 
