@@ -72,19 +72,20 @@ BenchPicture MakeBenchPicture(const BenchStream& stream)
 }
 
 BenchRun::BenchRun(const BenchStream& stream, const BenchPicture& picture, int threads)
-    : spec(stream), pictureBytes(picture.bytes.size()), source(pictureBytes), back(pictureBytes)
+    : streamSpec(stream), pictureBytes(picture.bytes.size()), source(pictureBytes), back(pictureBytes)
 {
     std::memcpy(source.data(), picture.bytes.data(), pictureBytes);
     EncodeSettings settings;
-    settings.CompMethod = static_cast<uint32_t>(spec.method);
+    settings.CompMethod = static_cast<uint32_t>(streamSpec.method);
     encoder.ApplyEncodeSettings(settings);
-    encoder.FillConfig(record, spec.host, spec.width, spec.height, spec.code);
+    encoder.FillConfig(record, streamSpec.host, streamSpec.width, streamSpec.height, streamSpec.code);
     encoder.SetThreadCount(threads);
     decoder.SetThreadCount(threads);
     const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
-    encoder.BeginCompress(compressInfo, bytes, sizeof record, spec.host);
-    decoder.BeginDecompress(decompressInfo, bytes, sizeof record, spec.host);
-    frame.resize(encoder.MaxCompressedSize(spec.host, spec.width, spec.height, spec.code));
+    encoder.BeginCompress(compressInfo, bytes, sizeof record, streamSpec.host);
+    decoder.BeginDecompress(decompressInfo, bytes, sizeof record, streamSpec.host);
+    frame.resize(
+        encoder.MaxCompressedSize(streamSpec.host, streamSpec.width, streamSpec.height, streamSpec.code));
 }
 
 uint32_t BenchRun::Encode()
@@ -115,7 +116,7 @@ uint64_t BenchRun::Samples() const
     uint64_t samples = 0;
     const ImgProcBackend& backend = *compressInfo.route.backend;
     for (int plane = 0; plane < backend.GetPlaneCount(); ++plane)
-        samples += static_cast<uint64_t>(backend.GetPlaneWidth(plane, static_cast<int>(spec.width))) *
-                   static_cast<uint64_t>(backend.GetPlaneHeight(plane, static_cast<int>(spec.height)));
+        samples += static_cast<uint64_t>(backend.GetPlaneWidth(plane, static_cast<int>(streamSpec.width))) *
+                   static_cast<uint64_t>(backend.GetPlaneHeight(plane, static_cast<int>(streamSpec.height)));
     return samples;
 }

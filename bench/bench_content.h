@@ -53,7 +53,7 @@ class BenchRun
     uint64_t Samples() const;
 
   private:
-    const BenchStream spec;
+    const BenchStream streamSpec;
     size_t pictureBytes;
     AlignedBytes source;
     AlignedBytes back;

@@ -327,7 +327,7 @@ struct TallRun {
     /// The frame of the same picture in blocks of another height.
     Bytes EncodeWithBlockHeight(uint32_t blockHeight)
     {
-        CodecRun other(run.spec);
+        CodecRun other(run.streamSpec);
         other.record.blockHeight = blockHeight;
         other.BeginCompress();
         return other.Encode(picture);
@@ -520,7 +520,7 @@ TEST_F(StreamTables, ACutTableLeavesItsPlaneAndTheLaterOnesUnbuilt)
 
 TEST_F(StreamTables, GovernACompressRunWithoutPayload)
 {
-    run.encoder.BeginCompress(run.compressInfo, record.data(), record.size(), run.spec.host);
+    run.encoder.BeginCompress(run.compressInfo, record.data(), record.size(), run.streamSpec.host);
     const Bytes empty = run.Encode(picture);
     ASSERT_EQ(empty.size(), (record.size() + 4 * 10 + 2 * 9 + 16) / 2 * 2);
     EXPECT_TRUE(std::equal(record.begin(), record.end(), empty.begin()));

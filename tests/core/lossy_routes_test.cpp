@@ -79,11 +79,11 @@ int PitchOf(const HostLayout& layout, int width)
     return (width * layout.pixelBytes + 3) / 4 * 4;
 }
 
-const ColorMatrix& MatrixOf(const StreamSpec& spec)
+const ColorMatrix& MatrixOf(const StreamSpec& streamSpec)
 {
-    if (spec.colorMatrix == 1)
-        return spec.fullRange ? Rec601_Full::kMatrix : Rec601_Limited::kMatrix;
-    return spec.fullRange ? Rec709_Full::kMatrix : Rec709_Limited::kMatrix;
+    if (streamSpec.colorMatrix == 1)
+        return streamSpec.fullRange ? Rec601_Full::kMatrix : Rec601_Limited::kMatrix;
+    return streamSpec.fullRange ? Rec709_Full::kMatrix : Rec709_Limited::kMatrix;
 }
 
 int ChromaDivisor(FormatId code)
@@ -145,10 +145,10 @@ std::vector<SamplePlace> PlacesOf(FormatId host, int width, int height)
 }
 
 /// Host picture to planes of its own chroma resolution; RGB becomes YUV by the stream's matrix.
-Planes SplitHost(const Bytes& picture, FormatId host, const StreamSpec& spec)
+Planes SplitHost(const Bytes& picture, FormatId host, const StreamSpec& streamSpec)
 {
-    const auto width = static_cast<int>(spec.width);
-    const auto height = static_cast<int>(spec.height);
+    const auto width = static_cast<int>(streamSpec.width);
+    const auto height = static_cast<int>(streamSpec.height);
     Planes planes;
     const HostLayout* layout = PixelLayoutOf(host);
     if (!layout) {
@@ -162,7 +162,7 @@ Planes SplitHost(const Bytes& picture, FormatId host, const StreamSpec& spec)
         return planes;
     }
     planes.assign(4, Plane(width, height));
-    const ColorMatrix& m = MatrixOf(spec);
+    const ColorMatrix& m = MatrixOf(streamSpec);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const uint8_t* pixel = picture.data() + y * PitchOf(*layout, width) + x * layout->pixelBytes;
@@ -181,10 +181,10 @@ Planes SplitHost(const Bytes& picture, FormatId host, const StreamSpec& spec)
 }
 
 /// Planes to a host picture; `fill` stands where the layout has padding.
-Bytes JoinHost(Planes planes, FormatId host, const StreamSpec& spec, size_t bytes, uint8_t fill)
+Bytes JoinHost(Planes planes, FormatId host, const StreamSpec& streamSpec, size_t bytes, uint8_t fill)
 {
-    const auto width = static_cast<int>(spec.width);
-    const auto height = static_cast<int>(spec.height);
+    const auto width = static_cast<int>(streamSpec.width);
+    const auto height = static_cast<int>(streamSpec.height);
     Bytes picture(bytes, fill);
     const bool gray = planes.size() == 1;
     const HostLayout* layout = PixelLayoutOf(host);
@@ -198,7 +198,7 @@ Bytes JoinHost(Planes planes, FormatId host, const StreamSpec& spec, size_t byte
                         gray && i > 0 ? uint8_t{128} : planes[i].At(x, y);
         return picture;
     }
-    const ColorMatrix& m = MatrixOf(spec);
+    const ColorMatrix& m = MatrixOf(streamSpec);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             uint8_t* pixel = picture.data() + y * PitchOf(*layout, width) + x * layout->pixelBytes;
@@ -306,22 +306,23 @@ Plane Resized(const Plane& s, int width, int height, bool interpolate)
 
 /// Planes in the chroma resolution of a compressed format, or of a host that it comes back to. Fields of interlaced
 /// streams are filtered by themselves.
-Planes Converted(Planes planes, FormatId resolution, const StreamSpec& spec)
+Planes Converted(Planes planes, FormatId resolution, const StreamSpec& streamSpec)
 {
     if (resolution == kCodeGray) {
         planes.resize(1);
         return planes;
     }
-    const int width = static_cast<int>(spec.width) / ChromaDivisor(resolution);
-    const int height = static_cast<int>(spec.height) / RowDivisor(resolution);
+    const int width = static_cast<int>(streamSpec.width) / ChromaDivisor(resolution);
+    const int height = static_cast<int>(streamSpec.height) / RowDivisor(resolution);
     for (size_t i = 1; i < 3 && i < planes.size(); ++i) {
-        if (!spec.interlaced) {
-            planes[i] = Resized(planes[i], width, height, spec.interpolate);
+        if (!streamSpec.interlaced) {
+            planes[i] = Resized(planes[i], width, height, streamSpec.interpolate);
             continue;
         }
         Plane whole(width, height);
         for (int field = 0; field < 2; ++field) {
-            const Plane half = Resized(FieldOfPlane(planes[i], field), width, height / 2, spec.interpolate);
+            const Plane half =
+                Resized(FieldOfPlane(planes[i], field), width, height / 2, streamSpec.interpolate);
             for (int y = 0; y < half.height; ++y)
                 for (int x = 0; x < width; ++x)
                     whole.At(x, 2 * y + field) = static_cast<uint8_t>(half.Get(x, y));
@@ -344,13 +345,13 @@ FormatId PlainOutput(FormatId code)
 
 Planes PlanesOfStream(CodecRun& run, const Bytes& frame, FormatId code)
 {
-    run.spec.output = PlainOutput(code);
+    run.streamSpec.output = PlainOutput(code);
     run.BeginDecompress();
     const auto decoded = run.Decode(frame);
     EXPECT_EQ(decoded.status, FrameStatus::Ok);
     if (code != kCodeYuva)
-        return SplitHost(decoded.picture, run.spec.output, run.spec);
-    Planes planes(4, Plane(static_cast<int>(run.spec.width), static_cast<int>(run.spec.height)));
+        return SplitHost(decoded.picture, run.streamSpec.output, run.streamSpec);
+    Planes planes(4, Plane(static_cast<int>(run.streamSpec.width), static_cast<int>(run.streamSpec.height)));
     for (size_t i = 0; i < decoded.picture.size(); ++i)
         planes[(i + 3) % 4].samples[i / 4] = decoded.picture[i]; // A Y U V
     return planes;
@@ -384,34 +385,35 @@ TEST_P(LossyRoutes, EqualThePlainRoadInBothDirections)
         const auto [host, code] = key;
         ++pairs;
         for (int variant = 0; variant < 4; ++variant) {
-            const StreamSpec spec{.host = host,
-                                  .code = code,
-                                  .width = variant < 2 ? 52U : 4U,
-                                  .height = variant < 2 ? 72U : 8U,
-                                  .interlaced = interlaced,
-                                  .threads = 2,
-                                  .colorMatrix = variant % 2 ? 1U : 2U,
-                                  .fullRange = variant > 1,
-                                  .interpolate = variant != 1};
-            CodecRun run(spec);
+            const StreamSpec streamSpec{.host = host,
+                                        .code = code,
+                                        .width = variant < 2 ? 52U : 4U,
+                                        .height = variant < 2 ? 72U : 8U,
+                                        .interlaced = interlaced,
+                                        .threads = 2,
+                                        .colorMatrix = variant % 2 ? 1U : 2U,
+                                        .fullRange = variant > 1,
+                                        .interpolate = variant != 1};
+            CodecRun run(streamSpec);
             const Bytes picture = MakePicture(variant % 2 ? Content::Noise : Content::Busy, run.InputBytes(),
-                                              spec.width, seed + static_cast<uint32_t>(variant));
+                                              streamSpec.width, seed + static_cast<uint32_t>(variant));
             const Bytes frame = run.Encode(picture);
             ASSERT_FALSE(frame.empty());
             const std::string where = "host " + std::to_string(host) + " code " + std::to_string(code) +
                                       " variant " + std::to_string(variant);
 
-            Planes expected = Converted(SplitHost(picture, host, spec), code, spec);
+            Planes expected = Converted(SplitHost(picture, host, streamSpec), code, streamSpec);
             const Planes coded = PlanesOfStream(run, frame, code);
             for (size_t i = 0; i < coded.size(); ++i)
                 ASSERT_TRUE(coded[i].samples == expected[i].samples) << where << " plane " << i;
 
-            run.spec.output = host;
+            run.streamSpec.output = host;
             run.BeginDecompress();
             const auto decoded = run.Decode(frame, 0, 0xEE);
             ASSERT_EQ(decoded.status, FrameStatus::Ok);
-            const Planes back = code == kCodeGray ? coded : Converted(coded, ResolutionOf(host), spec);
-            ASSERT_TRUE(decoded.picture == JoinHost(back, host, spec, decoded.picture.size(), 0xEE)) << where;
+            const Planes back = code == kCodeGray ? coded : Converted(coded, ResolutionOf(host), streamSpec);
+            ASSERT_TRUE(decoded.picture == JoinHost(back, host, streamSpec, decoded.picture.size(), 0xEE))
+                << where;
         }
     }
     EXPECT_EQ(pairs, 49U);

@@ -25,13 +25,13 @@ std::vector<Pair> LosslessPairs()
 
 /// The bytes of a picture that a layout keeps: a 32-bit layout without alpha gives its fourth byte back as
 /// 255, and the padding of 24-bit rows is not kept.
-void ForgetUnkept(std::vector<uint8_t>& picture, const StreamSpec& spec)
+void ForgetUnkept(std::vector<uint8_t>& picture, const StreamSpec& streamSpec)
 {
     const auto fill = [&](size_t position) {
         for (size_t i = position; i < picture.size(); i += 4)
             picture[i] = 255;
     };
-    switch (spec.host) {
+    switch (streamSpec.host) {
     case kHostBgrx:
     case kHostRgbx:
     case kHostV408X:
@@ -45,9 +45,9 @@ void ForgetUnkept(std::vector<uint8_t>& picture, const StreamSpec& spec)
     case kHostBgr:
     case kHostRgb:
     case kHostV308: {
-        const size_t pitch = (size_t{3} * spec.width + 3) / 4 * 4;
-        for (size_t row = 0; row < spec.height; ++row)
-            std::fill(picture.begin() + static_cast<ptrdiff_t>(row * pitch + 3 * spec.width),
+        const size_t pitch = (size_t{3} * streamSpec.width + 3) / 4 * 4;
+        for (size_t row = 0; row < streamSpec.height; ++row)
+            std::fill(picture.begin() + static_cast<ptrdiff_t>(row * pitch + 3 * streamSpec.width),
                       picture.begin() + static_cast<ptrdiff_t>((row + 1) * pitch), uint8_t{0});
         break;
     }
@@ -56,20 +56,20 @@ void ForgetUnkept(std::vector<uint8_t>& picture, const StreamSpec& spec)
     }
 }
 
-void ExpectRoundTrip(const StreamSpec& spec, Content content, uint32_t seed)
+void ExpectRoundTrip(const StreamSpec& streamSpec, Content content, uint32_t seed)
 {
-    CodecRun run(spec);
-    std::vector<uint8_t> picture = MakePicture(content, run.InputBytes(), spec.width, seed);
+    CodecRun run(streamSpec);
+    std::vector<uint8_t> picture = MakePicture(content, run.InputBytes(), streamSpec.width, seed);
     const std::vector<uint8_t> frame = run.Encode(picture);
     ASSERT_FALSE(frame.empty()) << "error " << run.encoder.LastError();
     CodecRun::Decoded decoded = run.Decode(frame);
     ASSERT_EQ(decoded.status, FrameStatus::Ok);
-    ForgetUnkept(picture, spec);
-    ForgetUnkept(decoded.picture, spec);
+    ForgetUnkept(picture, streamSpec);
+    ForgetUnkept(decoded.picture, streamSpec);
     ASSERT_TRUE(decoded.picture == picture)
-        << "host " << spec.host << " code " << spec.code << " " << spec.width << "x" << spec.height
-        << " method " << static_cast<int>(spec.method) << " interlaced " << spec.interlaced << " content "
-        << static_cast<int>(content);
+        << "host " << streamSpec.host << " code " << streamSpec.code << " " << streamSpec.width << "x"
+        << streamSpec.height << " method " << static_cast<int>(streamSpec.method) << " interlaced "
+        << streamSpec.interlaced << " content " << static_cast<int>(content);
 }
 
 TEST(RoundTrip, EveryLosslessPairMethodAndContentComesBackBitForBit)
@@ -112,15 +112,15 @@ TEST(RoundTrip, FramesDoNotDependOnTheThreadCount)
 {
     const uint32_t seed = TestSeed();
     for (const Pair& pair : LosslessPairs()) {
-        StreamSpec spec{.host = pair.host, .code = pair.code, .width = 96, .height = 200};
-        CodecRun single(spec);
-        const auto picture = MakePicture(Content::Busy, single.InputBytes(), spec.width, seed);
+        StreamSpec streamSpec{.host = pair.host, .code = pair.code, .width = 96, .height = 200};
+        CodecRun single(streamSpec);
+        const auto picture = MakePicture(Content::Busy, single.InputBytes(), streamSpec.width, seed);
         const auto frame = single.Encode(picture);
         ASSERT_FALSE(frame.empty());
         const auto expected = single.Decode(frame);
         for (const int threads : {2, 3, 5, 64}) {
-            spec.threads = threads;
-            CodecRun many(spec);
+            streamSpec.threads = threads;
+            CodecRun many(streamSpec);
             ASSERT_EQ(many.encoder.ThreadCount(), threads);
             EXPECT_TRUE(many.Encode(picture) == frame) << threads << " threads, host " << pair.host;
             EXPECT_TRUE(many.Decode(frame).picture == expected.picture)
@@ -132,19 +132,19 @@ TEST(RoundTrip, FramesDoNotDependOnTheThreadCount)
 TEST(RoundTrip, HostPitchesMayExceedTheirRows)
 {
     const uint32_t seed = TestSeed();
-    const StreamSpec spec{.host = kHostI444, .code = kCodeYuv444, .width = 50, .height = 40};
-    CodecRun run(spec);
+    const StreamSpec streamSpec{.host = kHostI444, .code = kCodeYuv444, .width = 50, .height = 40};
+    CodecRun run(streamSpec);
     const int pitches[] = {50, 51, 67, 128};
     for (const int pitch : pitches) {
-        const size_t planeBytes = static_cast<size_t>(pitch) * (spec.height - 1) + spec.width;
-        ExactBuffer picture(MakePicture(Content::Smooth, 3 * planeBytes, spec.width, seed), 5);
+        const size_t planeBytes = static_cast<size_t>(pitch) * (streamSpec.height - 1) + streamSpec.width;
+        ExactBuffer picture(MakePicture(Content::Smooth, 3 * planeBytes, streamSpec.width, seed), 5);
         ExactBuffer back(3 * planeBytes, 9, 0xCC);
-        std::vector<uint8_t> frame(
-            run.encoder.MaxCompressedSize(spec.host, spec.width, spec.height, spec.code));
+        std::vector<uint8_t> frame(run.encoder.MaxCompressedSize(streamSpec.host, streamSpec.width,
+                                                                 streamSpec.height, streamSpec.code));
         const auto place = [&](CompressInfo& info, uint8_t* base) {
             for (size_t i = 0; i < 3; ++i)
                 info.image[i] = {
-                    {base + i * planeBytes, pitch}, static_cast<uint32_t>(pitch) * spec.height, false};
+                    {base + i * planeBytes, pitch}, static_cast<uint32_t>(pitch) * streamSpec.height, false};
         };
         place(run.compressInfo, picture.data());
         run.compressInfo.frame = frame.data();
@@ -155,7 +155,7 @@ TEST(RoundTrip, HostPitchesMayExceedTheirRows)
         run.decompressInfo.frameSize = static_cast<uint32_t>(frame.size());
         ASSERT_EQ(run.decoder.Decompress(run.decompressInfo), FrameStatus::Ok);
         for (size_t i = 0; i < back.size(); ++i) {
-            const bool inPicture = i % planeBytes % static_cast<size_t>(pitch) < spec.width;
+            const bool inPicture = i % planeBytes % static_cast<size_t>(pitch) < streamSpec.width;
             ASSERT_EQ(back.data()[i], inPicture ? picture.data()[i] : 0xCC)
                 << "pitch " << pitch << " byte " << i;
         }
@@ -212,9 +212,9 @@ TEST(RoundTrip, OneObjectServesRunsOfChangingFormatsAndSizesInBothDirections)
         ASSERT_EQ(codec.Decompress(info), FrameStatus::Ok);
         std::vector<uint8_t> sent(picture.Bytes().begin(), picture.Bytes().end());
         std::vector<uint8_t> got(back.Bytes().begin(), back.Bytes().end());
-        const StreamSpec spec{.host = pair.host, .code = pair.code, .width = width, .height = height};
-        ForgetUnkept(sent, spec);
-        ForgetUnkept(got, spec);
+        const StreamSpec streamSpec{.host = pair.host, .code = pair.code, .width = width, .height = height};
+        ForgetUnkept(sent, streamSpec);
+        ForgetUnkept(got, streamSpec);
         ASSERT_TRUE(sent == got) << "run " << i << " host " << pair.host << " " << width << "x" << height;
     }
 }

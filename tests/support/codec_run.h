@@ -32,55 +32,60 @@ struct StreamSpec {
 class CodecRun
 {
   public:
-    explicit CodecRun(const StreamSpec& stream) : spec(stream)
+    explicit CodecRun(const StreamSpec& stream) : streamSpec(stream)
     {
         EncodeSettings encode;
-        encode.CompMethod = static_cast<uint32_t>(spec.method);
-        encode.Interlaced = spec.interlaced;
-        encode.CoderType = spec.coderType;
-        encode.ColorMatrix = spec.colorMatrix;
-        encode.FullRangeYUV = spec.fullRange;
-        encode.InterpolateDownscale = spec.interpolate;
+        encode.CompMethod = static_cast<uint32_t>(streamSpec.method);
+        encode.Interlaced = streamSpec.interlaced;
+        encode.CoderType = streamSpec.coderType;
+        encode.ColorMatrix = streamSpec.colorMatrix;
+        encode.FullRangeYUV = streamSpec.fullRange;
+        encode.InterpolateDownscale = streamSpec.interpolate;
         DecodeSettings decode;
         decode.DecompSettings_YUV400 = decode.DecompSettings_YUV420 = 0xFFFFFFFF;
         decode.DecompSettings_YUV422 = decode.DecompSettings_YUV444 = 0xFFFFFFFF;
         for (Orvane* codec : {&encoder, &decoder}) {
             codec->ApplyEncodeSettings(encode);
             codec->ApplyDecodeSettings(decode);
-            codec->SetThreadCount(spec.threads);
-            codec->SetBottomUp(spec.bottomUp);
+            codec->SetThreadCount(streamSpec.threads);
+            codec->SetBottomUp(streamSpec.bottomUp);
         }
-        if (!encoder.CanCompress(spec.host, spec.code, spec.width, spec.height) ||
-            !encoder.FillConfig(record, spec.host, spec.width, spec.height, spec.code))
+        if (!encoder.CanCompress(streamSpec.host, streamSpec.code, streamSpec.width, streamSpec.height) ||
+            !encoder.FillConfig(record, streamSpec.host, streamSpec.width, streamSpec.height,
+                                streamSpec.code))
             throw std::invalid_argument("no route for this stream");
         BeginCompress();
         BeginDecompress();
     }
 
-    void BeginCompress() { encoder.BeginCompress(compressInfo, RecordBytes(), sizeof record, spec.host); }
+    void BeginCompress()
+    {
+        encoder.BeginCompress(compressInfo, RecordBytes(), sizeof record, streamSpec.host);
+    }
     void BeginDecompress()
     {
         decoder.BeginDecompress(decompressInfo, RecordBytes(), sizeof record, Output());
     }
 
-    FormatId Output() const { return spec.output ? spec.output : spec.host; }
+    FormatId Output() const { return streamSpec.output ? streamSpec.output : streamSpec.host; }
     const uint8_t* RecordBytes() const { return reinterpret_cast<const uint8_t*>(&record); }
     uint32_t PictureBytes(FormatId id) const
     {
         PlaneRecords planes;
         uint32_t total = 0;
-        encoder.ComputePlanes(planes, nullptr, id, spec.width, spec.height, &total);
+        encoder.ComputePlanes(planes, nullptr, id, streamSpec.width, streamSpec.height, &total);
         return total;
     }
-    uint32_t InputBytes() const { return PictureBytes(spec.host); }
+    uint32_t InputBytes() const { return PictureBytes(streamSpec.host); }
     uint32_t OutputBytes() const { return PictureBytes(Output()); }
 
     /// The frame of a tightly stored picture; empty when the codec refuses it.
     std::vector<uint8_t> Encode(std::span<const uint8_t> picture, size_t phase = 0)
     {
         ExactBuffer source(picture, phase);
-        std::vector<uint8_t> frame(encoder.MaxCompressedSize(spec.host, spec.width, spec.height, spec.code),
-                                   uint8_t{0xA5});
+        std::vector<uint8_t> frame(
+            encoder.MaxCompressedSize(streamSpec.host, streamSpec.width, streamSpec.height, streamSpec.code),
+            uint8_t{0xA5});
         encoder.SetImage(compressInfo, source.data());
         compressInfo.frame = frame.data();
         frame.resize(encoder.Compress(compressInfo));
@@ -110,7 +115,7 @@ class CodecRun
         return {status, {picture.Bytes().begin(), picture.Bytes().end()}};
     }
 
-    StreamSpec spec;
+    StreamSpec streamSpec;
     FrameHeader record{};
     Orvane encoder{true, true};
     Orvane decoder{true, true};
