@@ -19,12 +19,38 @@ struct EncodeOptions {
     std::string input;
     std::string output;
     std::string format = "auto";
-    std::string method;
+    std::string method; ///< empty, or a name of kMethods
+    std::string matrix; ///< empty, or a name of kMatrices
     CodecOptions codec;
     std::string rate;
     std::string raw;
     bool verify = false;
 };
+
+/// The name of an option's value, and the setting that it means.
+struct NamedValue {
+    const char* name;
+    uint32_t value;
+};
+constexpr NamedValue kMethods[] = {{"gradient", 2}, {"median", 3}, {"dynamic", 4}};
+constexpr NamedValue kMatrices[] = {{"601", 1}, {"709", 2}};
+
+std::vector<std::string> NamesOf(std::span<const NamedValue> values)
+{
+    std::vector<std::string> names;
+    for (const NamedValue& value : values)
+        names.emplace_back(value.name);
+    return names;
+}
+
+/// Nothing for an empty name.
+std::optional<uint32_t> ValueOf(std::span<const NamedValue> values, const std::string& name)
+{
+    for (const NamedValue& value : values)
+        if (name == value.name)
+            return value.value;
+    return std::nullopt;
+}
 
 const CompressedFormat& ChooseFormat(const EncodeOptions& options, const VideoInfo& info)
 {
@@ -68,11 +94,14 @@ Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
 }
 
 /// What the options do not say, the file may; what neither says, the stored settings do.
-CodecOptions CompleteOptions(CodecOptions options, const VideoInfo& info)
+CodecOptions CompleteOptions(const EncodeOptions& options, const VideoInfo& info)
 {
-    options.interlaced = options.interlaced ? options.interlaced : info.interlaced;
-    options.fullRange = options.fullRange ? options.fullRange : info.fullRange;
-    return options;
+    CodecOptions codec = options.codec;
+    codec.method = ValueOf(kMethods, options.method);
+    codec.matrix = ValueOf(kMatrices, options.matrix);
+    codec.interlaced = codec.interlaced ? codec.interlaced : info.interlaced;
+    codec.fullRange = codec.fullRange ? codec.fullRange : info.fullRange;
+    return codec;
 }
 
 /// An error in the middle of the work tells where the finished part is.
@@ -107,7 +136,7 @@ class Encoding
     {
         const VideoInfo& info = source->Info();
         PrivateSettings settings;
-        settings.SetForEncoding(format->fourcc, CompleteOptions(options.codec, info));
+        settings.SetForEncoding(format->fourcc, CompleteOptions(options, info));
         settings.SetForDecoding(options.codec.threads);
         if (!CanCompress(context.driver, *format, *info.layout, info.width, info.height))
             ExplainRefusal(settings, *format, info, options.input);
@@ -198,19 +227,12 @@ void AddEncodeCommand(CLI::App& app, Action& action)
     command->add_option("--format", options->format, "Compressed format; auto takes that of the input")
         ->check(CLI::IsMember({"auto", "rgb", "rgba", "yuv444", "yuv422", "yuv420", "yuva444", "gray"}))
         ->capture_default_str();
-    command
-        ->add_option("--method", options->codec.method,
-                     "gradient, median, or dynamic: the best for each block")
-        ->transform(
-            CLI::Transformer(std::map<std::string, uint32_t>{{"gradient", 2}, {"median", 3}, {"dynamic", 4}}))
-        ->check(CLI::Range(2, 4))
-        ->type_name("METHOD");
+    command->add_option("--method", options->method, "Predictor; dynamic takes the best for each block")
+        ->check(CLI::IsMember(NamesOf(kMethods)));
     AddThreadsOption(*command, options->codec.threads);
     AddSwitch(*command, "interlaced", options->codec.interlaced, "Code the two fields by themselves");
-    command->add_option("--matrix", options->codec.matrix, "Colour matrix, 601 or 709")
-        ->transform(CLI::Transformer(std::map<std::string, uint32_t>{{"601", 1}, {"709", 2}}))
-        ->check(CLI::Range(1, 2))
-        ->type_name("601|709");
+    command->add_option("--matrix", options->matrix, "Colour matrix, Rec.601 or Rec.709")
+        ->check(CLI::IsMember(NamesOf(kMatrices)));
     AddSwitch(*command, "full-range", options->codec.fullRange, "YUV uses the full range");
     AddSwitch(*command, "interpolate", options->codec.interpolate, "Interpolate where chroma is subsampled");
     command->add_option("--fps", options->rate, "Frame rate N/D, instead of the input's");
