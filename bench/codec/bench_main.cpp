@@ -1,0 +1,180 @@
+// The program orvane_codec_bench: the driver as a whole, beside other revisions of itself and other codecs.
+#include "codec/frame_rows.h"
+#include "codec/load_driver.h"
+#include "platform/environment.h"
+#include "tool_error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <regex>
+
+namespace {
+
+struct Options {
+    std::vector<std::string> drivers;
+    std::string only;
+    std::string json;
+    std::vector<std::string> sections{"frames"};
+    int rounds = 9;
+    bool quick = false;
+};
+
+struct Content {
+    const char* name;
+    double bitsPerSample;
+};
+constexpr Content kContents[] = {{"soft", 2.4}, {"hard", 4.3}};
+constexpr const char* kLayouts[] = {"I420", "YUY2", "I444", "RGB24", "RGB32"};
+constexpr int kPicturesPerClip = 4;
+
+struct PictureSize {
+    int width;
+    int height;
+};
+constexpr PictureSize kFrameSizes[] = {{1920, 1080}, {720, 480}, {352, 288}};
+
+/// Noise by content and layout, as it makes a 1920x1080 picture of the wanted bits a sample; the same at all
+/// sizes.
+double NoiseFor(BenchSetup& setup, const Content& content, const PixelLayout& layout)
+{
+    static std::map<std::pair<std::string, std::string>, double> found;
+    const auto [entry, fresh] = found.try_emplace({content.name, layout.name});
+    if (fresh)
+        entry->second = FindNoise(content.bitsPerSample, [&](double noise) {
+            BenchClip clip = DrawClip("", layout, 1920, 1080, noise, 1);
+            return MedianBitsPerSample(setup, clip);
+        });
+    return entry->second;
+}
+
+ClipPlan DrawnPlan(BenchSetup& setup, const Content& content, const PixelLayout& layout,
+                   const PictureSize& size)
+{
+    return {content.name, &layout, size.width, size.height, [&setup, content, &layout, size] {
+                return DrawClip(content.name, layout, size.width, size.height,
+                                NoiseFor(setup, content, layout), kPicturesPerClip);
+            }};
+}
+
+void MeasureDrawnFrames(BenchSetup& setup, bool quick)
+{
+    for (const PictureSize& size : kFrameSizes)
+        for (const char* layoutName : kLayouts)
+            for (const Content& content : kContents) {
+                const PixelLayout& layout = LayoutNamed(layoutName);
+                const ClipPlan plan = DrawnPlan(setup, content, layout, size);
+                if (quick) {
+                    const FrameTask tasks[] = {kEncodeDynamic, kDecodeMedian};
+                    if (size.width == 1920 && (layout.horizontal == 2 || layout.bitCount == 24))
+                        MeasureFrames(setup, "frames", plan, tasks);
+                    continue;
+                }
+                MeasureFrames(setup, "frames", plan, kSingleThreadTasks);
+                if (size.width == 1920)
+                    MeasureFrames(setup, "frames", plan, kTwoThreadTasks);
+            }
+}
+
+void MeasureClips(BenchSetup& setup)
+{
+    const auto folder = platform::PathFromEnvironment("ORVANE_CLIPS");
+    if (!folder) {
+        std::printf("no clips: ORVANE_CLIPS is not set\n");
+        return;
+    }
+    for (const std::filesystem::path& path : ListClips(*folder))
+        try {
+            const BenchClip first = ReadClip(path, 1);
+            const ClipPlan plan{first.name, first.layout, first.width, first.height,
+                                [&path] { return ReadClip(path, 10); }};
+            const FrameTask tasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
+            MeasureFrames(setup, "clips", plan, tasks);
+        } catch (const ToolError& error) {
+            std::printf("%s: left out: %s\n", path.filename().string().c_str(), error.what.c_str());
+        }
+}
+
+std::vector<LoadedDriver> LoadDrivers(const std::vector<std::string>& arguments)
+{
+    std::vector<LoadedDriver> drivers;
+    for (const std::string& argument : arguments) {
+        const size_t sign = argument.find('=');
+        if (sign == std::string::npos)
+            drivers.push_back(LoadDriver("driver " + std::to_string(drivers.size() + 1), argument));
+        else
+            drivers.push_back(LoadDriver(argument.substr(0, sign), argument.substr(sign + 1)));
+    }
+    if (drivers.empty())
+        drivers.push_back(LoadDriver("orvane", BuiltDriverPath()));
+    return drivers;
+}
+
+void WriteJson(const BenchSetup& setup, const std::string& path)
+{
+    nlohmann::json file{{"core_ghz", CoreHertz() * 1e-9}, {"copy_mb_per_s", CopySpeed() * 1e-6}};
+    for (const Result& result : setup.results)
+        file["results"].push_back(ToJson(result));
+    std::ofstream stream(path);
+    stream << file.dump(1) << '\n';
+    if (!stream.flush())
+        throw std::runtime_error("cannot write " + path);
+}
+
+void Measure(const Options& options)
+{
+    BenchSetup setup;
+    setup.drivers = LoadDrivers(options.drivers);
+    setup.rounds.rounds = options.rounds;
+    if (options.quick)
+        setup.rounds.batchSeconds = 0.008;
+    const std::regex only(options.only);
+    setup.isWanted = [&](const std::string& name) { return std::regex_search(name, only); };
+    std::printf("core %.2f GHz, copy of %zu bytes %.0f MB/s\n", CoreHertz() * 1e-9, kCopyBytes,
+                CopySpeed() * 1e-6);
+
+    const std::map<std::string, std::function<void()>> sections = {
+        {"frames", [&] { MeasureDrawnFrames(setup, options.quick); }},
+        {"clips", [&] { MeasureClips(setup); }}};
+    for (const std::string& section : options.sections)
+        sections.at(section)();
+    if (!options.json.empty())
+        WriteJson(setup, options.json);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    CLI::App app("Measures the driver through DriverProc, as a host drives it. Rows are named\n"
+                 "CONTENT/WIDTHxHEIGHT/LAYOUT/TASK/THREADS, as in soft/1920x1080/I420/encode-Dynamic/1t;\n"
+                 "2x1t is two instances of one thread side by side.");
+    app.add_option(
+        "--driver", options.drivers,
+        "[NAME=]PATH of a driver instead of the built one; several take turns, and the later ones\n"
+        "show their speed over the first: median and middle half over the rounds");
+    app.add_option("--only", options.only, "rows whose name has a match of this regular expression");
+    app.add_option("--rounds", options.rounds, "rounds of each row")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--sections", options.sections, "what is measured: frames, clips")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"frames", "clips"}))
+        ->capture_default_str();
+    app.add_option("--json", options.json, "file for the results");
+    app.add_flag("--quick", options.quick, "1920x1080, the chief tasks and short batches only");
+    CLI11_PARSE(app, argc, argv);
+    try {
+        Measure(options);
+    } catch (const ToolError& error) {
+        std::fputs(ErrorLine(error).c_str(), stderr);
+        return 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orvane_codec_bench: error: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

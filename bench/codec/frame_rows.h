@@ -1,0 +1,65 @@
+// Whole frames through the driver: which tasks are measured on a clip, and how.
+#pragma once
+
+#include "codec/bench_clip.h"
+#include "codec/load_driver.h"
+#include "codec/result_table.h"
+#include "codec/rounds.h"
+#include "common/settings_records.h"
+#include "host/private_settings.h"
+
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// One thing that a driver does with a clip.
+struct FrameTask {
+    bool encode;
+    PredictMethod method;
+    int threads = 1;
+    bool sideBySide = false; ///< `threads` instances of one thread each; two of them
+};
+
+inline constexpr FrameTask kEncodeDynamic{true, PredictMethod::Dynamic};
+inline constexpr FrameTask kDecodeMedian{false, PredictMethod::Median};
+inline constexpr FrameTask kSingleThreadTasks[] = {kEncodeDynamic,
+                                                   {true, PredictMethod::Median},
+                                                   {true, PredictMethod::Gradient},
+                                                   {false, PredictMethod::Dynamic},
+                                                   kDecodeMedian,
+                                                   {false, PredictMethod::Gradient}};
+inline constexpr FrameTask kTwoThreadTasks[] = {{true, PredictMethod::Dynamic, 2},
+                                                {true, PredictMethod::Dynamic, 2, true},
+                                                {false, PredictMethod::Median, 2},
+                                                {false, PredictMethod::Median, 2, true}};
+
+/// A clip that need not be there before one of its rows is wanted.
+struct ClipPlan {
+    std::string content;
+    const PixelLayout* layout;
+    int width;
+    int height;
+    std::function<BenchClip()> make;
+};
+
+/// What all measurements of a program share.
+struct BenchSetup {
+    std::vector<LoadedDriver> drivers; ///< one or more
+    PrivateSettings settings;
+    RoundOptions rounds;
+    int sessions = 3; ///< the rounds are shared out to so many openings of the driver
+    std::function<bool(const std::string& name)> isWanted;
+    std::vector<Result> results;
+    ResultPrinter printer;
+
+    void Add(Result result);
+};
+
+/// Bits a sample of the first picture's Median frame.
+double MedianBitsPerSample(BenchSetup& setup, BenchClip& clip);
+
+/// Measures the wanted tasks of a clip with all drivers in the same rounds. Each picture of each task is first
+/// decoded and compared. Throws std::runtime_error when one does not come back bit for bit.
+void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
+                   std::span<const FrameTask> tasks);
