@@ -69,6 +69,17 @@ orvane_tests(surroundings orvane_surroundings NEEDS orvane_library)
 orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(TARGET orvane_tool)
   orvane_tests(tool orvane_tool orvane_driver NEEDS orvane_program orvane_library)
+
+  # The driver's own code with its entry, in a program where memory can be made to run out.
+  orvane_tests(reliability orvane_tool orvane_driver NEEDS orvane_program orvane_library)
+  set(system posix)
+  if(WIN32)
+    set(system windows)
+  endif()
+  target_sources(reliability_tests PRIVATE
+    ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp ${CMAKE_SOURCE_DIR}/tests/driver/${system}/process_state.cpp
+    ${CMAKE_SOURCE_DIR}/tests/tool/tool_test_support.cpp)
+  target_link_options(reliability_tests PRIVATE -Wl,--wrap=calloc,--wrap=free)
 endif()
 
 # Shows one dialog after the other for scripts/screens.

@@ -1,0 +1,174 @@
+#include "reliability/memory_faults.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <mutex>
+#include <new>
+#include <unordered_set>
+
+extern "C" {
+void* __real_calloc(size_t count, size_t size);
+void __real_free(void* memory);
+void* __wrap_calloc(size_t count, size_t size);
+void __wrap_free(void* memory);
+}
+
+namespace {
+
+constexpr long kNever = std::numeric_limits<long>::max();
+
+constinit std::atomic<long> untilFault{kNever}; // allocations that still succeed
+constinit std::atomic<bool> staysEmpty{false};  // whether those behind the first that fails do, too
+constinit std::atomic<bool> faultPlanned{false};
+constinit std::atomic<bool> watching{false};
+
+/// Takes its memory past all that is counted here.
+template <class T>
+struct PlainAllocator {
+    using value_type = T;
+    PlainAllocator() = default;
+    template <class U>
+    PlainAllocator(const PlainAllocator<U>&)
+    {}
+    T* allocate(size_t count) { return static_cast<T*>(std::malloc(count * sizeof(T))); }
+    void deallocate(T* memory, size_t) { __real_free(memory); }
+    bool operator==(const PlainAllocator&) const { return true; }
+};
+
+/// Pointers, since the C library frees and hands out memory that never came by here.
+struct HeldMemory {
+    std::mutex mutex;
+    std::unordered_set<void*, std::hash<void*>, std::equal_to<void*>, PlainAllocator<void*>> pointers;
+};
+
+HeldMemory& Held()
+{
+    static HeldMemory held;
+    return held;
+}
+
+bool MayAllocate()
+{
+    if (!faultPlanned)
+        return true;
+    const long left = untilFault.fetch_sub(1);
+    return left > 0 || (left < 0 && !staysEmpty);
+}
+
+void* Note(void* memory)
+{
+    if (memory && watching) {
+        const std::lock_guard lock(Held().mutex);
+        Held().pointers.insert(memory);
+    }
+    return memory;
+}
+
+// Not inlined: a compiler that sees malloc on one side only takes the pair for a mismatch.
+[[gnu::noinline]] void Release(void* memory)
+{
+    if (memory && watching) {
+        const std::lock_guard lock(Held().mutex);
+        Held().pointers.erase(memory);
+    }
+    __real_free(memory);
+}
+
+[[gnu::noinline]] void* Allocate(size_t size)
+{
+    return MayAllocate() ? Note(std::malloc(size == 0 ? 1 : size)) : nullptr;
+}
+
+void* AllocateOrThrow(size_t size)
+{
+    if (void* const memory = Allocate(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+AllocationFault::AllocationFault(long index, Kind kind) : first(index)
+{
+    untilFault = index;
+    staysEmpty = kind == Kind::FromThenOn;
+    faultPlanned = true;
+}
+
+AllocationFault::~AllocationFault()
+{
+    faultPlanned = false;
+    untilFault = kNever;
+}
+
+bool AllocationFault::WasHit() const
+{
+    return untilFault < 0;
+}
+
+long AllocationFault::Passed() const
+{
+    return first - untilFault;
+}
+
+AllocationWatch::AllocationWatch()
+{
+    const std::lock_guard lock(::Held().mutex);
+    ::Held().pointers.clear();
+    watching = true;
+}
+
+AllocationWatch::~AllocationWatch()
+{
+    watching = false;
+}
+
+size_t AllocationWatch::Held() const
+{
+    const std::lock_guard lock(::Held().mutex);
+    return ::Held().pointers.size();
+}
+
+void* __wrap_calloc(size_t count, size_t size)
+{
+    return MayAllocate() ? Note(__real_calloc(count, size)) : nullptr;
+}
+void __wrap_free(void* memory)
+{
+    Release(memory);
+}
+
+void* operator new(size_t size)
+{
+    return AllocateOrThrow(size);
+}
+void* operator new[](size_t size)
+{
+    return AllocateOrThrow(size);
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    return Allocate(size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept
+{
+    return Allocate(size);
+}
+void operator delete(void* memory) noexcept
+{
+    Release(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+    Release(memory);
+}
+void operator delete(void* memory, size_t) noexcept
+{
+    Release(memory);
+}
+void operator delete[](void* memory, size_t) noexcept
+{
+    Release(memory);
+}
