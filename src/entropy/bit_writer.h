@@ -3,6 +3,7 @@
 
 #include "entropy/big_endian.h"
 #include "entropy/bit_stream.h"
+#include "entropy/shift_left.h"
 
 /// Up to 63 bits, right-aligned; nothing stands above them.
 struct BitRun {
@@ -13,7 +14,7 @@ struct BitRun {
 /// `first` with `second` behind it; the lengths add up to 63 at most.
 inline BitRun Join(BitRun first, BitRun second)
 {
-    return {first.bits << second.length | second.bits, first.length + second.length};
+    return {ShiftLeft(first.bits, second.length) | second.bits, first.length + second.length};
 }
 
 /// Between calls of Store at most 64 bits are pending, behind it at most seven.
@@ -38,14 +39,16 @@ class BitWriter
 
     void Append(BitRun run)
     {
-        bits = bits << run.length | run.bits;
+        // The run's own shift and or come before it meets the pending bits, which the next run waits for.
+        asm("" : "+r"(run.bits));
+        bits = ShiftLeft(bits, run.length) | run.bits;
         used += run.length;
     }
 
     /// Needs a pending bit at least.
     void Store()
     {
-        StoreBigEndian64(cursor, bits << (64 - used));
+        StoreBigEndian64(cursor, ShiftLeft(bits, 64 - used));
         cursor += used / 8;
         used %= 8;
     }
