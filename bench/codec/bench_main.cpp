@@ -1,6 +1,8 @@
 // The program orvane_codec_bench: the driver as a whole, beside other revisions of itself and other codecs.
 #include "codec/frame_rows.h"
+#include "codec/instance_costs.h"
 #include "codec/load_driver.h"
+#include "codec/peer_rows.h"
 #include "platform/environment.h"
 #include "tool_error.h"
 
@@ -29,12 +31,16 @@ struct Content {
 constexpr Content kContents[] = {{"soft", 2.4}, {"hard", 4.3}};
 constexpr const char* kLayouts[] = {"I420", "YUY2", "I444", "RGB24", "RGB32"};
 constexpr int kPicturesPerClip = 4;
+constexpr const char* kSections[] = {"frames", "clips", "peers", "sizes", "start", "memory"};
 
 struct PictureSize {
     int width;
     int height;
 };
 constexpr PictureSize kFrameSizes[] = {{1920, 1080}, {720, 480}, {352, 288}};
+constexpr PictureSize kSweepSizes[] = {{64, 64},     {128, 96},    {176, 144},   {352, 288},
+                                       {640, 360},   {720, 480},   {1280, 720},  {1920, 1080},
+                                       {2560, 1440}, {3840, 2160}, {5120, 2880}, {7680, 4320}};
 
 /// Noise by content and layout, as it makes a 1920x1080 picture of the wanted bits a sample; the same at all
 /// sizes.
@@ -78,7 +84,8 @@ void MeasureDrawnFrames(BenchSetup& setup, bool quick)
             }
 }
 
-void MeasureClips(BenchSetup& setup)
+/// Hands on every readable clip of the folder ORVANE_CLIPS, the first pictures of it.
+void ForEachClip(size_t maxPictures, const std::function<void(const ClipPlan& plan)>& handle)
 {
     const auto folder = platform::PathFromEnvironment("ORVANE_CLIPS");
     if (!folder) {
@@ -88,13 +95,40 @@ void MeasureClips(BenchSetup& setup)
     for (const std::filesystem::path& path : ListClips(*folder))
         try {
             const BenchClip first = ReadClip(path, 1);
-            const ClipPlan plan{first.name, first.layout, first.width, first.height,
-                                [&path] { return ReadClip(path, 10); }};
-            const FrameTask tasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
-            MeasureFrames(setup, "clips", plan, tasks);
+            handle({first.name, first.layout, first.width, first.height,
+                    [&path, maxPictures] { return ReadClip(path, maxPictures); }});
         } catch (const ToolError& error) {
             std::printf("%s: left out: %s\n", path.filename().string().c_str(), error.what.c_str());
         }
+}
+
+void MeasureClips(BenchSetup& setup)
+{
+    constexpr FrameTask kTasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
+    ForEachClip(10, [&](const ClipPlan& plan) { MeasureFrames(setup, "clips", plan, kTasks); });
+}
+
+/// Drawn pictures, and the large clips of the layouts that peers take.
+void MeasureAllPeers(BenchSetup& setup)
+{
+    constexpr int kManyPixels = 900000;
+    for (const char* layout : {"I420", "RGB24"})
+        for (const Content& content : kContents)
+            MeasurePeers(setup, DrawnPlan(setup, content, LayoutNamed(layout), {1920, 1080}));
+    ForEachClip(3, [&](const ClipPlan& plan) {
+        const bool isTaken = plan.layout == &LayoutNamed("I420") ||
+                             (plan.layout == &LayoutNamed("RGB24") && plan.width % 4 == 0);
+        if (isTaken && plan.width * plan.height >= kManyPixels)
+            MeasurePeers(setup, plan);
+    });
+}
+
+void MeasureSizes(BenchSetup& setup)
+{
+    constexpr FrameTask kTasks[] = {
+        kEncodeDynamic, {true, PredictMethod::Dynamic, 2}, kDecodeMedian, {false, PredictMethod::Median, 2}};
+    for (const PictureSize& size : kSweepSizes)
+        MeasureFrames(setup, "sizes", DrawnPlan(setup, kContents[0], LayoutNamed("I420"), size), kTasks);
 }
 
 std::vector<LoadedDriver> LoadDrivers(const std::vector<std::string>& arguments)
@@ -112,9 +146,13 @@ std::vector<LoadedDriver> LoadDrivers(const std::vector<std::string>& arguments)
     return drivers;
 }
 
-void WriteJson(const BenchSetup& setup, const std::string& path)
+void WriteJson(const BenchSetup& setup, const nlohmann::json& start, const nlohmann::json& memory,
+               const std::string& path)
 {
-    nlohmann::json file{{"core_ghz", CoreHertz() * 1e-9}, {"copy_mb_per_s", CopySpeed() * 1e-6}};
+    nlohmann::json file{{"core_ghz", CoreHertz() * 1e-9},
+                        {"copy_mb_per_s", CopySpeed() * 1e-6},
+                        {"start", start},
+                        {"memory", memory}};
     for (const Result& result : setup.results)
         file["results"].push_back(ToJson(result));
     std::ofstream stream(path);
@@ -135,13 +173,18 @@ void Measure(const Options& options)
     std::printf("core %.2f GHz, copy of %zu bytes %.0f MB/s\n", CoreHertz() * 1e-9, kCopyBytes,
                 CopySpeed() * 1e-6);
 
+    nlohmann::json start, memory;
     const std::map<std::string, std::function<void()>> sections = {
         {"frames", [&] { MeasureDrawnFrames(setup, options.quick); }},
-        {"clips", [&] { MeasureClips(setup); }}};
+        {"clips", [&] { MeasureClips(setup); }},
+        {"peers", [&] { MeasureAllPeers(setup); }},
+        {"sizes", [&] { MeasureSizes(setup); }},
+        {"start", [&] { start = MeasureFirstFrames(setup); }},
+        {"memory", [&] { memory = MeasureMemory(setup); }}};
     for (const std::string& section : options.sections)
         sections.at(section)();
     if (!options.json.empty())
-        WriteJson(setup, options.json);
+        WriteJson(setup, start, memory, options.json);
 }
 
 } // namespace
@@ -160,9 +203,10 @@ int main(int argc, char** argv)
     app.add_option("--rounds", options.rounds, "rounds of each row")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
-    app.add_option("--sections", options.sections, "what is measured: frames, clips")
+    app.add_option("--sections", options.sections,
+                   "what is measured: frames, clips, peers, sizes, start, memory")
         ->delimiter(',')
-        ->check(CLI::IsMember({"frames", "clips"}))
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kSections), std::end(kSections))))
         ->capture_default_str();
     app.add_option("--json", options.json, "file for the results");
     app.add_flag("--quick", options.quick, "1920x1080, the chief tasks and short batches only");

@@ -115,7 +115,7 @@ double MedianBitsPerSample(BenchSetup& setup, BenchClip& clip)
 }
 
 void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
-                   std::span<const FrameTask> tasks)
+                   std::span<const FrameTask> tasks, const GuestMaker& makeGuests)
 {
     std::vector<FrameTask> chosen;
     std::vector<Result> rows;
@@ -139,8 +139,11 @@ void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan
             row->ratio = clip.PictureBytes() / CodedBy(setup, memory, task.method).FrameBytes();
             ++row;
         }
+    const Guests guests = makeGuests ? makeGuests(clip, rows[0]) : Guests{};
+    rows.insert(rows.end(), guests.rows.begin(), guests.rows.end());
 
-    for (int session = 0; session < setup.sessions; ++session) {
+    const int sessions = makeGuests ? 1 : setup.sessions;
+    for (int session = 0; session < sessions; ++session) {
         std::vector<std::unique_ptr<ClipRun>> runs;
         std::vector<Contestant> contestants;
         for (const FrameTask& task : chosen)
@@ -148,8 +151,9 @@ void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan
                 ClipRun& run = *runs.emplace_back(OpenRun(setup, driver, memory, task));
                 contestants.push_back({[&run](int frames) { run.Run(frames); }, run.BytesPerFrame()});
             }
+        contestants.insert(contestants.end(), guests.contestants.begin(), guests.contestants.end());
         RoundOptions options = setup.rounds;
-        options.rounds = (setup.rounds.rounds + setup.sessions - 1) / setup.sessions;
+        options.rounds = (setup.rounds.rounds + sessions - 1) / sessions;
         const std::vector<RoundTimes> times = RunRounds(contestants, options);
         for (size_t i = 0; i < rows.size(); ++i)
             Append(rows[i].times, times[i]);

@@ -59,7 +59,16 @@ struct BenchSetup {
 /// Bits a sample of the first picture's Median frame.
 double MedianBitsPerSample(BenchSetup& setup, BenchClip& clip);
 
-/// Measures the wanted tasks of a clip with all drivers in the same rounds. Each picture of each task is first
-/// decoded and compared. Throws std::runtime_error when one does not come back bit for bit.
+/// Contestants that are no drivers, with the rows that they fill, one each.
+struct Guests {
+    std::vector<Contestant> contestants;
+    std::vector<Result> rows;
+};
+/// model  a row with section, content, size and layout
+using GuestMaker = std::function<Guests(BenchClip& clip, const Result& model)>;
+
+/// Measures the wanted tasks of a clip with all drivers, and guests if there are any, in the same rounds. Each
+/// picture of each task is first decoded and compared. Throws std::runtime_error when one does not come back
+/// bit for bit.
 void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
-                   std::span<const FrameTask> tasks);
+                   std::span<const FrameTask> tasks, const GuestMaker& makeGuests = nullptr);
