@@ -5,6 +5,7 @@
 //     LIST movi: a chunk for each frame, ix00 (index of this segment)
 //     idx1                               index of the first segment for older readers
 //   RIFF 'AVIX'                          further segments: LIST movi with frames and ix00
+//   Osum, Oy4m                           at the end of the last segment: checksums, fields of Y4M
 #pragma once
 
 #include "files/fourcc.h"
@@ -29,6 +30,11 @@ inline constexpr uint32_t kMovi = FourCC("movi");
 inline constexpr uint32_t kRec = FourCC("rec ");
 inline constexpr uint32_t kIdx1 = FourCC("idx1");
 inline constexpr uint32_t kJunk = FourCC("JUNK");
+inline constexpr uint32_t kStrd = FourCC("strd");
+inline constexpr uint32_t kStrn = FourCC("strn");
+inline constexpr uint32_t kVprp = FourCC("vprp");
+inline constexpr uint32_t kChecksums = FourCC("Osum");
+inline constexpr uint32_t kY4mFields = FourCC("Oy4m");
 inline constexpr uint32_t kVids = FourCC("vids");
 
 inline constexpr uint32_t kChunkHead = 8; ///< id and size
