@@ -2,9 +2,9 @@
 # and nothing else of the system's headers.
 set(links ${CMAKE_BINARY_DIR}/third_party)
 file(MAKE_DIRECTORY ${links})
-foreach(folder CLI nlohmann stb)
-  if(EXISTS /usr/include/${folder} AND NOT EXISTS ${links}/${folder})
-    file(CREATE_LINK /usr/include/${folder} ${links}/${folder} SYMBOLIC)
+foreach(name CLI nlohmann stb xxhash.h)
+  if(EXISTS /usr/include/${name} AND NOT EXISTS ${links}/${name})
+    file(CREATE_LINK /usr/include/${name} ${links}/${name} SYMBOLIC)
   endif()
 endforeach()
 add_library(orvane_third_party INTERFACE)

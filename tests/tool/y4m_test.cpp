@@ -1,8 +1,7 @@
 #include "files/y4m_stream.h"
 #include "support/test_seed.h"
+#include "tool/run_command.h"
 #include "tool_error.h"
-
-#include <gtest/gtest.h>
 
 #include <numeric>
 #include <random>
@@ -192,4 +191,54 @@ TEST(Y4mStream, NoBytesHarmTheReader)
     }
     std::istringstream endless(std::string(100000, 'Y'));
     EXPECT_THROW(Y4mReader(endless, "test"), ToolError);
+}
+
+namespace {
+
+class Y4mFields : public CommandTest
+{
+  protected:
+    std::string Back(const std::string& fields, size_t frameBytes,
+                     const std::vector<std::string>& options = {})
+    {
+        std::vector<std::string> arguments{"encode", "-", "-o", Name("out.avi")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        RunGood(arguments, MakeY4m(32, 24, fields, frameBytes, 1));
+        return FirstLineOf(RunGood({"decode", Name("out.avi"), "-o", "-"}));
+    }
+};
+
+} // namespace
+
+TEST_F(Y4mFields, AspectChromaNameAndFieldOrderComeBack)
+{
+    for (const char* fields :
+         {"F25:1 Ib A128:117 C420paldv XCOLORRANGE=LIMITED", "F25:1 It A1:1 C420mpeg2 XCOLORRANGE=FULL",
+          "F30000:1001 Ip A0:0 C420 XCOLORRANGE=LIMITED", "F25:1 Ip A10:11 C420jpeg XCOLORRANGE=LIMITED"})
+        EXPECT_EQ(Back(fields, 1152), "YUV4MPEG2 W32 H24 " + std::string(fields));
+    EXPECT_EQ(Back("F25:1 Ib A59:54 C422 XCOLORRANGE=FULL", 1536),
+              "YUV4MPEG2 W32 H24 F25:1 Ib A59:54 C422 XCOLORRANGE=FULL");
+}
+
+TEST_F(Y4mFields, OptionsAndOtherLayoutsWin)
+{
+    EXPECT_EQ(Back("F25:1 Ib A1:1 C420mpeg2", 1152, {"--no-interlaced"}),
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420mpeg2 XCOLORRANGE=LIMITED");
+    EXPECT_EQ(FirstLineOf(RunGood({"decode", Name("out.avi"), "-o", "-", "--to", "I444"})),
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C444 XCOLORRANGE=LIMITED");
+}
+
+TEST(Y4m, StrayFieldsInAFileDoNothing)
+{
+    VideoInfo info;
+    info.layout = &LayoutNamed("I420");
+    info.width = info.height = 8;
+    info.interlaced = true;
+    const std::string plain = MakeY4mHeader(info, "test");
+    for (const std::string text : {"", " ", "A", "C", "I", "Ix", "A0:0 C444 It", "A99999999999:1",
+                                   "\n\t A:: Cmono", "C420jpeg\x01", "W9 H9 F1:1"}) {
+        VideoInfo other = info;
+        TakeY4mFields(text, other);
+        EXPECT_EQ(MakeY4mHeader(other, "test"), plain) << text;
+    }
 }

@@ -93,16 +93,24 @@ class Decoding
         Progress progress(context.ProgressStream(), range.Count());
         std::vector<uint8_t> picture(info.FrameBytes());
         SeekBack();
-        for (size_t number = range.first; number < range.end; ++number) {
+        try {
+            for (size_t number = range.first; number < range.end; ++number) {
+                ThrowIfInterrupted();
+                const std::span<const uint8_t> frame = stream.ReadFrame(number);
+                if (!decoder->Decompress(frame))
+                    NoteDamage(number);
+                decoder->Read(picture);
+                sink->Write(picture, number);
+                progress.Add(picture.size(), frame.size());
+            }
             ThrowIfInterrupted();
-            const std::span<const uint8_t> frame = stream.ReadFrame(number);
-            if (!decoder->Decompress(frame))
-                NoteDamage(number);
-            decoder->Read(picture);
-            sink->Write(picture, number);
-            progress.Add(picture.size(), frame.size());
+            sink->Finish();
+        } catch (ToolError& error) {
+            // Stills are files of their own, each finished by itself.
+            if (const FileKind kind = KindOf(options.output); kind == FileKind::Y4m || kind == FileKind::Raw)
+                NamePart(error, PathOf(options.output), progress.Frames());
+            throw;
         }
-        sink->Finish();
     }
 
     /// A first frame that is empty shows the picture of the last one before it that is not.
@@ -133,8 +141,9 @@ class Decoding
         }
         if (file.cut && range.end == stream.FrameCount())
             throw ToolError(
-                "the file is cut off behind frame " + std::to_string(stream.FrameCount()), options.input,
-                "all " + std::to_string(range.Count()) + " frames before were decoded", ExitCode::DonePartly);
+                "the file is cut off behind its first " + std::to_string(stream.FrameCount()) + " frames",
+                options.input, "all " + std::to_string(range.Count()) + " frames before were decoded",
+                ExitCode::DonePartly);
         return ExitCode::Done;
     }
 

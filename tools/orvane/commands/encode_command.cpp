@@ -1,8 +1,11 @@
 #include "commands/command.h"
+#include "files/avi_records.h"
 #include "files/avi_writer.h"
 #include "files/byte_source.h"
+#include "files/checksum_table.h"
 #include "files/fourcc.h"
 #include "files/open_files.h"
+#include "files/y4m_header.h"
 #include "host/picture_check.h"
 #include "host/private_settings.h"
 #include "interrupt.h"
@@ -104,13 +107,9 @@ CodecOptions CompleteOptions(const EncodeOptions& options, const VideoInfo& info
     return codec;
 }
 
-/// An error in the middle of the work tells where the finished part is.
-void NamePart(ToolError& error, const std::string& output, uint64_t frames)
+FrameHeader RecordOf(std::span<const uint8_t> bitmapInfo)
 {
-    const std::string part = TextOf(OutputFile::PartName(PathOf(output)));
-    if (error.where != part)
-        error.remedy +=
-            (error.remedy.empty() ? "" : "; ") + std::to_string(frames) + " frames are in " + part;
+    return ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize);
 }
 
 class Encoding
@@ -142,6 +141,11 @@ class Encoding
             ExplainRefusal(settings, *format, info, options.input);
         coder =
             std::make_unique<FrameCompressor>(context.driver, *format, *info.layout, info.width, info.height);
+        if (const PixelLayout& layout = NativeLayout(format->code); &layout != info.layout) {
+            native = std::make_unique<FrameDecompressor>(context.driver, *format, coder->BitmapInfo(), layout,
+                                                         info.width, info.height);
+            nativePicture.resize(static_cast<size_t>(PictureBytes(layout, info.width, info.height)));
+        }
         if (options.verify)
             check = std::make_unique<PictureCheck>(context.driver, *format, coder->BitmapInfo(), *info.layout,
                                                    info.width, info.height);
@@ -155,18 +159,23 @@ class Encoding
         Progress progress(context.ProgressStream(), source->FrameCount());
         try {
             AviWriter writer(file, {format->fourcc, info.width, info.height, rate, coder->BitmapInfo()});
+            const FrameHasher hasher(*format, RecordOf(coder->BitmapInfo()));
+            ChecksumTable checksums(hasher.Bands(), hasher.Blocks());
             std::vector<uint8_t> picture(info.FrameBytes());
             while (source->Next(picture)) {
                 ThrowIfInterrupted();
                 const std::span<const uint8_t> frame = coder->Compress(picture);
                 writer.WriteFrame(frame);
                 Verify(picture, frame, progress.Frames());
+                checksums.Add(hasher.Hash(NativePicture(picture, frame, progress.Frames()), frame));
                 progress.Add(picture.size(), frame.size());
             }
-            writer.Finish();
+            // A pipe that ends with the same key was cut, too: what came of it is no whole result.
+            ThrowIfInterrupted();
+            writer.Finish(Extras(checksums));
             file.Commit();
         } catch (ToolError& error) {
-            NamePart(error, options.output, progress.Frames());
+            NamePart(error, PathOf(options.output), progress.Frames());
             throw;
         }
         Summarise(progress);
@@ -175,9 +184,35 @@ class Encoding
     void Verify(std::span<const uint8_t> picture, std::span<const uint8_t> frame, uint64_t number)
     {
         if (check && check->Check(picture, frame) != PictureMatch::Same)
-            throw ToolError("a frame does not decode to what was coded",
-                            options.input + " frame " + std::to_string(number),
-                            "do not use the result; test the memory of this machine and report it");
+            FailToDecode(number);
+    }
+
+    [[noreturn]] void FailToDecode(uint64_t number) const
+    {
+        throw ToolError("a frame does not decode to what was coded",
+                        options.input + " frame " + std::to_string(number),
+                        "do not use the result; test the memory of this machine and report it");
+    }
+
+    /// The picture that checksums are taken of: what comes in if that is in the native layout, for nothing is
+    /// lost then; else what comes out.
+    std::span<const uint8_t> NativePicture(std::span<const uint8_t> picture, std::span<const uint8_t> frame,
+                                           uint64_t number)
+    {
+        if (!native)
+            return picture;
+        if (!native->Decompress(frame))
+            FailToDecode(number);
+        native->Read(nativePicture);
+        return nativePicture;
+    }
+
+    std::vector<AviExtraChunk> Extras(const ChecksumTable& checksums) const
+    {
+        std::vector<AviExtraChunk> extras{{avi::kChecksums, checksums.Chunk()}};
+        if (const std::string fields = MakeY4mFields(source->Info()); !fields.empty())
+            extras.push_back({avi::kY4mFields, {fields.begin(), fields.end()}});
+        return extras;
     }
 
     void Summarise(const Progress& progress)
@@ -197,6 +232,8 @@ class Encoding
     const CompressedFormat* format = nullptr;
     std::unique_ptr<FrameCompressor> coder;
     std::unique_ptr<PictureCheck> check;
+    std::unique_ptr<FrameDecompressor> native; ///< null: pictures come in the native layout
+    std::vector<uint8_t> nativePicture;
 };
 
 /// Adds --NAME and --no-NAME; without either the option stays empty.

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <cstdio>
 #include <iomanip>
 #include <memory>
 #include <ostream>
@@ -37,6 +38,7 @@ struct StreamFacts {
     uint64_t rawBlocks = 0;
     uint64_t bytes = 0;
     uint64_t rawBytes = 0;
+    StoredChecksums checksums;
 
     bool IsYuv() const { return IsYuvFamily(stream->Format().code); }
     std::string Matrix() const
@@ -49,7 +51,7 @@ struct StreamFacts {
 
 StreamFacts CollectFacts(const VideoStream& stream)
 {
-    StreamFacts facts{.stream = &stream, .frames = {}};
+    StreamFacts facts{.stream = &stream, .frames = {}, .checksums = stream.ReadChecksums()};
     for (const AviFrame& place : stream.File().frames) {
         FrameFacts frame{.place = place, .fault = {}};
         if (place.size > 0) {
@@ -95,6 +97,41 @@ std::string FileText(const AviFile& file)
     return text + (file.cut ? ", index incomplete" : ", index does not fit");
 }
 
+std::string RateText(const Rational& rate)
+{
+    if (rate.denominator == 1)
+        return std::to_string(rate.numerator) + " fps";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f fps", rate.Value());
+    return text + (" (" + TextOf(rate, '/') + ")");
+}
+
+/// "0.64 s", "2:05.4", "1:02:03".
+std::string DurationText(double seconds)
+{
+    char text[64];
+    const auto whole = static_cast<uint64_t>(seconds);
+    if (seconds < 60)
+        std::snprintf(text, sizeof text, "%.2f s", seconds);
+    else if (seconds < 3600)
+        std::snprintf(text, sizeof text, "%d:%04.1f", static_cast<int>(whole / 60),
+                      seconds - static_cast<double>(whole / 60 * 60));
+    else
+        std::snprintf(text, sizeof text, "%llu:%02d:%02d", static_cast<unsigned long long>(whole / 3600),
+                      static_cast<int>(whole / 60 % 60), static_cast<int>(whole % 60));
+    return text;
+}
+
+std::string ChecksumText(const StreamFacts& facts)
+{
+    const StoredChecksums& stored = facts.checksums;
+    const std::string damaged = stored.unreadable ? "damaged" : "";
+    if (!stored.table)
+        return stored.unreadable ? damaged : "none";
+    return "of " + std::to_string(stored.table->Count()) + " frames, their bands and blocks" +
+           (stored.unreadable ? ", others damaged" : "");
+}
+
 void PrintText(const StreamFacts& facts, std::ostream& out)
 {
     const VideoStream& stream = *facts.stream;
@@ -106,15 +143,23 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
     if (facts.IsYuv())
         out << ", " << facts.Matrix() << ", " << facts.Range() << " range";
     out << (IsInterlaced(stream.Record()) ? ", interlaced\n" : ", progressive\n");
-    line("size") << stream.Width() << "x" << stream.Height() << ", " << TextOf(stream.File().rate, '/')
-                 << " fps\n";
-    line("frames") << stream.FrameCount() << " ("
-                   << static_cast<double>(stream.FrameCount()) / stream.File().rate.Value() << " s)\n";
+    const VideoInfo info = stream.InfoFor(NativeLayout(stream.Format().code));
+    line("size") << stream.Width() << "x" << stream.Height();
+    if (info.pixelAspect)
+        out << ", pixels " << TextOf(*info.pixelAspect, ':');
+    out << ", " << RateText(stream.File().rate) << '\n';
+    line("frames") << stream.FrameCount() << ", "
+                   << DurationText(static_cast<double>(stream.FrameCount()) / stream.File().rate.Value())
+                   << '\n';
     line("bytes") << facts.bytes << " of " << facts.rawBytes << ", ratio "
-                  << Ratio(facts.rawBytes, facts.bytes) << '\n';
-    line("blocks") << MethodsText(facts.methods) << "; raw " << facts.rawBlocks << '\n';
+                  << Ratio(facts.rawBytes, facts.bytes);
+    if (facts.rawBytes > 0)
+        out << ", " << 8 * static_cast<double>(facts.bytes) / static_cast<double>(facts.rawBytes)
+            << " bits a sample";
+    out << '\n';
+    line("blocks") << MethodsText(facts.methods) << "; stored raw " << facts.rawBlocks << '\n';
     line("file") << FileText(stream.File()) << '\n';
-    line("checksums") << "none\n";
+    line("checksums") << ChecksumText(facts) << '\n';
 }
 
 void PrintFrames(const StreamFacts& facts, std::ostream& out)
@@ -170,7 +215,7 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
                        {"interlaced", IsInterlaced(stream.Record())},
                        {"methods", MethodsJson(facts.methods)},
                        {"raw_blocks", facts.rawBlocks},
-                       {"checksums", false},
+                       {"checksums", facts.checksums.table.has_value()},
                        {"frame_list", std::move(frames)}};
     out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }

@@ -1,7 +1,7 @@
 #include "commands/command.h"
-#include "files/frame_structure.h"
 #include "files/open_files.h"
 #include "files/video_stream.h"
+#include "host/frame_check.h"
 #include "host/picture_check.h"
 #include "host/private_settings.h"
 #include "interrupt.h"
@@ -53,47 +53,31 @@ class Verification
     {
         const AviFile& file = stream.File();
         if (file.cut)
-            Report("the file is cut off behind frame " + std::to_string(stream.FrameCount()));
+            Report("the file is cut off behind its first " + std::to_string(stream.FrameCount()) + " frames");
         if (file.brokenPlaces > 0)
             Report("the chain of chunks is broken in " + std::to_string(file.brokenPlaces) + " places");
         if (file.index == AviIndexState::Wrong && !file.cut)
             Report("the index does not fit the frames");
     }
 
-    /// What can be seen without the source: the structure of each frame, and that it decodes.
+    /// What can be seen without the source: the structure of each frame, that it decodes, and that bytes and
+    /// picture are those of its checksums.
     void CheckFrames()
     {
-        const CompressedFormat& format = stream.Format();
-        std::unique_ptr<FrameDecompressor> decoder;
-        {
-            PrivateSettings settings;
-            settings.SetForDecoding(std::nullopt);
-            decoder = std::make_unique<FrameDecompressor>(context.driver, format, stream.BitmapInfo(),
-                                                          NativeLayout(format.code), stream.Width(),
-                                                          stream.Height());
-        }
+        FrameCheck check(stream, context.driver);
+        if (check.ChecksumsUnreadable())
+            Report("the checksums are damaged or belong to another video");
         Progress progress(context.ProgressStream(), stream.FrameCount());
-        const uint64_t pictureBytes = stream.InfoFor(NativeLayout(format.code)).FrameBytes();
+        const uint64_t pictureBytes = stream.InfoFor(NativeLayout(stream.Format().code)).FrameBytes();
         for (size_t number = 0; number < stream.FrameCount(); ++number) {
             ThrowIfInterrupted();
-            const AviFrame& frame = stream.File().frames[number];
-            if (frame.size > 0)
-                CheckFrame(number, frame, *decoder);
-            progress.Add(pictureBytes, frame.size);
+            check.Add(number);
+            progress.Add(pictureBytes, stream.File().frames[number].size);
         }
+        for (const auto& [number, fault] : check.Finish())
+            ReportFrame(number, fault);
         if (faults == 0)
-            context.out << stream.FrameCount()
-                        << " frames are sound; there are no checksums, so this is the structure alone\n";
-    }
-
-    void CheckFrame(size_t number, const AviFrame& frame, FrameDecompressor& decoder)
-    {
-        const FrameStructure structure = ReadFrameStructure(stream.Source(), frame.offset, frame.size,
-                                                            stream.Record(), stream.Format().planes);
-        if (!structure.fault.empty())
-            ReportFrame(number, "damaged, " + structure.fault);
-        else if (!decoder.Decompress(stream.ReadFrame(number)))
-            ReportFrame(number, "damaged, the codec refuses it");
+            context.out << check.Summary() << '\n';
     }
 
     void CompareFrames()

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 /// What a sequence of pictures is. Absent fields are not known to the file.
 struct VideoInfo {
@@ -17,6 +18,8 @@ struct VideoInfo {
     std::optional<bool> interlaced;
     std::optional<bool> bottomFieldFirst; ///< only with interlaced
     std::optional<bool> fullRange;
+    std::optional<Rational> pixelAspect; ///< width of a pixel to its height
+    std::string chromaTag; ///< what Y4M calls the chroma, where a layout has several names; else empty
 
     size_t FrameBytes() const { return static_cast<size_t>(PictureBytes(*layout, width, height)); }
 };

@@ -92,6 +92,7 @@ FrameStructure ReadFrameStructure(const ByteSource& source, uint64_t offset, uin
         if (end > size || start > end)
             return Faulty("block " + std::to_string(i) + " lies outside the frame");
         BlockStructure block;
+        block.offset = static_cast<uint32_t>(start);
         block.size = static_cast<uint32_t>(end - start);
         block.plane = static_cast<uint8_t>(i / bands);
         if (const std::vector<uint8_t> blockHead =

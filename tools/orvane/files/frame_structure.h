@@ -11,7 +11,8 @@
 #include <vector>
 
 struct BlockStructure {
-    uint32_t size = 0; ///< bytes, with the two bytes of its head; the last block has the tail in it
+    uint32_t offset = 0; ///< from the frame's start
+    uint32_t size = 0;   ///< bytes, with the two bytes of its head; the last block has the tail in it
     uint8_t plane = 0;
     uint8_t predictor = 0; ///< as it stands in the block: 1 Left, 2 Gradient, 3 Median
     bool raw = false;

@@ -3,9 +3,10 @@
 #include "files/byte_source.h"
 #include "tool_error.h"
 
-OutputFile::OutputFile(const std::filesystem::path& name)
-    : finalName(name), partName(PartName(name)), stream(partName, std::ios::binary | std::ios::trunc)
+OutputFile::OutputFile(const std::filesystem::path& name) : finalName(name), partName(PartName(name))
 {
+    stream.rdbuf()->pubsetbuf(nullptr, 0);
+    stream.open(partName, std::ios::binary | std::ios::trunc);
     if (!stream)
         throw ToolError("cannot create the file", TextOf(partName), "check the folder and its permissions");
 }
@@ -43,6 +44,13 @@ void OutputFile::Commit()
     if (error)
         throw ToolError("cannot rename " + TextOf(partName), TextOf(finalName),
                         "the result is complete under the first name; rename it by hand");
+}
+
+void NamePart(ToolError& error, const std::filesystem::path& name, uint64_t frames)
+{
+    const std::string part = TextOf(OutputFile::PartName(name));
+    error.remedy += (error.remedy.empty() ? "" : "; ") + std::to_string(frames) + " frames are in " +
+                    (error.where == part ? "it" : part);
 }
 
 void CheckNotInput(const std::filesystem::path& input, const std::filesystem::path& output)

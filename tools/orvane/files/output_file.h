@@ -7,6 +7,8 @@
 #include <span>
 #include <string>
 
+struct ToolError;
+
 /// Bytes in sequence, with the right to go back and fill in a head.
 class ByteSink
 {
@@ -20,6 +22,7 @@ class ByteSink
     virtual uint64_t Position() const = 0;
 };
 
+/// Written without a buffer of ours: whatever ends the process, the file holds all that Write has returned from.
 class OutputFile final : public ByteSink
 {
   public:
@@ -43,6 +46,10 @@ class OutputFile final : public ByteSink
     std::ofstream stream;
     uint64_t position = 0;
 };
+
+/// Adds to an error in the middle of the work where the finished part of it is.
+/// frames  that NAME.part holds whole
+void NamePart(ToolError& error, const std::filesystem::path& name, uint64_t frames);
 
 /// Refuses (UsageError) an output whose name, finished or unfinished, is the input itself.
 void CheckNotInput(const std::filesystem::path& input, const std::filesystem::path& output);

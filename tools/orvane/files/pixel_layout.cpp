@@ -124,3 +124,10 @@ const CompressedFormat* FindFormatByOption(const std::string& option)
         kFormats, [&](const CompressedFormat& format) { return format.option == option; });
     return row == std::end(kFormats) ? nullptr : row;
 }
+
+const char* PlaneName(const CompressedFormat& format, size_t plane)
+{
+    constexpr const char* kYuv[] = {"Y", "U", "V", "A"};
+    constexpr const char* kRgb[] = {"B-G", "G", "R-G", "A"};
+    return IsRgbFamily(format.code) ? kRgb[plane] : kYuv[plane];
+}

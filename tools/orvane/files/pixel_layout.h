@@ -69,3 +69,6 @@ struct CompressedFormat {
 /// Null when there is none.
 const CompressedFormat* FindCompressedFormat(FormatId code);
 const CompressedFormat* FindFormatByOption(const std::string& option);
+
+/// What a plane of a format holds, for people: "Y", "R-G".
+const char* PlaneName(const CompressedFormat& format, size_t plane);

@@ -3,12 +3,15 @@
 #include "files/avi_records.h"
 #include "files/fourcc.h"
 #include "files/little_endian.h"
+#include "files/y4m_header.h"
 #include "tool_error.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
+
+constexpr uint32_t kMaxY4mFields = 256;
 
 template <class T>
 void SetField(std::vector<uint8_t>& bytes, size_t offset, T value)
@@ -49,6 +52,31 @@ VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
         throw ToolError("format " + std::to_string(record.formatCode) + " is not supported", name,
                         "only the 8-bit formats can be read");
     CheckPictureSize(NativeLayout(format->code), record.width, record.height, name);
+    for (const AviChunk& chunk : file.others)
+        if (chunk.id == avi::kY4mFields) {
+            const std::vector<uint8_t> text =
+                source->ReadBytes(chunk.offset, std::min(chunk.size, kMaxY4mFields));
+            y4mFields.assign(text.begin(), text.end());
+        }
+}
+
+StoredChecksums VideoStream::ReadChecksums() const
+{
+    StoredChecksums stored;
+    const FrameHasher hasher(*format, record);
+    for (const AviChunk& chunk : file.others) {
+        if (chunk.id != avi::kChecksums)
+            continue;
+        const auto table = ChecksumTable::Parse(source->ReadBytes(chunk.offset, chunk.size), hasher.Bands(),
+                                                hasher.Blocks());
+        if (!table)
+            stored.unreadable = true;
+        else if (stored.table)
+            stored.table->Add(*table);
+        else
+            stored.table = table;
+    }
+    return stored;
 }
 
 VideoInfo VideoStream::InfoFor(const PixelLayout& layout) const
@@ -61,6 +89,7 @@ VideoInfo VideoStream::InfoFor(const PixelLayout& layout) const
     info.interlaced = IsInterlaced(record);
     if (IsYuvFamily(format->code))
         info.fullRange = IsFullRange(record);
+    TakeY4mFields(y4mFields, info);
     return info;
 }
 

@@ -3,12 +3,19 @@
 
 #include "common/frame_header.h"
 #include "files/avi_reader.h"
+#include "files/checksum_table.h"
 #include "files/frame_source.h"
 
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
+
+/// All tables of a file as one.
+struct StoredChecksums {
+    std::optional<ChecksumTable> table; ///< nothing when there is none that can be read
+    bool unreadable = false;            ///< there is one that is damaged or belongs to other pictures
+};
 
 class VideoStream
 {
@@ -33,6 +40,9 @@ class VideoStream
     /// What pictures of this stream are, decoded to a layout.
     VideoInfo InfoFor(const PixelLayout& layout) const;
 
+    /// The checksums that the file keeps.
+    StoredChecksums ReadChecksums() const;
+
     size_t FrameCount() const { return file.frames.size(); }
     /// The bytes of a frame; valid until the next call.
     std::span<const uint8_t> ReadFrame(size_t number);
@@ -42,6 +52,7 @@ class VideoStream
     std::string name;
     AviFile file;
     std::vector<uint8_t> bitmapInfo;
+    std::string y4mFields;
     FrameHeader record{};
     const CompressedFormat* format = nullptr;
     std::vector<uint8_t> frameBytes;

@@ -37,6 +37,19 @@ const ChromaRow& FindChroma(const std::string& tag, const std::string& where)
                     "use C420, C422, C444, C444alpha or Cmono");
 }
 
+/// The row by which a layout is written: that of its tag, else the first one; null when Y4M cannot hold it.
+const ChromaRow* FindRow(const VideoInfo& info)
+{
+    const ChromaRow* first = nullptr;
+    for (const ChromaRow& row : kChroma)
+        if (info.layout == &LayoutNamed(row.layout)) {
+            if (info.chromaTag == row.tag)
+                return &row;
+            first = first ? first : &row;
+        }
+    return first;
+}
+
 int64_t ParseSize(const std::string& text, const std::string& where)
 {
     const auto value = ParseNumber(text, INT32_MAX);
@@ -83,14 +96,17 @@ Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
         case 'I':
             SetInterlace(value, header.info);
             break;
+        case 'A':
+            header.info.pixelAspect = ParseRational(value, ':'); // 0:0 is "unknown"
+            break;
         case 'C':
-            chroma = value;
+            chroma = header.info.chromaTag = value;
             break;
         case 'X':
             if (value == "COLORRANGE=FULL" || value == "COLORRANGE=LIMITED")
                 header.info.fullRange = value == "COLORRANGE=FULL";
             break;
-        default: // aspect ratio and fields to come
+        default: // fields to come
             break;
         }
     }
@@ -113,18 +129,43 @@ std::optional<Y4mKind> Y4mKindOf(const PixelLayout& layout)
 
 std::string MakeY4mHeader(const VideoInfo& info, const std::string& where)
 {
-    for (const ChromaRow& row : kChroma) {
-        if (info.layout != &LayoutNamed(row.layout))
-            continue;
-        std::string line = std::string(kMagic) + " W" + std::to_string(info.width) + " H" +
-                           std::to_string(info.height) + " F" + TextOf(info.rate.value_or(Rational{}), ':');
-        if (info.interlaced)
-            line += !*info.interlaced ? " Ip" : info.bottomFieldFirst.value_or(false) ? " Ib" : " It";
-        line += " A0:0 C" + std::string(row.tag);
-        if (info.fullRange)
-            line += *info.fullRange ? " XCOLORRANGE=FULL" : " XCOLORRANGE=LIMITED";
-        return line + '\n';
+    const ChromaRow* const row = FindRow(info);
+    if (row == nullptr)
+        throw ToolError(std::string("Y4M cannot hold the layout ") + info.layout->name, where,
+                        "choose I420, YUY2, I444, AYUV or Y800 with --to, or write .raw, .png or .ppm");
+    std::string line = std::string(kMagic) + " W" + std::to_string(info.width) + " H" +
+                       std::to_string(info.height) + " F" + TextOf(info.rate.value_or(Rational{}), ':');
+    if (info.interlaced)
+        line += !*info.interlaced ? " Ip" : info.bottomFieldFirst.value_or(false) ? " Ib" : " It";
+    line += " A" + (info.pixelAspect ? TextOf(*info.pixelAspect, ':') : "0:0") + " C" + row->tag;
+    if (info.fullRange)
+        line += *info.fullRange ? " XCOLORRANGE=FULL" : " XCOLORRANGE=LIMITED";
+    return line + '\n';
+}
+
+std::string MakeY4mFields(const VideoInfo& info)
+{
+    std::string text;
+    const auto add = [&](const std::string& field) { text += (text.empty() ? "" : " ") + field; };
+    if (info.pixelAspect)
+        add("A" + TextOf(*info.pixelAspect, ':'));
+    if (!info.chromaTag.empty() && Y4mKindOf(*info.layout))
+        add("C" + info.chromaTag);
+    if (info.bottomFieldFirst.value_or(false))
+        add("Ib");
+    return text;
+}
+
+void TakeY4mFields(const std::string& text, VideoInfo& info)
+{
+    std::istringstream fields(text);
+    for (std::string field; fields >> field;) {
+        const std::string value = field.substr(1);
+        if (field[0] == 'A')
+            info.pixelAspect = ParseRational(value, ':');
+        else if (field[0] == 'C')
+            info.chromaTag = value; // looked at only when it names the layout
+        else if (field == "Ib" && info.interlaced.value_or(false))
+            info.bottomFieldFirst = true;
     }
-    throw ToolError(std::string("Y4M cannot hold the layout ") + info.layout->name, where,
-                    "choose I420, YUY2, I444, AYUV or Y800 with --to, or write .raw, .png or .ppm");
 }

@@ -20,13 +20,20 @@ struct Y4mHeader {
 /// Longest line that is read, with its end.
 inline constexpr size_t kMaxY4mLine = 4096;
 
-/// Parses the first line, without its line end. Fields that the tool does not know (aspect ratio, most X
-/// fields) are passed over. where  for errors Throws ToolError: no Y4M, missing or bad size, deeper than 8
-/// bits, other chroma.
+/// Parses the first line, without its line end. Fields that the tool does not know (most X fields) are passed
+/// over.
+/// where  for errors
+/// Throws ToolError: no Y4M, missing or bad size, deeper than 8 bits, other chroma.
 Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where);
 
 /// The first line with its line end. Throws ToolError for a layout that Y4M has no name for.
 std::string MakeY4mHeader(const VideoInfo& info, const std::string& where);
+
+/// What a stream does not tell by itself, as fields of a first line: pixel aspect, name of the chroma, order of
+/// fields ("A10:11 C420mpeg2 Ib"). Empty when there is nothing to tell.
+std::string MakeY4mFields(const VideoInfo& info);
+/// Takes these fields back; wrong ones are passed over. Layout and interlace of `info` are given.
+void TakeY4mFields(const std::string& text, VideoInfo& info);
 
 /// The kind by which a layout is stored; nothing when Y4M cannot hold it.
 std::optional<Y4mKind> Y4mKindOf(const PixelLayout& layout);
