@@ -52,6 +52,17 @@ std::string KeyPath(uint32_t fourcc)
     return kVariantKeyPrefix + FourCCText(fourcc);
 }
 
+/// 0 threads: as many as there are processors.
+void AddThreads(std::vector<platform::SettingsValue>& values, const std::string& direction,
+                std::optional<uint32_t> threads)
+{
+    if (!threads)
+        return;
+    values.push_back({"Auto" + direction + "Threads", *threads == 0});
+    if (*threads > 0)
+        values.push_back({"Num" + direction + "Threads", *threads});
+}
+
 } // namespace
 
 PrivateSettings::PrivateSettings() : usersStore(platform::PathFromEnvironment(kStoreVariable))
@@ -59,48 +70,68 @@ PrivateSettings::PrivateSettings() : usersStore(platform::PathFromEnvironment(kS
     const std::vector<StoredKey> keys = ReadAllKeys();
     folder = MakePrivateFolder();
     platform::SetPathInEnvironment(kStoreVariable, folder / "settings.reg");
-    for (const StoredKey& key : keys) {
-        const auto copy = platform::OpenSettingsKey(key.path, platform::SettingsAccess::ReadWrite);
-        for (const platform::SettingsValue& value : key.values)
-            copy->Write(value.name, value.value);
+    try {
+        for (const StoredKey& key : keys)
+            Write(key.path, key.values);
+    } catch (...) {
+        GiveBack();
+        throw;
     }
 }
 
 PrivateSettings::~PrivateSettings()
+{
+    GiveBack();
+}
+
+void PrivateSettings::GiveBack() const noexcept
 {
     platform::SetPathInEnvironment(kStoreVariable, usersStore);
     std::error_code ignored; // a file that stays behind in the folder for temporary files does no harm
     std::filesystem::remove_all(folder, ignored);
 }
 
+void PrivateSettings::Write(const std::string& path, const std::vector<platform::SettingsValue>& values) const
+{
+    std::vector<platform::SettingsValue> wanted;
+    {
+        const auto key = platform::OpenSettingsKey(path, platform::SettingsAccess::ReadWrite);
+        for (const platform::SettingsValue& value : values)
+            key->Write(value.name, value.value);
+        wanted = key->List();
+    }
+    // The store itself fails without a word, and then other settings than the chosen ones would govern the run.
+    const auto kept = platform::OpenSettingsKey(path, platform::SettingsAccess::ReadOnly);
+    for (const platform::SettingsValue& value : wanted)
+        if (kept->Read(value.name) != value.value)
+            throw ToolError("cannot keep the settings of this run", TextOf(folder),
+                            "make room in the folder for temporary files");
+}
+
 void PrivateSettings::SetForEncoding(uint32_t fourcc, const CodecOptions& options)
 {
-    const auto key = platform::OpenSettingsKey(KeyPath(fourcc), platform::SettingsAccess::ReadWrite);
+    std::vector<platform::SettingsValue> values;
     const auto set = [&](const char* name, const auto& option) {
         if (option)
-            key->Write(name, static_cast<uint32_t>(*option));
+            values.push_back({name, static_cast<uint32_t>(*option)});
     };
     set("CompMethod", options.method);
     set("ColorMatrix", options.matrix);
     set("Interlaced", options.interlaced);
     set("FullRangeYUV", options.fullRange);
     set("InterpolateDownscale", options.interpolate);
-    if (options.threads)
-        key->Write("AutoEncodeThreads", *options.threads == 0);
-    if (options.threads.value_or(0) > 0)
-        key->Write("NumEncodeThreads", *options.threads);
+    AddThreads(values, "Encode", options.threads);
+    Write(KeyPath(fourcc), values);
 }
 
 void PrivateSettings::SetForDecoding(std::optional<uint32_t> threads)
 {
-    const auto key = platform::OpenSettingsKey(kGlobalKey, platform::SettingsAccess::ReadWrite);
+    std::vector<platform::SettingsValue> values;
     for (const char* mask :
          {"DecompSettings_YUV400", "DecompSettings_YUV420", "DecompSettings_YUV422", "DecompSettings_YUV444"})
-        key->Write(mask, 0xFFFFFFFF);
-    if (threads)
-        key->Write("AutoDecodeThreads", *threads == 0);
-    if (threads.value_or(0) > 0)
-        key->Write("NumDecodeThreads", *threads);
+        values.push_back({mask, 0xFFFFFFFF});
+    AddThreads(values, "Decode", threads);
+    Write(kGlobalKey, values);
 }
 
 uint32_t PrivateSettings::Read(uint32_t fourcc, const std::string& name) const

@@ -4,10 +4,12 @@
 #pragma once
 
 #include "platform/environment.h"
+#include "platform/settings_store.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What the command line says; absent options leave the stored setting.
 struct CodecOptions {
@@ -20,7 +22,7 @@ struct CodecOptions {
 };
 
 /// One at a time, and only while no codec runs: instances read the store when they open, so that this object
-/// need not live longer than that.
+/// need not live longer than that. What cannot be kept in the copy is a ToolError.
 class PrivateSettings
 {
   public:
@@ -38,6 +40,9 @@ class PrivateSettings
     uint32_t Read(uint32_t fourcc, const std::string& name) const;
 
   private:
+    void Write(const std::string& path, const std::vector<platform::SettingsValue>& values) const;
+    void GiveBack() const noexcept;
+
     std::optional<platform::Path> usersStore; ///< as the environment had it
     platform::Path folder;
 };

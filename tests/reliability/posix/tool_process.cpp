@@ -1,0 +1,113 @@
+#include "reliability/posix/tool_process.h"
+
+#include "platform/host_path.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
+                         std::optional<size_t> largestFile)
+{
+    // All that needs memory is made before the fork.
+    const std::string tool =
+        std::filesystem::path(platform::HostPath()).parent_path().parent_path() / "orvane";
+    std::vector<std::string> words{tool};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    const std::string where = folder.Path();
+    const std::string store = where + "/store.reg";
+
+    std::signal(SIGPIPE, SIG_IGN); // a tool that has ended reads no more
+    int in[2], err[2];
+    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
+        throw std::runtime_error("no pipe");
+    process = fork();
+    if (process == 0) {
+        dup2(in[0], STDIN_FILENO);
+        dup2(err[1], STDERR_FILENO);
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        setenv("ORVANE_STORE", store.c_str(), 1);
+        setenv("TMPDIR", where.c_str(), 1);
+        std::signal(SIGPIPE, SIG_DFL);
+        std::signal(SIGINT, SIG_DFL);
+        if (largestFile) {
+            std::signal(SIGXFSZ, SIG_IGN); // stays ignored behind exec
+            const rlimit limit{*largestFile, *largestFile};
+            setrlimit(RLIMIT_FSIZE, &limit);
+        }
+        if (chdir(where.c_str()) == 0)
+            execv(tool.c_str(), argv.data());
+        _exit(127);
+    }
+    close(in[0]);
+    close(err[1]);
+    input = in[1];
+    errors = err[0];
+    if (process < 0)
+        throw std::runtime_error("no process");
+}
+
+ToolProcess::~ToolProcess()
+{
+    EndInput();
+    if (process > 0) {
+        Signal(SIGKILL);
+        waitpid(process, nullptr, 0);
+    }
+    close(errors);
+}
+
+bool ToolProcess::Feed(const std::string& bytes) const
+{
+    for (size_t done = 0; done < bytes.size();) {
+        const ssize_t written = write(input, bytes.data() + done, bytes.size() - done);
+        if (written < 0)
+            return false;
+        done += static_cast<size_t>(written);
+    }
+    return true;
+}
+
+void ToolProcess::EndInput()
+{
+    if (input >= 0)
+        close(input);
+    input = -1;
+}
+
+void ToolProcess::Signal(int number) const
+{
+    kill(process, number);
+}
+
+ToolEnd ToolProcess::Wait()
+{
+    EndInput();
+    ToolEnd end;
+    char text[256];
+    for (ssize_t count; (count = read(errors, text, sizeof text)) > 0;)
+        end.err.append(text, static_cast<size_t>(count));
+    int status = 0;
+    waitpid(process, &status, 0);
+    process = -1;
+    if (WIFSIGNALED(status))
+        end.signal = WTERMSIG(status);
+    else
+        end.code = WEXITSTATUS(status);
+    return end;
+}
+
+ToolEnd RunToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
+                       const std::string& input, std::optional<size_t> largestFile)
+{
+    ToolProcess tool(folder, arguments, largestFile);
+    tool.Feed(input);
+    return tool.Wait();
+}
