@@ -22,7 +22,8 @@ struct BenchClip {
     double PictureSamples() const;
 };
 
-/// Slow waves and some edges under noise of a Laplace distribution, each picture with its own noise.
+/// Waves, edges and texture; each picture has its own.
+/// noise  strength of the texture
 BenchClip DrawClip(std::string name, const PixelLayout& layout, int width, int height, double noise,
                    int pictures);
 

@@ -3,6 +3,7 @@
 #include "codec/instance_costs.h"
 #include "codec/load_driver.h"
 #include "codec/peer_rows.h"
+#include "codec/stage_costs.h"
 #include "platform/environment.h"
 #include "tool_error.h"
 
@@ -31,13 +32,14 @@ struct Content {
 constexpr Content kContents[] = {{"soft", 2.4}, {"hard", 4.3}};
 constexpr const char* kLayouts[] = {"I420", "YUY2", "I444", "RGB24", "RGB32"};
 constexpr int kPicturesPerClip = 4;
-constexpr const char* kSections[] = {"frames", "clips", "peers", "sizes", "start", "memory"};
+constexpr const char* kSections[] = {"frames", "threads", "small",  "clips", "peers",
+                                     "sizes",  "start",   "memory", "stages"};
 
 struct PictureSize {
     int width;
     int height;
 };
-constexpr PictureSize kFrameSizes[] = {{1920, 1080}, {720, 480}, {352, 288}};
+constexpr PictureSize kFullSize{1920, 1080};
 constexpr PictureSize kSweepSizes[] = {{64, 64},     {128, 96},    {176, 144},   {352, 288},
                                        {640, 360},   {720, 480},   {1280, 720},  {1920, 1080},
                                        {2560, 1440}, {3840, 2160}, {5120, 2880}, {7680, 4320}};
@@ -50,7 +52,7 @@ double NoiseFor(BenchSetup& setup, const Content& content, const PixelLayout& la
     const auto [entry, fresh] = found.try_emplace({content.name, layout.name});
     if (fresh)
         entry->second = FindNoise(content.bitsPerSample, [&](double noise) {
-            BenchClip clip = DrawClip("", layout, 1920, 1080, noise, 1);
+            BenchClip clip = DrawClip("", layout, 1920, 540, noise, 1); // half of it tells enough
             return MedianBitsPerSample(setup, clip);
         });
     return entry->second;
@@ -65,23 +67,38 @@ ClipPlan DrawnPlan(BenchSetup& setup, const Content& content, const PixelLayout&
             }};
 }
 
+/// One thread, all tasks.
 void MeasureDrawnFrames(BenchSetup& setup, bool quick)
 {
-    for (const PictureSize& size : kFrameSizes)
-        for (const char* layoutName : kLayouts)
-            for (const Content& content : kContents) {
-                const PixelLayout& layout = LayoutNamed(layoutName);
-                const ClipPlan plan = DrawnPlan(setup, content, layout, size);
-                if (quick) {
-                    const FrameTask tasks[] = {kEncodeDynamic, kDecodeMedian};
-                    if (size.width == 1920 && (layout.horizontal == 2 || layout.bitCount == 24))
-                        MeasureFrames(setup, "frames", plan, tasks);
-                    continue;
-                }
+    constexpr FrameTask kChiefTasks[] = {kEncodeDynamic, kDecodeMedian};
+    for (const char* layoutName : kLayouts)
+        for (const Content& content : kContents) {
+            const PixelLayout& layout = LayoutNamed(layoutName);
+            const ClipPlan plan = DrawnPlan(setup, content, layout, kFullSize);
+            if (!quick)
                 MeasureFrames(setup, "frames", plan, kSingleThreadTasks);
-                if (size.width == 1920)
-                    MeasureFrames(setup, "frames", plan, kTwoThreadTasks);
-            }
+            else if (layout.horizontal == 2 || layout.bitCount == 24)
+                MeasureFrames(setup, "frames", plan, kChiefTasks);
+        }
+}
+
+/// Two threads, and two instances of one thread.
+void MeasureTwoThreads(BenchSetup& setup)
+{
+    for (const char* layoutName : {"I420", "YUY2", "RGB24"})
+        for (const Content& content : kContents)
+            MeasureFrames(setup, "threads", DrawnPlan(setup, content, LayoutNamed(layoutName), kFullSize),
+                          kTwoThreadTasks);
+}
+
+void MeasureSmallFrames(BenchSetup& setup)
+{
+    constexpr FrameTask kTasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
+    for (const PictureSize& size : {PictureSize{720, 480}, PictureSize{352, 288}})
+        for (const char* layoutName : {"I420", "YUY2", "RGB24"})
+            for (const Content& content : kContents)
+                MeasureFrames(setup, "small", DrawnPlan(setup, content, LayoutNamed(layoutName), size),
+                              kTasks);
 }
 
 /// Hands on every readable clip of the folder ORVANE_CLIPS, the first pictures of it.
@@ -114,7 +131,7 @@ void MeasureAllPeers(BenchSetup& setup)
     constexpr int kManyPixels = 900000;
     for (const char* layout : {"I420", "RGB24"})
         for (const Content& content : kContents)
-            MeasurePeers(setup, DrawnPlan(setup, content, LayoutNamed(layout), {1920, 1080}));
+            MeasurePeers(setup, DrawnPlan(setup, content, LayoutNamed(layout), kFullSize));
     ForEachClip(3, [&](const ClipPlan& plan) {
         const bool isTaken = plan.layout == &LayoutNamed("I420") ||
                              (plan.layout == &LayoutNamed("RGB24") && plan.width % 4 == 0);
@@ -146,13 +163,8 @@ std::vector<LoadedDriver> LoadDrivers(const std::vector<std::string>& arguments)
     return drivers;
 }
 
-void WriteJson(const BenchSetup& setup, const nlohmann::json& start, const nlohmann::json& memory,
-               const std::string& path)
+void WriteJson(const BenchSetup& setup, nlohmann::json file, const std::string& path)
 {
-    nlohmann::json file{{"core_ghz", CoreHertz() * 1e-9},
-                        {"copy_mb_per_s", CopySpeed() * 1e-6},
-                        {"start", start},
-                        {"memory", memory}};
     for (const Result& result : setup.results)
         file["results"].push_back(ToJson(result));
     std::ofstream stream(path);
@@ -173,18 +185,32 @@ void Measure(const Options& options)
     std::printf("core %.2f GHz, copy of %zu bytes %.0f MB/s\n", CoreHertz() * 1e-9, kCopyBytes,
                 CopySpeed() * 1e-6);
 
-    nlohmann::json start, memory;
+    nlohmann::json start, memory, stages;
     const std::map<std::string, std::function<void()>> sections = {
         {"frames", [&] { MeasureDrawnFrames(setup, options.quick); }},
+        {"threads", [&] { MeasureTwoThreads(setup); }},
+        {"small", [&] { MeasureSmallFrames(setup); }},
         {"clips", [&] { MeasureClips(setup); }},
         {"peers", [&] { MeasureAllPeers(setup); }},
         {"sizes", [&] { MeasureSizes(setup); }},
         {"start", [&] { start = MeasureFirstFrames(setup); }},
-        {"memory", [&] { memory = MeasureMemory(setup); }}};
+        {"memory", [&] { memory = MeasureMemory(setup); }},
+        {"stages", [&] {
+             stages = MeasureStages(setup.rounds, [&](const std::string& name, const PixelLayout& layout) {
+                 const Content& content = kContents[name == "soft" ? 0 : 1];
+                 return DrawnPlan(setup, content, layout, kFullSize).make();
+             });
+         }}};
     for (const std::string& section : options.sections)
         sections.at(section)();
     if (!options.json.empty())
-        WriteJson(setup, start, memory, options.json);
+        WriteJson(setup,
+                  {{"core_ghz", CoreHertz() * 1e-9},
+                   {"copy_mb_per_s", CopySpeed() * 1e-6},
+                   {"start", start},
+                   {"memory", memory},
+                   {"stages", stages}},
+                  options.json);
 }
 
 } // namespace
@@ -204,7 +230,7 @@ int main(int argc, char** argv)
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
     app.add_option("--sections", options.sections,
-                   "what is measured: frames, clips, peers, sizes, start, memory")
+                   "what is measured: frames, threads, small, clips, peers, sizes, start, memory, stages")
         ->delimiter(',')
         ->check(CLI::IsMember(std::vector<std::string>(std::begin(kSections), std::end(kSections))))
         ->capture_default_str();
