@@ -79,10 +79,10 @@ void RegisterForm(const PredictorForm& form, int width, int rows)
     Register("ScorePredictors" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
         benchmark::DoNotOptimize(form.scorePredictors(source.View(), width, rows));
     });
-    Register(
-        "ScoreAndPredictMedian" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
-            benchmark::DoNotOptimize(form.scoreAndPredictMedian(source.View(), target.View(), width, rows));
-        });
+    Register("ScoreAndPredict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
+        benchmark::DoNotOptimize(
+            form.scoreAndPredict(source.View(), target.View(), width, rows, PredictMethod::Median));
+    });
 }
 
 const bool kRegistered = [] {

@@ -42,7 +42,7 @@ void Orvane::AddConvertPasses(const CompressInfo& info, bool separateRuns, std::
     }
 }
 
-void Orvane::TransformBlock(const CompressInfo& info, int band)
+void Orvane::TransformBlock(const CompressInfo& info, int band, const PlaneWindows& windows)
 {
     const ImgProcFrontend& frontend = *info.route.frontend;
     const auto height = static_cast<int>(info.header.height);
@@ -67,8 +67,7 @@ void Orvane::TransformBlock(const CompressInfo& info, int band)
     PlaneArray planes{};
     for (int i = 0; i < frontend.planeBackend.GetPlaneCount(); ++i) {
         auto& view = planes[static_cast<size_t>(i)];
-        view = FromRow(imagePlanes.plane[static_cast<size_t>(i)],
-                       frontend.planeBackend.GetPlaneHeight(i, first));
+        view = windows[static_cast<size_t>(i)].From(frontend.planeBackend.GetPlaneHeight(i, first));
         if (flipRows && info.compressing)
             view = Upward(view, frontend.planeBackend.GetPlaneHeight(i, rows));
     }

@@ -24,7 +24,7 @@ struct alignas(128) BlockInfo {
     int coderId = 0;                 ///< index in the coders; from a frame it may be out of range
     int plane = 0;
     int blockInPlane = 0; ///< from the top
-    PredictMethod predictor{};
+    PredictMethod predictor = PredictMethod::Median;
     uint8_t flags = 0; ///< kBlockRaw
     int firstRow = 0;  ///< plane row
     int width = 0;     ///< samples

@@ -4,6 +4,7 @@
 #include "common/frame_header.h"
 #include "common/plane_info.h"
 #include "core/block_info.h"
+#include "core/plane_set.h"
 #include "imgproc/backend/imgproc_backend.h"
 
 #include <algorithm>
@@ -53,9 +54,9 @@ struct BandRange {
 /// Where a block's samples stand in its plane.
 struct BlockRows {
     BlockRows() = default;
-    BlockRows(const BlockInfo& block, const PlaneInfo& whole)
-        : plane(FromRow(whole, block.firstRow)), width(block.width), count(block.rows),
-          contiguous(whole.pitch == block.width)
+    BlockRows(const BlockInfo& block, const PlaneWindow& window)
+        : plane(window.From(block.firstRow)), width(block.width), count(block.rows),
+          contiguous(plane.pitch == block.width)
     {}
 
     PlaneInfo plane; ///< from the block's first row on

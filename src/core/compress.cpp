@@ -13,6 +13,19 @@
 
 #include <algorithm>
 
+namespace {
+
+/// Ties go to the cheaper end, so that a block with no scored samples is Left.
+PredictMethod BestPredictor(const PredictorScores& scores)
+{
+    const uint32_t best = std::max({scores.left, scores.gradient, scores.median});
+    if (scores.left == best)
+        return PredictMethod::Left;
+    return scores.gradient == best ? PredictMethod::Gradient : PredictMethod::Median;
+}
+
+} // namespace
+
 uint32_t Orvane::Compress(CompressInfo& info)
 {
     if (!CheckImage(info))
@@ -31,7 +44,8 @@ void Orvane::CompressBlocksPass1(const CompressInfo& info)
     steps.push_back({steps.back().step, PassStep::Predict, 0});
 
     const PlaneSet& source = info.route.converter ? convertedPlanes : imagePlanes;
-    PrepareResidualPlanes(source);
+    PrepareBandScratch(info, 1);
+    PrepareResidualPlanes(info, source);
 
     const auto bands = static_cast<int>(CountBands(info.header));
     const int planes = info.route.backend->GetPlaneCount();
@@ -42,62 +56,55 @@ void Orvane::CompressBlocksPass1(const CompressInfo& info)
                     continue;
                 if (entry.kind == PassStep::Transform) {
                     const StageScope timing(Timer(Stage::Split, thread));
-                    TransformBlock(info, band);
+                    TransformBlock(info, band, WindowsOf(info, imagePlanes, {band, band + 1}, thread));
                 } else if (entry.kind == PassStep::ConvertPass) {
                     const StageScope timing(Timer(Stage::Convert, thread));
                     ConvertBlock(info, imagePlanes, convertedPlanes, entry.arg, band);
                 } else {
+                    const PlaneWindows windows = WindowsOf(info, source, {band, band + 1}, thread);
                     for (int plane = 0; plane < planes; ++plane)
-                        PredictBlock(info, plane, band, source, thread);
+                        PredictBlock(info, plane, band, windows[static_cast<size_t>(plane)], thread);
                 }
             }
         });
 }
 
-PredictMethod Orvane::ChoosePredictor(const CompressInfo& info, const BlockInfo& block,
-                                      const PlaneInfo& view) const
-{
-    PredictorScores sum;
-    for (const RowSet field : RowSets(info.header, block.rows)) {
-        const PredictorScores scores =
-            info.route.backend->ScorePredictors(field.Of(view), block.width, field.rows);
-        sum.left += scores.left;
-        sum.gradient += scores.gradient;
-        sum.median += scores.median;
-    }
-    // Ties go to the cheaper end, so that a block with no scored samples is Left.
-    const uint32_t best = std::max({sum.left, sum.gradient, sum.median});
-    if (sum.left == best)
-        return PredictMethod::Left;
-    return sum.gradient == best ? PredictMethod::Gradient : PredictMethod::Median;
-}
-
-void Orvane::PredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& source, int thread)
+void Orvane::PredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& source,
+                          int thread)
 {
     BlockInfo* block = BlockOf(info, plane, band);
     if (!block)
         return;
-    const PlaneRecord& sourcePlane = source.plane[static_cast<size_t>(plane)];
-    const PlaneInfo from = FromRow(sourcePlane, block->firstRow);
+    const ImgProcBackend& backend = *info.route.backend;
+    const PlaneInfo from = source.From(block->firstRow);
     const PlaneInfo to = FromRow(residualPlanes.plane[static_cast<size_t>(plane)], block->firstRow);
+    const bool inPlace = to.data == from.data;
 
     block->flags = 0;
     auto method = static_cast<PredictMethod>(encodeSettings.CompMethod);
+    bool predicted = false;
     if (method == PredictMethod::Dynamic) {
         const StageScope timing(Timer(Stage::Scores, thread));
-        method = ChoosePredictor(info, *block, from);
+        // What the block took in the last frame is probably what it takes now, and then it is predicted, too.
+        const PredictMethod guess = block->predictor;
+        PredictorScores sum;
+        for (const RowSet field : RowSets(info.header, block->rows))
+            sum += inPlace ? backend.ScorePredictors(field.Of(from), block->width, field.rows)
+                           : backend.ScoreAndPredict(field.Of(from), field.Of(to), block->width, field.rows,
+                                                     guess);
+        method = BestPredictor(sum);
+        predicted = method == guess && !inPlace;
         block->NoteUse(method);
     }
     block->predictor = method;
 
-    const ImgProcBackend& backend = *info.route.backend;
-    {
+    if (!predicted) {
         const StageScope timing(Timer(Stage::Predict, thread));
         for (const RowSet field : RowSets(info.header, block->rows)) {
-            if (sourcePlane.external)
-                backend.Predict(field.Of(from), field.Of(to), block->width, field.rows, method);
-            else
+            if (inPlace)
                 backend.PredictInPlace(field.Of(to), block->width, field.rows, method);
+            else
+                backend.Predict(field.Of(from), field.Of(to), block->width, field.rows, method);
         }
     }
     if (CoderTypeOf(info.header) != CoderType::InFrame)
@@ -142,7 +149,7 @@ void Orvane::EncodeBlock(const CompressInfo& info, size_t index)
     BlockInfo& block = blocks[index];
     const HuffCoder& coder = *coders[static_cast<size_t>(block.coderId)];
     const ImgProcBackend& backend = *info.route.backend;
-    const BlockRows rows(block, residualPlanes.plane[static_cast<size_t>(block.plane)]);
+    const BlockRows rows(block, {residualPlanes.plane[static_cast<size_t>(block.plane)]});
 
     // Contiguous rows are one run of symbols; otherwise each row is.
     const int runs = rows.contiguous ? 1 : rows.count;

@@ -161,6 +161,9 @@ void Orvane::DecompressBlocks(const CompressInfo& info, bool separateRuns)
     const PlaneSet& target = info.route.converter ? convertedPlanes : imagePlanes;
     const auto bands = static_cast<int>(CountBands(info.header));
     const int bandsPerItem = BandsPerItem(bands, ThreadCount());
+    // Where a block may stay undecoded, planes of our own keep what they held.
+    const bool everyBlockIsDecoded = CoderTypeOf(info.header) == CoderType::InFrame && !separateRuns;
+    PrepareBandScratch(info, everyBlockIsDecoded ? bandsPerItem : 0);
     PrepareScratch(info, target, separateRuns ? 0 : bandsPerItem);
     for (int step = 0; step <= steps.back().step; ++step)
         pool.Run((bands + bandsPerItem - 1) / bandsPerItem, [&, step](int item, int thread) {
@@ -176,17 +179,20 @@ void Orvane::DecompressBands(const CompressInfo& info, const PassStep& entry, Ba
                              const PlaneSet& target, int thread)
 {
     switch (entry.kind) {
-    case PassStep::Decode:
+    case PassStep::Decode: {
+        const PlaneWindows windows = WindowsOf(info, target, range, thread);
         for (int plane = 0; plane < info.route.backend->GetPlaneCount(); ++plane) {
+            const PlaneWindow& rows = windows[static_cast<size_t>(plane)];
             {
                 const StageScope timing(Timer(Stage::Decode, thread));
-                DecodeBlocks(info, plane, range, target, thread);
+                DecodeBlocks(info, plane, range, rows, thread);
             }
             const StageScope timing(Timer(Stage::Unpredict, thread));
             for (int band = range.first; band < range.end; ++band)
-                UnpredictBlock(info, plane, band, target);
+                UnpredictBlock(info, plane, band, rows);
         }
         break;
+    }
     case PassStep::ConvertPass: {
         const StageScope timing(Timer(Stage::Convert, thread));
         for (int band = range.first; band < range.end; ++band)
@@ -195,8 +201,9 @@ void Orvane::DecompressBands(const CompressInfo& info, const PassStep& entry, Ba
     }
     default: {
         const StageScope timing(Timer(Stage::Join, thread));
+        const PlaneWindows windows = WindowsOf(info, imagePlanes, range, thread);
         for (int band = range.first; band < range.end; ++band)
-            TransformBlock(info, band);
+            TransformBlock(info, band, windows);
     }
     }
 }
@@ -224,7 +231,7 @@ BlockInfo* Orvane::BlockOf(const CompressInfo& info, int plane, int band)
     return &blocks[index];
 }
 
-void Orvane::DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneSet& planes,
+void Orvane::DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& window,
                           int thread)
 {
     const FrameBytes frame = BytesOf(info);
@@ -249,7 +256,7 @@ void Orvane::DecodeBlocks(const CompressInfo& info, int plane, BandRange range, 
         // Without a coder the rows stay as they are.
         if (!block || block->coderId < 0 || static_cast<size_t>(block->coderId) >= coders.size())
             continue;
-        const BlockRows rows(*block, planes.plane[static_cast<size_t>(plane)]);
+        const BlockRows rows(*block, window);
         const bool raw = (ByteAt(frame, block->dataOffset) & kBlockRaw) != 0;
         if (raw || (!rows.contiguous && scratch.empty())) {
             DecodeBlock(info, *block, rows, raw);
@@ -291,14 +298,14 @@ void Orvane::DecodeBlock(const CompressInfo& info, const BlockInfo& block, const
         Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", block.plane, block.blockInPlane);
 }
 
-void Orvane::UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes)
+void Orvane::UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& window)
 {
     BlockInfo* block = BlockOf(info, plane, band);
     if (!block)
         return;
     const auto method = static_cast<PredictMethod>(ByteAt(BytesOf(info), block->dataOffset + 1));
     block->NoteUse(method);
-    const PlaneInfo rows = FromRow(planes.plane[static_cast<size_t>(plane)], block->firstRow);
+    const PlaneInfo rows = window.From(block->firstRow);
     for (const RowSet field : RowSets(info.header, block->rows))
         info.route.backend->Unpredict(field.Of(rows), block->width, field.rows, method);
 }

@@ -156,20 +156,20 @@ class Orvane
     bool CheckImage(const CompressInfo& info);
     void PreparePlanes(const CompressInfo& info);
     void PrepareConvertedPlanes(const CompressInfo& info);
-    void PrepareResidualPlanes(const PlaneSet& source);
+    void PrepareResidualPlanes(const CompressInfo& info, const PlaneSet& source);
+    void PrepareBandScratch(const CompressInfo& info, int bandCount);
+    PlaneWindows WindowsOf(const CompressInfo& info, const PlaneSet& set, BandRange range, int thread);
 
     // bands.cpp
     void AddConvertPasses(const CompressInfo& info, bool separateRuns, std::vector<PassStep>& steps) const;
-    void TransformBlock(const CompressInfo& info, int band);
+    void TransformBlock(const CompressInfo& info, int band, const PlaneWindows& planes);
     void ConvertBlock(const CompressInfo& info, const PlaneSet& source, const PlaneSet& target, int pass,
                       int band);
 
     // compress.cpp
     void CompressBlocksPass1(const CompressInfo& info);
     void CompressBlocksPass2(const CompressInfo& info);
-    void PredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& source, int thread);
-    PredictMethod ChoosePredictor(const CompressInfo& info, const BlockInfo& block,
-                                  const PlaneInfo& view) const;
+    void PredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& source, int thread);
     void BuildCoder(const CompressInfo& info, int coder);
     void EncodeBlock(const CompressInfo& info, size_t index);
     // frame_writer.cpp
@@ -182,10 +182,10 @@ class Orvane
     void PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount);
     void DecompressBands(const CompressInfo& info, const PassStep& entry, BandRange range,
                          const PlaneSet& target, int thread);
-    void DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneSet& planes,
+    void DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& rows,
                       int thread);
     void DecodeBlock(const CompressInfo& info, const BlockInfo& block, const BlockRows& rows, bool raw);
-    void UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneSet& planes);
+    void UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& rows);
     BlockInfo* BlockOf(const CompressInfo& info, int plane, int band);
 
     std::vector<StageTimers> stages;
@@ -208,7 +208,9 @@ class Orvane
     PlaneSet imagePlanes;                            ///< planes in the front end's layout
     PlaneSet convertedPlanes;                        ///< planes in the compressed layout, behind a converter
     std::vector<std::vector<uint8_t>> decodeScratch; ///< by thread: blocks on their way to rows with gaps
-    PlaneSet residualPlanes; ///< compress: residuals of planes that are the host's own
+    PlaneSet residualPlanes;        ///< compress: residuals of planes that are not predicted in place
+    bool planesByBand = false;      ///< planes of our own exist for the bands in hand only
+    std::vector<Arena> bandScratch; ///< these, by thread
     threading::WorkerPool pool;
     PictureError lastError = kPictureOk;
 };

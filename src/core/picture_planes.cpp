@@ -1,12 +1,16 @@
 // Where the planes of a frame stand: in the host's picture, or in one of our three arenas.
 
 #include "common/align_up.h"
+#include "core/block_list.h"
 #include "core/orvane.h"
 #include "core/picture_layout.h"
 
 #include <limits>
 
 namespace {
+
+/// Each plane starts at another offset modulo 1024, so that four streams do not meet in the same cache sets.
+constexpr int kPlaneStagger = 256;
 
 bool IsExternal(const uint8_t* data, const PlaneRecords& image)
 {
@@ -117,12 +121,10 @@ void Orvane::PrepareConvertedPlanes(const CompressInfo& info)
     }
     convertedPlanes.arena.Reserve(sum + 8192);
 
-    // Each plane starts at another offset modulo 1024, so that four streams do not meet in the same cache
-    // sets.
     uint8_t* end = convertedPlanes.arena.Aligned();
     for (int i = 0; i < count; ++i) {
         auto& plane = planes[static_cast<size_t>(i)];
-        plane.data = alignUp(end, 1024) + 256 * i;
+        plane.data = alignUp(end, 1024) + kPlaneStagger * i;
         end = plane.data + plane.size;
         if (!converter->GetConvertedPlanes()[static_cast<size_t>(i)])
             plane = imagePlanes.plane[static_cast<size_t>(i)];
@@ -130,22 +132,74 @@ void Orvane::PrepareConvertedPlanes(const CompressInfo& info)
     convertedPlanes.plane = planes;
 }
 
-void Orvane::PrepareResidualPlanes(const PlaneSet& source)
+void Orvane::PrepareResidualPlanes(const CompressInfo& info, const PlaneSet& source)
 {
+    const ImgProcBackend& backend = *info.route.backend;
+    residualPlanes.plane = {};
     uint64_t sum = 0;
-    for (const PlaneRecord& plane : source.plane)
-        sum += plane.size;
-    residualPlanes.arena.Reserve(sum + 1024);
-
-    uint8_t* end = residualPlanes.arena.Aligned();
-    for (size_t i = 0; i < source.plane.size(); ++i) {
-        PlaneRecord& plane = residualPlanes.plane[i];
-        plane = source.plane[i];
-        // A plane of our own is predicted in place; the host's goes to the arena, each row with the phase of
-        // its source row against 16-byte boundaries, which the kernels cut rows by.
-        uint8_t* own = alignUp(end, 16) + (reinterpret_cast<uintptr_t>(plane.data) & 15);
-        end = own + plane.size;
-        if (plane.external)
-            plane.data = own;
+    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
+        PlaneRecord& plane = residualPlanes.plane[static_cast<size_t>(i)];
+        const PlaneRecord& samples = source.plane[static_cast<size_t>(i)];
+        // A plane of our own that stands as a whole is predicted in place.
+        if (!samples.external && !planesByBand) {
+            plane = samples;
+            continue;
+        }
+        // Without gaps, so that a block is one run of symbols.
+        plane.pitch = backend.GetPlaneWidth(i, static_cast<int>(info.header.width));
+        plane.size = static_cast<uint32_t>(plane.pitch) *
+                     static_cast<uint32_t>(backend.GetPlaneHeight(i, static_cast<int>(info.header.height)));
+        sum += alignUp(uint64_t{plane.size}, uint64_t{64});
     }
+    residualPlanes.arena.Reserve(sum + 64);
+    uint8_t* end = alignUp(residualPlanes.arena.Aligned(), 64);
+    for (PlaneRecord& plane : residualPlanes.plane)
+        if (!plane.data) {
+            plane.data = end;
+            end += alignUp(uint64_t{plane.size}, uint64_t{64});
+        }
+}
+
+void Orvane::PrepareBandScratch(const CompressInfo& info, int bandCount)
+{
+    planesByBand = bandCount > 0 && !info.route.converter;
+    if (!planesByBand)
+        return;
+    const ImgProcBackend& backend = info.route.frontend->planeBackend;
+    const auto rows = static_cast<int>(EffectiveBlockHeight(info.header)) * bandCount;
+    uint64_t sum = 0;
+    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
+        const PlaneRecord& plane = imagePlanes.plane[static_cast<size_t>(i)];
+        if (!plane.external)
+            sum +=
+                static_cast<uint64_t>(plane.pitch) * static_cast<uint64_t>(backend.GetPlaneHeight(i, rows));
+    }
+    bandScratch.resize(static_cast<size_t>(ThreadCount()));
+    for (Arena& arena : bandScratch)
+        arena.Reserve(sum + 8192);
+}
+
+PlaneWindows Orvane::WindowsOf(const CompressInfo& info, const PlaneSet& set, BandRange range, int thread)
+{
+    PlaneWindows windows;
+    for (size_t i = 0; i < windows.size(); ++i)
+        windows[i].rows = set.plane[i];
+    if (!planesByBand)
+        return windows;
+
+    const ImgProcBackend& backend = info.route.frontend->planeBackend;
+    const int firstRow = BandOf(info.header, range.first).first;
+    const Band last = BandOf(info.header, range.end - 1);
+    uint8_t* end = bandScratch[static_cast<size_t>(thread)].Aligned();
+    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
+        auto& window = windows[static_cast<size_t>(i)];
+        if (set.plane[static_cast<size_t>(i)].external)
+            continue;
+        // Rows keep the place against 64-byte boundaries that the front end has planned for them.
+        window.firstRow = backend.GetPlaneHeight(i, firstRow);
+        const auto phase = reinterpret_cast<uintptr_t>(RowAt(window.rows, window.firstRow)) % 64;
+        window.rows.data = alignUp(end, 1024) + kPlaneStagger * i + phase;
+        end = RowAt(window.rows, backend.GetPlaneHeight(i, last.first + last.rows) - window.firstRow);
+    }
+    return windows;
 }

@@ -22,6 +22,16 @@ inline PlaneArray ViewOf(const PlaneRecords& records)
     return {records[0], records[1], records[2], records[3]};
 }
 
+/// Rows of a plane from `firstRow` on, wherever they stand.
+struct PlaneWindow {
+    PlaneInfo rows;
+    int firstRow = 0; ///< plane row
+
+    PlaneInfo From(int planeRow) const { return FromRow(rows, planeRow - firstRow); }
+};
+
+using PlaneWindows = std::array<PlaneWindow, kMaxPlanes>;
+
 /// Plane memory, 16-byte aligned, zeroed when it is made. It only grows; growing drops what it held.
 class Arena
 {

@@ -132,12 +132,13 @@ TEST(PredictorForms, ScoresAreThoseOfTheScalarForm)
         const GuardedBlock target =
             MakeBlock({width, height, RandomPitch(width, random), static_cast<int>(random() % 16)}, random);
         GuardedBlock residuals(target);
-        kReference.predict(block.View(), residuals.View(), width, height, PredictMethod::Median);
+        const PredictMethod method = kMethods[random() % std::size(kMethods)];
+        kReference.predict(block.View(), residuals.View(), width, height, method);
         for (const PredictorForm& form : kPredictorForms) {
             ASSERT_EQ(form.scorePredictors(block.View(), width, height), expected)
                 << form.name << " " << samples.Geometry();
             GuardedBlock actual(target);
-            ASSERT_EQ(form.scoreAndPredictMedian(block.View(), actual.View(), width, height), expected)
+            ASSERT_EQ(form.scoreAndPredict(block.View(), actual.View(), width, height, method), expected)
                 << form.name << " " << samples.Geometry();
             ASSERT_EQ(actual, residuals) << form.name << " " << samples.Geometry();
         }
@@ -203,7 +204,8 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                             << form.name << " " << width << " x " << height;
                     }
                     const PredictorScores scores = form.scorePredictors(view, width, height);
-                    ASSERT_EQ(form.scoreAndPredictMedian(view, residuals, width, height), scores);
+                    ASSERT_EQ(form.scoreAndPredict(view, residuals, width, height, PredictMethod::Median),
+                              scores);
                 }
             }
         }

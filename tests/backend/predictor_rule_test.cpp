@@ -202,7 +202,8 @@ TEST_P(PredictorRule, EmptyBlocksAreLeftAlone)
             form.unpredict(block.View(), width, height, method);
         }
         EXPECT_EQ(form.scorePredictors(block.View(), width, height), PredictorScores());
-        EXPECT_EQ(form.scoreAndPredictMedian(block.View(), target.View(), width, height), PredictorScores());
+        EXPECT_EQ(form.scoreAndPredict(block.View(), target.View(), width, height, PredictMethod::Median),
+                  PredictorScores());
     }
     EXPECT_EQ(block, before);
     EXPECT_EQ(target, before);

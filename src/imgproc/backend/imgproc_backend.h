@@ -13,6 +13,13 @@ struct PredictorScores {
     uint32_t gradient = 0;
     uint32_t median = 0;
 
+    PredictorScores& operator+=(const PredictorScores& other)
+    {
+        left += other.left;
+        gradient += other.gradient;
+        median += other.median;
+        return *this;
+    }
     bool operator==(const PredictorScores&) const = default;
 };
 
@@ -42,4 +49,8 @@ class ImgProcBackend
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
     /// Turns the residuals of a block back into samples. width, height: 1 or more.
     virtual void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
+
+    /// ScorePredictors and Predict in one pass over the block.
+    virtual PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width,
+                                            int height, PredictMethod method) const = 0;
 };

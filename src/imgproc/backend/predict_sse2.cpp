@@ -10,6 +10,8 @@
 #include "imgproc/backend/predictors.h"
 #include "imgproc/backend/row_cut.h"
 
+#include <type_traits>
+
 namespace {
 
 struct Neighbours {
@@ -47,9 +49,13 @@ __m128i Residuals(Rule rule, __m128i samples, const Neighbours& near)
     return _mm_sub_epi8(samples, PredictVector(rule, near.left, near.above, near.aboveLeft));
 }
 
+struct NoObserver {
+    void operator()(__m128i, const Neighbours&) const {}
+};
+
 /// Residuals of a row; `target` may be `row` itself.
-/// above    the row above, or &kAboveFirstRow with LeftRule for row 0
-/// observe  called with samples and Neighbours of each body vector
+/// above    the row above, or &kAboveFirstRow with LeftRule and no observer for row 0
+/// observe  called with samples and all Neighbours of each body vector
 template <class Rule, class Observer>
 void PredictRowSse2(Rule rule, const uint8_t* row, const uint8_t* above, uint8_t* target, int width,
                     Observer observe)
@@ -65,21 +71,20 @@ void PredictRowSse2(Rule rule, const uint8_t* row, const uint8_t* above, uint8_t
     const __m128i last = lastColumn == 0 ? first
                                          : Residuals(rule, LoadBytes(row + lastColumn),
                                                      NeighboursAt<Rule::kUsesAbove>(row, above, lastColumn));
+    constexpr bool kReadsAbove = Rule::kUsesAbove || !std::is_same_v<Observer, NoObserver>;
     const RowCut cut = CutRow(row, width);
     const bool inPlace = target == row;
     const int step = inPlace ? -16 : 16;
     int c = inPlace ? cut.BodyEnd() - 16 : cut.BodyStart();
     for (int columns = cut.body; columns > 0; columns -= 16, c += step) {
         const __m128i samples = LoadBytes(row + c);
-        const Neighbours near = NeighboursAt<Rule::kUsesAbove>(row, above, c);
+        const Neighbours near = NeighboursAt<kReadsAbove>(row, above, c);
         observe(samples, near);
         StoreBytes(target + c, Residuals(rule, samples, near));
     }
     StoreBytes(target, first);
     StoreBytes(target + lastColumn, last);
 }
-
-constexpr auto kNoObserver = [](__m128i, const Neighbours&) {};
 
 class ScoreSums
 {
@@ -115,11 +120,11 @@ void PredictSse2(const PlaneInfo& source, const PlaneInfo& target, int width, in
 {
     if (width <= 0 || height <= 0)
         return;
-    PredictRowSse2(LeftRule(), source.data, &kAboveFirstRow, target.data, width, kNoObserver);
+    PredictRowSse2(LeftRule(), source.data, &kAboveFirstRow, target.data, width, NoObserver());
     WithRule(method, [&](auto rule) {
         for (int r = 1; r < height; ++r)
             PredictRowSse2(rule, RowAt(source, r), RowAt(source, r - 1), RowAt(target, r), width,
-                           kNoObserver);
+                           NoObserver());
     });
 }
 
@@ -130,9 +135,9 @@ void PredictInPlaceSse2(const PlaneInfo& view, int width, int height, PredictMet
     // From the last row up: each row needs the samples of the row above.
     WithRule(method, [&](auto rule) {
         for (int r = height - 1; r > 0; --r)
-            PredictRowSse2(rule, RowAt(view, r), RowAt(view, r - 1), RowAt(view, r), width, kNoObserver);
+            PredictRowSse2(rule, RowAt(view, r), RowAt(view, r - 1), RowAt(view, r), width, NoObserver());
     });
-    PredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, view.data, width, kNoObserver);
+    PredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, view.data, width, NoObserver());
 }
 
 PredictorScores ScorePredictorsSse2(const PlaneInfo& view, int width, int height)
@@ -150,15 +155,17 @@ PredictorScores ScorePredictorsSse2(const PlaneInfo& view, int width, int height
     return sums.Total();
 }
 
-PredictorScores ScoreAndPredictMedianSse2(const PlaneInfo& source, const PlaneInfo& target, int width,
-                                          int height)
+PredictorScores ScoreAndPredictSse2(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                                    PredictMethod method)
 {
     if (width <= 0 || height <= 0)
         return {};
     ScoreSums sums;
-    PredictRowSse2(LeftRule(), source.data, &kAboveFirstRow, target.data, width, kNoObserver);
-    for (int r = 1; r < height; ++r)
-        PredictRowSse2(MedianRule(), RowAt(source, r), RowAt(source, r - 1), RowAt(target, r), width,
-                       [&](__m128i samples, const Neighbours& near) { sums.Add(samples, near); });
+    PredictRowSse2(LeftRule(), source.data, &kAboveFirstRow, target.data, width, NoObserver());
+    WithRule(method, [&](auto rule) {
+        for (int r = 1; r < height; ++r)
+            PredictRowSse2(rule, RowAt(source, r), RowAt(source, r - 1), RowAt(target, r), width,
+                           [&](__m128i samples, const Neighbours& near) { sums.Add(samples, near); });
+    });
     return sums.Total();
 }

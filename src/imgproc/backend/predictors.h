@@ -18,22 +18,22 @@ using InPlaceKernel = void(const PlaneInfo& view, int width, int height, Predict
 /// to the sum of each method: 128 where the prediction is perfect, 0 where it is worst. The sums wrap at 32
 /// bits.
 using ScoreKernel = PredictorScores(const PlaneInfo& view, int width, int height);
-/// Scores of `source` and its Median residuals in `target` in one pass. The two do not overlap.
-using ScoreAndPredictMedianKernel = PredictorScores(const PlaneInfo& source, const PlaneInfo& target,
-                                                    int width, int height);
+/// Scores of `source` and its residuals by `method` in `target` in one pass. The two do not overlap.
+using ScoreAndPredictKernel = PredictorScores(const PlaneInfo& source, const PlaneInfo& target, int width,
+                                              int height, PredictMethod method);
 
 // The meaning, one sample at a time.
 PredictKernel PredictScalar;
 InPlaceKernel PredictInPlaceScalar;
 InPlaceKernel UnpredictScalar;
 ScoreKernel ScorePredictorsScalar;
-ScoreAndPredictMedianKernel ScoreAndPredictMedianScalar;
+ScoreAndPredictKernel ScoreAndPredictScalar;
 
 PredictKernel PredictSse2;
 InPlaceKernel PredictInPlaceSse2;
 InPlaceKernel UnpredictSse2;
 ScoreKernel ScorePredictorsSse2;
-ScoreAndPredictMedianKernel ScoreAndPredictMedianSse2;
+ScoreAndPredictKernel ScoreAndPredictSse2;
 
 struct PredictorForm {
     const char* name;
@@ -41,14 +41,14 @@ struct PredictorForm {
     InPlaceKernel* predictInPlace;
     InPlaceKernel* unpredict;
     ScoreKernel* scorePredictors;
-    ScoreAndPredictMedianKernel* scoreAndPredictMedian;
+    ScoreAndPredictKernel* scoreAndPredict;
 };
 
 /// All forms of one meaning, reference first. Tests and benchmarks walk this list.
 inline constexpr PredictorForm kPredictorForms[] = {
     {"scalar", PredictScalar, PredictInPlaceScalar, UnpredictScalar, ScorePredictorsScalar,
-     ScoreAndPredictMedianScalar},
-    {"sse2", PredictSse2, PredictInPlaceSse2, UnpredictSse2, ScorePredictorsSse2, ScoreAndPredictMedianSse2},
+     ScoreAndPredictScalar},
+    {"sse2", PredictSse2, PredictInPlaceSse2, UnpredictSse2, ScorePredictorsSse2, ScoreAndPredictSse2},
 };
 
 /// The form that callers use.

@@ -63,9 +63,9 @@ PredictorScores ScorePredictorsScalar(const PlaneInfo& view, int width, int heig
     return scores;
 }
 
-PredictorScores ScoreAndPredictMedianScalar(const PlaneInfo& source, const PlaneInfo& target, int width,
-                                            int height)
+PredictorScores ScoreAndPredictScalar(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                                      PredictMethod method)
 {
-    PredictScalar(source, target, width, height, PredictMethod::Median);
+    PredictScalar(source, target, width, height, method);
     return ScorePredictorsScalar(source, width, height);
 }

@@ -33,6 +33,14 @@ void TImgProcBackendBase<Sample, bits>::Unpredict(const PlaneInfo& view, int wid
     kPredictors.unpredict(view, width, height, method);
 }
 
+template <class Sample, int bits>
+PredictorScores TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const PlaneInfo& source,
+                                                                   const PlaneInfo& target, int width,
+                                                                   int height, PredictMethod method) const
+{
+    return kPredictors.scoreAndPredict(source, target, width, height, method);
+}
+
 template class TImgProcBackendBase<unsigned char, 8>;
 template class TImgProcBackend<unsigned char, 8, 1, 1, 1>;
 template class TImgProcBackend<unsigned char, 8, 3, 1, 1>;

@@ -15,6 +15,8 @@ class TImgProcBackendBase : public ImgProcBackend
                  PredictMethod method) const override;
     void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
     void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
+    PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+                                    PredictMethod method) const override;
 };
 
 /// A plane layout: `comps` planes; those behind the first are smaller by `hsub` and `vsub`.
