@@ -1,32 +1,32 @@
-# One libFuzzer program for each source file of fuzz/: fuzz/NAME.cpp becomes fuzz/NAME, and fuzz/support/*.cpp
-# is linked to all. CTest replays the corpus fuzz/corpus/NAME, then searches on from it for a while; inputs found
-# are kept in the build folder, and one that fails is left in its folder artifacts/.
+# One libFuzzer program for each source file of fuzz/: fuzz/NAME.cpp becomes fuzz/NAME. CTest replays the corpus
+# fuzz/corpus/NAME, then searches on from it for a while; inputs found are kept in the build folder, and one that
+# fails is left in its folder findings/. fuzz/NAME.dict, where it is, names the words of the format.
 set(ORVANE_FUZZ_SECONDS 10 CACHE STRING "How long CTest searches with each fuzz target")
 
 file(GLOB targets CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/*.cpp)
-file(GLOB support CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/support/*.cpp)
-file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/artifacts)
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/findings)
 foreach(source ${targets})
   cmake_path(GET source STEM name)
-  add_executable(${name} ${source} ${support})
+  add_executable(${name} ${source})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/fuzz ${CMAKE_SOURCE_DIR}/tests)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-  target_link_libraries(${name} PRIVATE orvane_driver)
-  if(TARGET orvane_tool)
-    target_link_libraries(${name} PRIVATE orvane_tool)
-  endif()
+  target_link_libraries(${name} PRIVATE orvane_driver orvane_tool)
 
   set(corpus ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})
-  if(NOT EXISTS ${corpus})
-    set(corpus "")
-  endif()
   set(found ${CMAKE_BINARY_DIR}/found/${name})
   file(MAKE_DIRECTORY ${found})
-  set(options -artifact_prefix=${CMAKE_BINARY_DIR}/artifacts/${name}- -rss_limit_mb=4096 -timeout=60)
-  if(corpus)
-    add_test(NAME ${name}_replay COMMAND ${name} ${options} -runs=0 ${corpus})
+  set(options -artifact_prefix=${CMAKE_BINARY_DIR}/findings/${name}- -rss_limit_mb=2048 -timeout=120 -report_slow_units=120)
+  if(EXISTS ${CMAKE_SOURCE_DIR}/fuzz/${name}.dict)
+    list(APPEND options -dict=${CMAKE_SOURCE_DIR}/fuzz/${name}.dict)
   endif()
+  add_test(NAME ${name}_replay COMMAND ${name} ${options} -runs=0 ${corpus})
   add_test(NAME ${name}_search
            COMMAND ${name} ${options} -max_total_time=${ORVANE_FUZZ_SECONDS} ${found} ${corpus})
 endforeach()
+
+# Writes the corpora anew: fuzz/make_corpora FOLDER.
+add_executable(make_corpora EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/fuzz/corpora/make_corpora.cpp)
+set_target_properties(make_corpora PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+target_include_directories(make_corpora PRIVATE ${CMAKE_SOURCE_DIR}/fuzz ${CMAKE_SOURCE_DIR}/tests)
+target_link_libraries(make_corpora PRIVATE orvane_driver orvane_tool)

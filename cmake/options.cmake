@@ -16,7 +16,7 @@ if(ORVANE_SANITIZE)
   add_link_options(-fsanitize=${ORVANE_SANITIZE})
 endif()
 if(ORVANE_FUZZ)
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_compile_options(-fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/fuzz/uncovered.txt)
 endif()
 
 find_package(Threads REQUIRED)

@@ -1,0 +1,51 @@
+// Any bytes as a picture file: PNG, PPM and PGM. A picture that was read is written and read once more.
+
+#include "files/still_image.h"
+#include "support/fuzz_input.h"
+#include "support/guarded_buffer.h"
+#include "tool_error.h"
+
+namespace {
+
+constexpr size_t kMaxFile = 1 << 16;
+constexpr uint32_t kMaxPixels = 1 << 16;
+
+uint32_t BigEndian(const uint8_t* at)
+{
+    return uint32_t{at[0]} << 24 | uint32_t{at[1]} << 16 | uint32_t{at[2]} << 8 | at[3];
+}
+
+/// The reader takes memory for the picture that a PNG announces; a target does not need large ones.
+bool AnnouncesLargePng(std::span<const uint8_t> bytes)
+{
+    return bytes.size() >= 24 && bytes[0] == 0x89 &&
+           uint64_t{BigEndian(bytes.data() + 16)} * BigEndian(bytes.data() + 20) > kMaxPixels;
+}
+
+void CheckRoundTrip(const StillImage& still, StillKind kind)
+{
+    const std::vector<uint8_t> file = EncodeStill(kind, still.info, still.pixels, "output");
+    const StillImage again = DecodeStill(file, "output");
+    Require(again.info.layout == still.info.layout && again.info.width == still.info.width &&
+                again.info.height == still.info.height && again.pixels == still.pixels,
+            "a written picture reads as it was");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size > kMaxFile || AnnouncesLargePng({data, size}))
+        return 0;
+    static GuardedBuffer memory(kMaxFile);
+    try {
+        const StillImage still = DecodeStill(memory.Place(std::span(data, size)), "input");
+        Require(still.pixels.size() == still.info.FrameBytes(), "all pixels are there");
+        CheckRoundTrip(still, StillKind::Png);
+        if (still.info.layout != &LayoutNamed("RGBA"))
+            CheckRoundTrip(still, StillKind::Pnm);
+    } catch (const ToolError& error) {
+        Require(ErrorLine(error).back() == '\n', "an error is a line");
+    }
+    return 0;
+}

@@ -1,0 +1,108 @@
+// What the first bytes of a round trip input choose: layout, format, size and method.
+#pragma once
+
+#include "support/stream_choice.h"
+
+enum RoundTripFlag : uint8_t {
+    kRoundTripInterlaced = 1,
+    kRoundTripBottomUp = 2,
+    kRoundTripMatrix601 = 4,
+    kRoundTripFullRange = 8,
+    kRoundTripInterpolate = 16,
+    kRoundTripFrontGuard = 32,
+};
+
+struct RoundTripChoice {
+    uint8_t route;  ///< index in RoundTripRoutes(), modulo its size
+    uint8_t width;  ///< pixels, 1 more
+    uint8_t height; ///< rows, 1 more, modulo kMaxRows
+    uint8_t flags;  ///< RoundTripFlag
+    uint8_t method; ///< index of the predictor, modulo 4
+    uint8_t drift;  ///< added to the content with each repetition
+
+    static constexpr uint32_t kMaxRows = 64;
+    bool Has(RoundTripFlag flag) const { return (flags & flag) != 0; }
+};
+
+struct RoundTripRoute {
+    FormatId host;
+    FormatId code;
+    bool lossy;
+    uint32_t widthMultiple;
+    uint32_t heightMultiple; ///< not interlaced
+};
+
+/// Every host layout with every compressed format that it can become.
+inline const std::vector<RoundTripRoute>& RoundTripRoutes()
+{
+    static const std::vector<RoundTripRoute> routes = [] {
+        Orvane codec(true, true);
+        PrepareCodec(codec, false);
+        std::vector<RoundTripRoute> list;
+        for (const auto& [key, route] : codec.Routes())
+            if (route.kind == RouteKind::Compress && key.second != kAnyFormat) {
+                const auto [host, code] = key;
+                const bool planar420 = host == kHostYv12 || host == kHostI420 || code == kCodeYuv420;
+                const bool halfWidth =
+                    planar420 || host == kHostYuy2 || host == kHostUyvy || code == kCodeYuv422;
+                list.push_back({host, code, route.lossy, halfWidth ? 2U : 1U, planar420 ? 2U : 1U});
+            }
+        return list;
+    }();
+    return routes;
+}
+
+inline const RoundTripRoute& RouteOf(const RoundTripChoice& choice)
+{
+    return RoundTripRoutes()[choice.route % RoundTripRoutes().size()];
+}
+
+inline uint32_t WidthOf(const RoundTripChoice& choice)
+{
+    return choice.width + 1U;
+}
+
+inline uint32_t HeightOf(const RoundTripChoice& choice)
+{
+    return choice.height % RoundTripChoice::kMaxRows + 1U;
+}
+
+inline std::vector<uint8_t> MakeRecord(const RoundTripChoice& choice)
+{
+    const FormatId code = RouteOf(choice).code;
+    const auto format = static_cast<uint8_t>(code);
+    FrameHeader header{{'O', 'R', 'V', 'N'}, kFrameHeaderSize, kFrameVersion, format, 12, 2, 0, 0, 0, 0, 28};
+    if (IsYuvFamily(code) && choice.Has(kRoundTripMatrix601))
+        header.colorMatrix = 1;
+    header.flags = kFlagAlwaysSet | 2U << kCoderTypeShift;
+    if (choice.Has(kRoundTripInterlaced))
+        header.flags |= kFlagInterlaced;
+    if (IsYuvFamily(code) && choice.Has(kRoundTripFullRange))
+        header.flags |= kFlagFullRange;
+    header.width = header.codedWidth = WidthOf(choice);
+    header.height = HeightOf(choice);
+    std::vector<uint8_t> record(sizeof header);
+    std::memcpy(record.data(), &header, sizeof header);
+    return record;
+}
+
+/// Whether two tight pictures show the same: bytes between rows and bytes that stand in for alpha count for nothing.
+inline bool IsSamePicture(FormatId host, uint32_t width, std::span<const uint8_t> a,
+                          std::span<const uint8_t> b)
+{
+    if (host == kHostBgr || host == kHostRgb || host == kHostV308) {
+        const size_t rowBytes = size_t{3} * width, pitch = (rowBytes + 3) / 4 * 4;
+        for (size_t i = 0; i < a.size(); ++i)
+            if (i % pitch < rowBytes && a[i] != b[i])
+                return false;
+        return true;
+    }
+    const int unused = host == kHostXrgb || host == kHostXbgr ? 0
+                       : host == kHostBgrx || host == kHostRgbx || host == kHostV408X || host == kHostVuyx
+                           ? 3
+                           : -1;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (static_cast<int>(i % 4) != unused && a[i] != b[i])
+            return false;
+    return true;
+}

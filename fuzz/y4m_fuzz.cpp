@@ -1,0 +1,71 @@
+// Any bytes as a Y4M stream. Pictures that were read are written and read once more: nothing changes.
+
+#include "files/y4m_stream.h"
+#include "support/fuzz_input.h"
+#include "tool_error.h"
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// The reader takes memory for a picture of the size that the first line says; a target does not need large ones.
+constexpr size_t kMaxPicture = 1 << 18;
+constexpr size_t kMaxFrames = 64;
+
+struct Video {
+    VideoInfo info;
+    std::vector<std::vector<uint8_t>> pictures;
+};
+
+/// The pictures up to the end or the first damage.
+Video ReadVideo(const std::string& bytes)
+{
+    std::istringstream stream(bytes);
+    Y4mReader reader(stream, "input.y4m");
+    Video video{reader.Info(), {}};
+    try {
+        std::vector<uint8_t> picture(video.info.FrameBytes());
+        while (video.pictures.size() < kMaxFrames && reader.Next(picture))
+            video.pictures.push_back(picture);
+    } catch (const ToolError& error) {
+        Require(ErrorLine(error).back() == '\n', "an error is a line");
+    }
+    return video;
+}
+
+std::string WriteVideo(const Video& video)
+{
+    std::ostringstream stream;
+    Y4mWriter writer(nullptr, &stream, video.info, "output.y4m");
+    for (size_t i = 0; i < video.pictures.size(); ++i)
+        writer.Write(video.pictures[i], i);
+    writer.Finish();
+    return stream.str();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    const std::string firstLine = bytes.substr(0, std::min(bytes.find('\n'), kMaxY4mLine));
+    try {
+        if (ParseY4mHeader(firstLine, "input.y4m").info.FrameBytes() > kMaxPicture)
+            return 0;
+        const Video video = ReadVideo(bytes);
+        const Video again = ReadVideo(WriteVideo(video));
+        Require(again.pictures == video.pictures, "pictures stay the same");
+        Require(again.info.layout == video.info.layout && again.info.width == video.info.width &&
+                    again.info.height == video.info.height &&
+                    again.info.rate == video.info.rate.value_or(Rational{}) &&
+                    again.info.interlaced == video.info.interlaced &&
+                    again.info.fullRange == video.info.fullRange,
+                "what the first line says stays the same");
+    } catch (const ToolError& error) {
+        Require(ErrorLine(error).back() == '\n', "an error is a line");
+    }
+    return 0;
+}
