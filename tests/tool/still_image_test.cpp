@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -94,6 +95,24 @@ TEST(StillImage, WhatCannotBeReadIsRefusedWithItsReason)
     EXPECT_NE(ErrorOf(BytesOf("P5 99999 99999 255\n123")).find("too large"), std::string::npos);
     EXPECT_NE(ErrorOf(BytesOf("P3 1 1 255 1 2 3")).find("not a PNG"), std::string::npos);
     EXPECT_NE(ErrorOf({}).find("not a PNG"), std::string::npos);
+}
+
+TEST(StillImage, EmptyDataChunksAreNoPartOfAPicture)
+{
+    const VideoInfo info = InfoOf("RGBA", 9, 5);
+    const Bytes pixels = Pixels(info);
+    const Bytes png = EncodeStill(StillKind::Png, info, pixels, "test");
+    const std::string dataName = "IDAT";
+    const auto data = std::search(png.begin(), png.end(), dataName.begin(), dataName.end()) - 4;
+    const Bytes empty = {0, 0, 0, 0, 'I', 'D', 'A', 'T', 0x35, 0xAF, 0x06, 0x1E};
+
+    Bytes padded = png;
+    padded.insert(padded.begin() + (data - png.begin()), empty.begin(), empty.end());
+    EXPECT_EQ(DecodeStill(padded, "test").pixels, pixels);
+
+    Bytes bare(png.begin(), data); // nothing else follows
+    bare.insert(bare.end(), empty.begin(), empty.end());
+    EXPECT_NE(ErrorOf(bare).find("damaged"), std::string::npos);
 }
 
 TEST(StillImage, NoBytesHarmTheReader)

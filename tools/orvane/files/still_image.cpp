@@ -3,6 +3,7 @@
 #include "tool_error.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 // Both libraries are used here alone, so that their bodies stand here.
@@ -68,11 +69,33 @@ uint32_t BigEndian32(std::span<const uint8_t> bytes, size_t at)
            static_cast<uint32_t>(bytes[at + 2]) << 8 | bytes[at + 3];
 }
 
-StillImage DecodePng(std::span<const uint8_t> bytes, const std::string& name)
+/// The file without data chunks of no bytes: they are allowed, but the library copies the first one to memory that it
+/// has not taken yet.
+std::vector<uint8_t> WithoutEmptyData(std::span<const uint8_t> bytes)
+{
+    constexpr size_t kSignature = 8, kHead = 8, kChecksum = 4;
+    std::vector<uint8_t> kept(bytes.begin(), bytes.begin() + kSignature);
+    for (std::span<const uint8_t> rest = bytes.subspan(kSignature); !rest.empty();) {
+        const uint64_t length = rest.size() < kHead ? 0 : BigEndian32(rest, 0);
+        const auto chunk =
+            rest.first(static_cast<size_t>(std::min<uint64_t>(kHead + length + kChecksum, rest.size())));
+        const bool isEmptyData =
+            rest.size() >= kHead && length == 0 && std::memcmp(rest.data() + 4, "IDAT", 4) == 0;
+        if (!isEmptyData)
+            kept.insert(kept.end(), chunk.begin(), chunk.end());
+        rest = rest.subspan(chunk.size());
+    }
+    return kept;
+}
+
+StillImage DecodePng(std::span<const uint8_t> file, const std::string& name)
 {
     // Signature, then the chunk IHDR: length, name, width, height, depth and so on.
     constexpr size_t kWidth = 16, kHeight = 20, kDepth = 24, kNeeded = 33;
-    if (bytes.size() < kNeeded || bytes.size() > INT32_MAX)
+    if (file.size() < kNeeded || file.size() > INT32_MAX)
+        FailDamaged(name);
+    const std::vector<uint8_t> bytes = WithoutEmptyData(file);
+    if (bytes.size() < kNeeded)
         FailDamaged(name);
     if (bytes[kDepth] > 8)
         throw ToolError("PNG pictures of 16 bits a sample are not supported", name, kUseEightBits);
