@@ -34,13 +34,13 @@ bool RecordFitsHeader(const HeaderClass& stream, const BITMAPINFOHEADER& in)
     return record.width == WidthOf(in) && record.height == HeightOf(in);
 }
 
-/// Whether the stream decodes at all, and to this output. A null `out` asks for the first alone.
+/// Whether the stream decodes to this output; a null `out` asks for the native layout. Which of the two is asked
+/// matters for the largest pictures: 24-bit RGB reaches further than the native 32-bit one.
 bool Accepts(const DriverInstance& instance, const BITMAPINFOHEADER& in, const BITMAPINFOHEADER* out,
              const HeaderClass& stream, FormatId output)
 {
-    return (!out || SameSize(in, *out)) && CanDecompress(instance, stream, kAnyFormat) &&
-           RecordFitsHeader(stream, in) && output != kUnknownFormat &&
-           CanDecompress(instance, stream, output);
+    return (!out || SameSize(in, *out)) && output != kUnknownFormat &&
+           CanDecompress(instance, stream, output) && RecordFitsHeader(stream, in);
 }
 
 FormatId SuggestedOutput(const DriverInstance& instance, const HeaderClass& stream)
