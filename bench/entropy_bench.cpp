@@ -9,6 +9,7 @@
 #include <cmath>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -134,6 +135,31 @@ void DecodePlane(benchmark::State& state)
 }
 BENCHMARK(DecodePlane)->Name("Entropy/Decode")->ArgName("bits_x10")->Arg(kSoft)->Arg(kHard);
 
+/// All blocks of the plane at once.
+void DecodeBlocks(benchmark::State& state)
+{
+    const Plane plane(state.range(0));
+    HuffCoder8 coder;
+    coder.BuildFromFrequencies(256, plane.frequencies.data(), false);
+    CodedPlane coded;
+    coded.Encode(coder, plane);
+    std::vector<uint8_t> decoded(plane.residuals.size());
+    std::vector<DecodeJob> jobs;
+    for (size_t block = 0; block < kBlocks; ++block) {
+        const uint8_t* const begin = coded.Block(static_cast<int>(block));
+        jobs.push_back(
+            {begin, begin + coded.sizes[block], decoded.data() + kBlockSymbols * block, kBlockSymbols});
+    }
+    for (auto _ : state) {
+        coder.DecodeBlocks(jobs);
+        benchmark::ClobberMemory();
+    }
+    CountBytes(state);
+    if (decoded != plane.residuals)
+        state.SkipWithError("decoded residuals differ");
+}
+BENCHMARK(DecodeBlocks)->Name("Entropy/DecodeBlocks")->ArgName("bits_x10")->Arg(kSoft)->Arg(kHard);
+
 void CountPlane(benchmark::State& state)
 {
     const Plane plane(state.range(0));
@@ -187,20 +213,25 @@ BENCHMARK_CAPTURE(Tables, reader, false)
     ->Arg(kHard)
     ->Unit(benchmark::kMicrosecond);
 
-void PairTable(benchmark::State& state, const PairTableForm& form)
+void PairTable(benchmark::State& state, const PairTableForm& form, PairRange range)
 {
     std::vector<CodeEntry> codes(256, CodeEntry{77, 8});
     std::vector<PairEntry> pairs(kPairRows);
     for (auto _ : state) {
-        form.run(codes.data(), pairs.data());
+        form.run(codes.data(), pairs.data(), range);
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK_CAPTURE(PairTable, scalar, kFillPairTableForms[0])
-    ->Name("Entropy/PairTable/scalar")
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(PairTable, sse2, kFillPairTableForms[1])
-    ->Name("Entropy/PairTable/sse2")
-    ->Unit(benchmark::kMicrosecond);
+const bool pairTablesRegistered = [] {
+    for (const PairTableForm& form : kFillPairTableForms)
+        for (const PairRange range : {PairRange::All, PairRange::Core}) {
+            const std::string name =
+                std::string("Entropy/PairTable/") + (range == PairRange::All ? "all/" : "core/");
+            benchmark::RegisterBenchmark((name + form.name).c_str(), [&form, range](benchmark::State& state) {
+                PairTable(state, form, range);
+            })->Unit(benchmark::kMicrosecond);
+        }
+    return true;
+}();
 
 } // namespace

@@ -29,9 +29,9 @@ void SortCoins(size_t count, const uint64_t* frequencies, CodeLengthWork& work)
         work.coins.begin(), work.coins.end(),
         [](const CodeLengthWork::Coin& a, const CodeLengthWork::Coin& b) { return a.weight < b.weight; });
 
-    work.coinWeights.resize(count + 1);
-    std::ranges::transform(work.coins, work.coinWeights.begin(), &CodeLengthWork::Coin::weight);
-    work.coinWeights[count] = kEndOfList;
+    work.coinWeights.resize(count + 2);
+    std::ranges::transform(work.coins, work.coinWeights.begin() + 1, &CodeLengthWork::Coin::weight);
+    work.coinWeights.back() = kEndOfList;
 }
 
 /// Pairs the first `size` nodes (rounded down to even) of the list; returns the number of packages.
@@ -39,28 +39,87 @@ size_t MakePackages(size_t size, CodeLengthWork& work)
 {
     const size_t packageCount = size / 2;
     for (size_t i = 0; i < packageCount; ++i)
-        work.packages[i] = work.list[2 * i] + work.list[2 * i + 1];
-    work.packages[packageCount] = kEndOfList;
+        work.packages[i + 1] = work.list[2 * i] + work.list[2 * i + 1];
+    work.packages[packageCount + 1] = kEndOfList;
     return packageCount;
 }
 
-/// Merges coins and packages into the list. On a tie the coin goes first.
-void MergeLevel(size_t size, uint16_t* coinsBefore, CodeLengthWork& work)
+/// Merges coins and packages into a level's list; on a tie the coin goes first. `coin` is the number of coins
+/// before or behind the node that a step takes.
+class LevelMerge
 {
-    const uint64_t* const coins = work.coinWeights.data();
-    const uint64_t* const packages = work.packages.data();
-    uint64_t* const list = work.list.data();
-    size_t coin = 0;
-    coinsBefore[0] = 0;
-    for (size_t node = 0; node < size; ++node) {
-        const uint64_t coinWeight = coins[coin];
-        const uint64_t packageWeight = packages[node - coin];
-        const bool takeCoin = packageWeight >= coinWeight;
-        list[node] = takeCoin ? coinWeight : packageWeight;
-        coin += takeCoin;
-        coinsBefore[node + 1] = static_cast<uint16_t>(coin);
+  public:
+    LevelMerge(size_t coinCount, size_t packageCount, uint16_t* coinsBefore, CodeLengthWork& work)
+        : coinCount_(coinCount), packageCount_(packageCount), coins_(work.coinWeights.data() + 1),
+          packages_(work.packages.data() + 1), list_(work.list.data()), coinsBefore_(coinsBefore)
+    {}
+
+    /// One chain of steps waits for each comparison, so four run side by side: from both ends to the middle
+    /// and from the middle to both ends.
+    void Run()
+    {
+        const size_t size = coinCount_ + packageCount_;
+        const size_t middle = size / 2;
+        const size_t steps = middle / 2;
+        const size_t middleCoins = CoinsAmong(middle);
+        size_t coin[4] = {0, middleCoins, middleCoins, coinCount_};
+        coinsBefore_[0] = 0;
+        for (size_t i = 0; i < steps; ++i) {
+            TakeFirst(i, coin[0]);
+            TakeLast(middle - 1 - i, coin[1]);
+            TakeFirst(middle + i, coin[2]);
+            TakeLast(size - 1 - i, coin[3]);
+        }
+        for (size_t node = steps; node < middle - steps; ++node)
+            TakeFirst(node, coin[0]);
+        for (size_t node = middle + steps; node < size - steps; ++node)
+            TakeFirst(node, coin[2]);
     }
-}
+
+  private:
+    /// How many of the first `nodes` nodes are coins.
+    size_t CoinsAmong(size_t nodes) const
+    {
+        size_t low = nodes > packageCount_ ? nodes - packageCount_ : 0;
+        size_t high = std::min(coinCount_, nodes);
+        while (low < high) {
+            const size_t coin = (low + high) / 2;
+            if (coins_[coin] <= packages_[nodes - 1 - coin])
+                low = coin + 1;
+            else
+                high = coin;
+        }
+        return low;
+    }
+
+    void TakeFirst(size_t node, size_t& coin)
+    {
+        const uint64_t coinWeight = coins_[coin];
+        const uint64_t packageWeight = packages_[node - coin];
+        const bool takeCoin = packageWeight >= coinWeight;
+        list_[node] = takeCoin ? coinWeight : packageWeight;
+        coin += takeCoin;
+        coinsBefore_[node + 1] = static_cast<uint16_t>(coin);
+    }
+
+    void TakeLast(size_t node, size_t& coin)
+    {
+        const size_t package = node + 1 - coin;
+        const uint64_t coinWeight = coins_[static_cast<ptrdiff_t>(coin) - 1];
+        const uint64_t packageWeight = packages_[static_cast<ptrdiff_t>(package) - 1];
+        const bool takePackage = (packageWeight >= coinWeight) & (package != 0);
+        coinsBefore_[node + 1] = static_cast<uint16_t>(coin);
+        list_[node] = takePackage ? packageWeight : coinWeight;
+        coin -= !takePackage;
+    }
+
+    const size_t coinCount_;
+    const size_t packageCount_;
+    const uint64_t* const coins_;    // 0 in front, kEndOfList behind
+    const uint64_t* const packages_; // the same
+    uint64_t* const list_;
+    uint16_t* const coinsBefore_;
+};
 
 } // namespace
 
@@ -73,15 +132,16 @@ void ComputeCodeLengths(int count, const uint64_t* frequencies, int limit, uint3
     const size_t stride =
         2 * coinCount; // a list has less than two nodes for each coin; one entry more than nodes
     work.list.resize(stride);
-    work.packages.resize(coinCount + 1);
+    work.packages.resize(coinCount + 2);
     work.coinsBefore.resize(levelCount * stride);
     SortCoins(coinCount, frequencies, work);
 
     // The first level has no packages: its list is the coins.
     size_t size = 0;
     for (size_t level = 0; level < levelCount; ++level) {
-        size = coinCount + MakePackages(size, work);
-        MergeLevel(size, &work.coinsBefore[level * stride], work);
+        const size_t packageCount = MakePackages(size, work);
+        LevelMerge(coinCount, packageCount, &work.coinsBefore[level * stride], work).Run();
+        size = coinCount + packageCount;
     }
 
     std::fill_n(lengths, count, 0U);

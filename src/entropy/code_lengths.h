@@ -12,9 +12,9 @@ struct CodeLengthWork {
         uint32_t symbol;
     };
     std::vector<Coin> coins;           ///< one for each symbol, by rising weight
-    std::vector<uint64_t> coinWeights; ///< of the sorted coins
+    std::vector<uint64_t> coinWeights; ///< of the sorted coins, with a sentinel at both ends
     std::vector<uint64_t> list;        ///< weights of the current level's nodes
-    std::vector<uint64_t> packages;    ///< weights of the pairs made of them
+    std::vector<uint64_t> packages;    ///< weights of the pairs made of them, with sentinels too
     std::vector<uint16_t> coinsBefore; ///< for each level: how many of its first n nodes are coins
 };
 

@@ -2,17 +2,23 @@
 
 #include <emmintrin.h>
 
-void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs)
+void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs, PairRange range)
 {
+    const auto wanted = [=](int symbol) { return range == PairRange::All || IsCoreSymbol(symbol); };
     for (int second = 0; second < 256; ++second)
         for (int first = 0; first < 256; ++first)
-            pairs[second * 256 + first] = {uint32_t{codes[first].code} << codes[second].length |
-                                               codes[second].code,
-                                           uint32_t{codes[first].length} + codes[second].length};
+            if (wanted(first) && wanted(second))
+                pairs[second * 256 + first] = {uint32_t{codes[first].code} << codes[second].length |
+                                                   codes[second].code,
+                                               uint32_t{codes[first].length} + codes[second].length};
 }
 
-void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs)
+void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs, PairRange range)
 {
+    // The symbols from here to `gapEnd` are not wanted.
+    const int gapStart = range == PairRange::All ? 256 : 64;
+    const int gapEnd = range == PairRange::All ? 256 : 192;
+
     // Four first symbols in a vector. The second symbol is the same for a run of 256 rows, and with it the
     // shift.
     alignas(16) uint32_t firstCodes[256];
@@ -21,11 +27,11 @@ void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs)
         firstCodes[symbol] = codes[symbol].code;
         firstLengths[symbol] = codes[symbol].length;
     }
-    for (int second = 0; second < 256; ++second) {
+    for (int second = 0; second < 256; second = second + 1 == gapStart ? gapEnd : second + 1) {
         const __m128i shift = _mm_cvtsi32_si128(codes[second].length);
         const __m128i secondCode = _mm_set1_epi32(codes[second].code);
         const __m128i secondLength = _mm_set1_epi32(codes[second].length);
-        for (int first = 0; first < 256; first += 4) {
+        for (int first = 0; first < 256; first = first + 4 == gapStart ? gapEnd : first + 4) {
             const __m128i firstCode = _mm_load_si128(reinterpret_cast<const __m128i*>(firstCodes + first));
             const __m128i firstLength =
                 _mm_load_si128(reinterpret_cast<const __m128i*>(firstLengths + first));

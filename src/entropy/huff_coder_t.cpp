@@ -50,15 +50,34 @@ class PairCodes
     const uint32_t* lengths;
 };
 
-/// Encodes the whole groups of eight; returns the number of symbols done.
-template <class Codes>
-uint32_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, uint32_t count, Codes codes)
+/// Encodes the whole groups of eight; returns the number of symbols done. Groups that are not `Rule` take their codes
+/// from the table of single symbols.
+template <class Rule, class Codes>
+uint32_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, uint32_t count, Codes codes,
+                      SingleCodes single)
 {
     const uint32_t grouped = count - count % 8;
-    for (const uint8_t* at = symbols; at != symbols + grouped; at += 8)
-        writer.AppendAndStore(codes.Four(at), codes.Four(at + 4));
+    for (const uint8_t* at = symbols; at != symbols + grouped; at += 8) {
+        if (Rule::Holds(at)) [[likely]]
+            writer.AppendAndStore(codes.Four(at), codes.Four(at + 4));
+        else
+            writer.AppendAndStore(single.Four(at), single.Four(at + 4));
+    }
     return grouped;
 }
+
+struct AnySymbols {
+    static constexpr bool Holds(const uint8_t*) { return true; }
+};
+
+struct CoreSymbols {
+    static bool Holds(const uint8_t* symbols)
+    {
+        uint64_t word;
+        std::memcpy(&word, symbols, sizeof word);
+        return AreCoreSymbols(word);
+    }
+};
 
 template <class Row>
 inline constexpr size_t kRowSymbols = kMaxRowSymbols;
@@ -105,6 +124,21 @@ void DecodeByRows(const Row* table, BitStream& stream, uint8_t* symbols, uint32_
     reader.Save(stream);
 }
 
+/// The pair table that symbols with these counts, taken from every fourth, are written fastest with.
+///
+/// The rows outside the core take 20 us to fill. Without them four symbols, for each one counted, take 0.12 ns
+/// longer to write, and 40 ns longer where they are outside. (3 GHz; only the proportions matter.)
+PairRange SuitingRange(const uint64_t* frequencies)
+{
+    uint64_t total = 0;
+    uint64_t outside = 0;
+    for (int symbol = 0; symbol < 256; ++symbol) {
+        total += frequencies[symbol];
+        outside += IsCoreSymbol(symbol) ? 0 : frequencies[symbol];
+    }
+    return total + 320 * outside < 160'000 ? PairRange::Core : PairRange::All;
+}
+
 } // namespace
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
@@ -115,8 +149,13 @@ void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(BitStream& stream,
         return;
     const SingleCodes single{encodeTable.data()};
     BitWriter writer(stream);
-    uint32_t done = pairTableReady ? EncodeGroups(writer, symbols, count, PairCodes(pairTable.data()))
-                                   : EncodeGroups(writer, symbols, count, single);
+    uint32_t done = 0;
+    if (!pairRange)
+        done = EncodeGroups<AnySymbols>(writer, symbols, count, single, single);
+    else if (pairRange == PairRange::All)
+        done = EncodeGroups<AnySymbols>(writer, symbols, count, PairCodes(pairTable.data()), single);
+    else
+        done = EncodeGroups<CoreSymbols>(writer, symbols, count, PairCodes(pairTable.data()), single);
     for (; done < count; ++done) {
         writer.Append(single.One(symbols + done));
         writer.Store();
@@ -168,21 +207,26 @@ template <class Symbol, class Code, int bits, int limit, int tableBits>
 bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int count, const uint32_t* lengths,
                                                                         bool encoderOnly)
 {
-    if (count != symbolCount)
-        return false;
+    return count == symbolCount && BuildTables(lengths, encoderOnly, PairRange::All);
+}
+
+template <class Symbol, class Code, int bits, int limit, int tableBits>
+bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildTables(const uint32_t* lengths, bool encoderOnly,
+                                                                   PairRange range)
+{
     records.resize(symbolCount);
-    if (!BuildCanonicalCodes(count, lengths, limit, records.data()))
+    if (!BuildCanonicalCodes(symbolCount, lengths, limit, records.data()))
         return false;
 
     encodeTable.resize(symbolCount);
     for (const CodeRecord& record : records)
         encodeTable[record.symbol] = {static_cast<Code>(record.code), static_cast<uint16_t>(record.length)};
     // Readers have no use for the pair table, which takes longer to fill than everything else together.
-    pairTableReady = false;
+    pairRange.reset();
     if (encoderOnly && fast) {
         pairTable.resize(kPairRows);
-        FillPairTable(encodeTable.data(), pairTable.data());
-        pairTableReady = true;
+        FillPairTable(encodeTable.data(), pairTable.data(), range);
+        pairRange = range;
     }
     if (!encoderOnly) {
         wideTable.resize(size_t{1} << tableBits);
@@ -204,7 +248,7 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(int 
         return false;
     codeLengths.resize(symbolCount);
     ComputeCodeLengths(count, frequencies, limit, codeLengths.data(), lengthWork);
-    return BuildFromLengths(count, codeLengths.data(), encoderOnly);
+    return BuildTables(codeLengths.data(), encoderOnly, SuitingRange(frequencies));
 }
 
 template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;

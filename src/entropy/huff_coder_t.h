@@ -6,6 +6,7 @@
 #include "entropy/encode_table.h"
 #include "entropy/huff_coder.h"
 
+#include <optional>
 #include <type_traits>
 #include <vector>
 
@@ -48,9 +49,12 @@ class HuffCoderT : public HuffCoder
     explicit HuffCoderT(Speed speed) : fast(speed == Speed::Fast) {}
 
   private:
+    /// BuildFromLengths for the right number of lengths.
+    bool BuildTables(const uint32_t* lengths, bool encoderOnly, PairRange range);
+
     const bool fast;
-    bool pairTableReady = false; ///< the pair table belongs to the current code
-    bool wideTableReady = false; ///< so does the wide table
+    std::optional<PairRange> pairRange; ///< rows of the pair table that belong to the current code
+    bool wideTableReady = false;        ///< the wide table belongs to it
     std::vector<uint32_t> codeLengths;
     std::vector<CodeEntry> encodeTable;
     std::vector<PairEntry> pairTable;

@@ -12,7 +12,7 @@ TEST(PairTable, ARowIsTheFirstCodeWithTheSecondBehindIt)
     codes[9] = {0b0001, 4};
     for (const PairTableForm& form : kFillPairTableForms) {
         std::vector<PairEntry> pairs(kPairRows);
-        form.run(codes.data(), pairs.data());
+        form.run(codes.data(), pairs.data(), PairRange::All);
         EXPECT_EQ(pairs[9 * 256 + 3].code, 0b1010001U) << form.name;
         EXPECT_EQ(pairs[9 * 256 + 3].length, 7U) << form.name;
         EXPECT_EQ(pairs[3 * 256 + 9].code, 0b0001101U) << form.name;
@@ -23,6 +23,7 @@ TEST(PairTable, ARowIsTheFirstCodeWithTheSecondBehindIt)
 
 TEST(PairTable, EveryFormGivesTheRowsOfTheScalarForm)
 {
+    constexpr PairEntry kUntouched = {0xA5A5A5A5, 0xA5A5A5A5};
     std::mt19937 random(TestSeed());
     for (int round = 0; round < 20; ++round) {
         std::vector<CodeEntry> codes(256);
@@ -30,21 +31,41 @@ TEST(PairTable, EveryFormGivesTheRowsOfTheScalarForm)
             code.length = static_cast<uint16_t>(1 + Below(random, 12));
             code.code = static_cast<uint16_t>(Below(random, 1U << code.length));
         }
-        std::vector<PairEntry> expected(kPairRows);
-        kFillPairTableForms[0].run(codes.data(), expected.data());
-        for (uint32_t row = 0; row < kPairRows; ++row) {
-            const CodeEntry first = codes[row % 256];
-            const CodeEntry second = codes[row / 256];
-            ASSERT_EQ(expected[row].code, (uint32_t{first.code} << second.length) + second.code);
-            ASSERT_EQ(expected[row].length, uint32_t{first.length} + second.length);
-        }
-        for (const PairTableForm& form : kFillPairTableForms) {
-            std::vector<PairEntry> actual(kPairRows, PairEntry{0xA5A5A5A5, 0xA5A5A5A5});
-            form.run(codes.data(), actual.data());
-            for (size_t row = 0; row < kPairRows; ++row) {
-                ASSERT_EQ(actual[row].code, expected[row].code) << form.name << " row " << row;
-                ASSERT_EQ(actual[row].length, expected[row].length) << form.name << " row " << row;
+        for (const PairRange range : {PairRange::All, PairRange::Core}) {
+            std::vector<PairEntry> expected(kPairRows, kUntouched);
+            kFillPairTableForms[0].run(codes.data(), expected.data(), range);
+            for (uint32_t row = 0; row < kPairRows; ++row) {
+                const uint32_t first = row % 256;
+                const uint32_t second = row / 256;
+                const auto isCore = [](uint32_t symbol) { return symbol <= 63 || symbol >= 256 - 64; };
+                if (range == PairRange::Core && !(isCore(first) && isCore(second))) {
+                    ASSERT_EQ(expected[row].code, kUntouched.code);
+                    ASSERT_EQ(expected[row].length, kUntouched.length);
+                    continue;
+                }
+                ASSERT_EQ(expected[row].code,
+                          (uint32_t{codes[first].code} << codes[second].length) + codes[second].code);
+                ASSERT_EQ(expected[row].length, uint32_t{codes[first].length} + codes[second].length);
+            }
+            for (const PairTableForm& form : kFillPairTableForms) {
+                std::vector<PairEntry> actual(kPairRows, kUntouched);
+                form.run(codes.data(), actual.data(), range);
+                for (size_t row = 0; row < kPairRows; ++row) {
+                    ASSERT_EQ(actual[row].code, expected[row].code) << form.name << " row " << row;
+                    ASSERT_EQ(actual[row].length, expected[row].length) << form.name << " row " << row;
+                }
             }
         }
     }
+}
+
+TEST(PairTable, EightSymbolsAreOfTheCoreIfEachIs)
+{
+    for (int place = 0; place < 64; place += 8)
+        for (int symbol = 0; symbol < 256; ++symbol)
+            for (const uint64_t others : {uint64_t{0}, ~uint64_t{0}}) {
+                const uint64_t word = (others & ~(uint64_t{255} << place)) | static_cast<uint64_t>(symbol)
+                                                                                 << place;
+                ASSERT_EQ(AreCoreSymbols(word), symbol <= 63 || symbol >= 192) << symbol << " at " << place;
+            }
 }

@@ -192,6 +192,29 @@ TEST(HuffCoder, AReaderOfTheNextCodeDoesNotWriteWithThePairsOfTheLast)
     EXPECT_EQ(EncodeAll(coder, symbols), BitByBitCoder(first).Encode(symbols));
 }
 
+// Counts of small planes get a pair table of the symbols around 0 only; whatever else comes is written all the same.
+TEST(HuffCoder, SymbolsOutsideTheCoreAreWrittenWithEveryPairTable)
+{
+    std::mt19937 random(TestSeed());
+    for (const uint64_t scale : {uint64_t{1}, uint64_t{100'000}}) {
+        Counts counts{};
+        for (size_t symbol = 0; symbol < 256; ++symbol)
+            counts[symbol] = symbol < 40 || symbol > 215 ? scale * (1 + Below(random, 50)) : 0;
+        HuffCoder8 coder;
+        ASSERT_TRUE(coder.BuildFromFrequencies(256, counts.data(), true));
+        Lengths lengths;
+        std::ranges::copy(coder.GetCodeLengths(), lengths.begin());
+        const BitByBitCoder reference(lengths);
+        for (const uint32_t outside : {0U, 1U, 8U, 64U}) { // of 64 symbols
+            Bytes symbols(1000);
+            for (uint8_t& symbol : symbols)
+                symbol = static_cast<uint8_t>(Below(random, 64) < outside ? Below(random, 256)
+                                                                          : Below(random, 40));
+            ASSERT_EQ(EncodeAll(coder, symbols), reference.Encode(symbols)) << scale << ", " << outside;
+        }
+    }
+}
+
 TEST(HuffCoder, LengthsThatAreNoCodeLeaveTheTablesAlone)
 {
     std::mt19937 random(TestSeed());
