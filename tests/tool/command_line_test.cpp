@@ -21,7 +21,8 @@ TEST_F(CommandLine, HelpAndVersionSucceed)
 {
     EXPECT_EQ(RunGood({"--version"}), "orvane 2.4.1\n");
     const std::string help = RunGood({"--help"});
-    for (const char* command : {"encode", "decode", "info", "verify", "config"}) {
+    for (const char* command :
+         {"encode", "decode", "info", "verify", "inspect", "plot", "repair", "config"}) {
         EXPECT_NE(help.find(command), std::string::npos);
         EXPECT_NE(RunGood({command, "--help"}).find("Usage: orvane " + std::string(command)),
                   std::string::npos);
@@ -46,11 +47,22 @@ TEST_F(CommandLine, WrongUsageIsOneLineAndCode2)
         {"encode", "a.y4m", "-o", "b.mkv"},
         {"decode", "a.avi"},
         {"info"},
+        {"inspect", "a.avi", "-o", "b.png"},
+        {"inspect", "a.avi", "--frame", "-1", "-o", "b.png"},
+        {"inspect", "a.avi", "--frame", "x", "-o", "b.png"},
+        {"inspect", "a.avi", "--frame", "0", "-o", "b.jpg"},
+        {"plot", "a.avi"},
+        {"plot", "a.avi", "-o", "b.png"},
+        {"repair", "a.avi"},
+        {"repair", "a.avi", "-o", "b.mkv"},
         {"config", "frobnicate"},
         {"config", "get"},
         {"config", "set", "EnableCodecLog"}};
     for (const auto& line : lines)
         ExpectError(Run(line), 2, "");
+    ExpectError(Run({"frobnicate", "x"}), 2, "there is no command frobnicate");
+    ExpectError(Run({}), 2, "a command is missing");
+    ExpectError(Run({"encode", Name("."), "-o", Name("b.avi")}), 2, "this is a folder");
     RunGood({"-q", "info", Name("clip.avi")});
     RunGood({"info", Name("clip.avi"), "-q"});
 }

@@ -2,10 +2,22 @@
 
 #include "commands/command.h"
 
+#include <algorithm>
 #include <new>
 #include <ostream>
 
 namespace {
+
+constexpr char kSeeHelp[] = "see orvane --help and orvane COMMAND --help";
+constexpr char kFooter[] = R"(
+Examples:
+  orvane encode clip.y4m -o clip.avi --verify
+  orvane decode clip.avi -o shot_%04d.png --frames 10-19
+  orvane verify clip.avi
+
+orvane COMMAND --help tells the options of a command.
+Exit codes: 0 done; 1 an error, damage found or a difference; 2 wrong usage;
+3 done as far as a damaged input allowed.)";
 
 /// Parses and gives the action. Help and version are actions too.
 Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& context)
@@ -18,9 +30,15 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
     // Names may begin with a slash. Commands inherit this, so that it comes before them.
     app.allow_windows_style_options(false);
     app.fallthrough();
-    for (const auto add :
-         {AddEncodeCommand, AddDecodeCommand, AddInfoCommand, AddVerifyCommand, AddConfigCommand})
+    for (const auto add : {AddEncodeCommand, AddDecodeCommand, AddInfoCommand, AddVerifyCommand,
+                           AddInspectCommand, AddPlotCommand, AddRepairCommand, AddConfigCommand})
         add(app, action);
+    app.footer(kFooter);
+    const auto command =
+        std::ranges::find_if(arguments, [](const auto& text) { return !text.starts_with('-'); });
+    const auto isCommand = [&](const CLI::App* known) { return known->get_name() == *command; };
+    if (command != arguments.end() && std::ranges::none_of(app.get_subcommands(nullptr), isCommand))
+        throw UsageError("there is no command " + *command, "", kSeeHelp);
     try {
         app.parse(
             std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them from the back
@@ -28,7 +46,7 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
         app.exit(request, context.out, context.err);
         return [](ToolContext&) { return ExitCode::Done; };
     } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what(), "", "see orvane --help and orvane COMMAND --help");
+        throw UsageError(arguments.empty() ? "a command is missing" : error.what(), "", kSeeHelp);
     }
     return action;
 }

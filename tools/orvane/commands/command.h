@@ -16,6 +16,9 @@ void AddEncodeCommand(CLI::App& app, Action& action);
 void AddDecodeCommand(CLI::App& app, Action& action);
 void AddInfoCommand(CLI::App& app, Action& action);
 void AddVerifyCommand(CLI::App& app, Action& action);
+void AddInspectCommand(CLI::App& app, Action& action);
+void AddPlotCommand(CLI::App& app, Action& action);
+void AddRepairCommand(CLI::App& app, Action& action);
 void AddConfigCommand(CLI::App& app, Action& action);
 
 /// Adds --threads, 0 to 64.

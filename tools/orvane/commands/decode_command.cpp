@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "counted.h"
 #include "files/open_files.h"
 #include "files/output_file.h"
 #include "files/video_stream.h"
@@ -140,10 +141,8 @@ class Decoding
                             options.input, "in their place stands the picture before", ExitCode::DonePartly);
         }
         if (file.cut && range.end == stream.FrameCount())
-            throw ToolError(
-                "the file is cut off behind its first " + std::to_string(stream.FrameCount()) + " frames",
-                options.input, "all " + std::to_string(range.Count()) + " frames before were decoded",
-                ExitCode::DonePartly);
+            throw ToolError("the file is cut off behind its first " + Counted(stream.FrameCount(), "frame"),
+                            options.input, "what was wanted of them was decoded", ExitCode::DonePartly);
         return ExitCode::Done;
     }
 

@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "counted.h"
 #include "files/avi_records.h"
 #include "files/avi_writer.h"
 #include "files/byte_source.h"
@@ -80,12 +81,14 @@ Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
     const int down = std::max(format.vertical, info.layout->vertical) * (interlaced ? 2 : 1);
     if (info.width < 4 || info.height < 4 || info.width % across != 0 || info.height % down != 0) {
         const std::string kind = std::string(interlaced ? "interlaced " : "") + format.text;
-        throw ToolError("a size of " + std::to_string(info.width) + "x" + std::to_string(info.height) +
-                            " does not fit " + kind,
-                        input,
-                        "the width must be a multiple of " + std::to_string(across) + ", the height of " +
-                            std::to_string(down) + ", both at least 4" +
-                            (interlaced ? "; --no-interlaced halves the second" : ""));
+        const std::string multiples = across * down == 1
+                                          ? "width and height must be"
+                                          : "the width must be a multiple of " + std::to_string(across) +
+                                                ", the height of " + std::to_string(down) + ", both";
+        throw ToolError(
+            "a size of " + std::to_string(info.width) + "x" + std::to_string(info.height) + " does not fit " +
+                kind,
+            input, multiples + " at least 4" + (interlaced ? "; --no-interlaced halves the second" : ""));
     }
     const std::string setting = FourCCText(format.fourcc) + ".InputColorSpace";
     if (settings.Read(format.fourcc, "InputColorSpace") != 0xFFFFFFFF)
@@ -218,9 +221,9 @@ class Encoding
     void Summarise(const Progress& progress)
     {
         const VideoInfo& info = source->Info();
-        context.out << options.output << ": " << progress.Frames() << " frames, " << info.width << "x"
-                    << info.height << " " << format->text << ", " << progress.CompressedBytes() << " of "
-                    << progress.RawBytes() << " bytes, ratio " << std::fixed << std::setprecision(2)
+        context.out << options.output << ": " << Counted(progress.Frames(), "frame") << ", " << info.width
+                    << "x" << info.height << " " << format->text << ", " << progress.CompressedBytes()
+                    << " of " << progress.RawBytes() << " bytes, ratio " << std::fixed << std::setprecision(2)
                     << Ratio(progress.RawBytes(), progress.CompressedBytes()) << std::defaultfloat << '\n';
         if (check)
             context.out << "verified: every frame decodes to what was coded\n";

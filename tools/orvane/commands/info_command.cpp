@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "counted.h"
 #include "files/fourcc.h"
 #include "files/frame_structure.h"
 #include "files/video_stream.h"
@@ -85,7 +86,7 @@ std::string FileText(const AviFile& file)
 {
     std::string text = file.cut ? "cut off" : "complete";
     if (file.brokenPlaces > 0)
-        text += ", broken in " + std::to_string(file.brokenPlaces) + " places";
+        text += ", broken in " + Counted(file.brokenPlaces, "place");
     switch (file.index) {
     case AviIndexState::None:
         return text + ", without index";
@@ -128,7 +129,7 @@ std::string ChecksumText(const StreamFacts& facts)
     const std::string damaged = stored.unreadable ? "damaged" : "";
     if (!stored.table)
         return stored.unreadable ? damaged : "none";
-    return "of " + std::to_string(stored.table->Count()) + " frames, their bands and blocks" +
+    return "of " + Counted(stored.table->Count(), "frame") + ", with bands and blocks" +
            (stored.unreadable ? ", others damaged" : "");
 }
 

@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "counted.h"
 #include "files/open_files.h"
 #include "files/video_stream.h"
 #include "host/frame_check.h"
@@ -33,8 +34,8 @@ class Verification
         else
             CompareFrames();
         if (faults > 0)
-            throw ToolError(std::to_string(faults) + (faults == 1 ? " fault found" : " faults found"),
-                            options.input, "see the lines on standard output");
+            throw ToolError(Counted(faults, "fault") + " found", options.input,
+                            "see the lines on standard output");
         return ExitCode::Done;
     }
 
@@ -53,9 +54,9 @@ class Verification
     {
         const AviFile& file = stream.File();
         if (file.cut)
-            Report("the file is cut off behind its first " + std::to_string(stream.FrameCount()) + " frames");
+            Report("the file is cut off behind its first " + Counted(stream.FrameCount(), "frame"));
         if (file.brokenPlaces > 0)
-            Report("the chain of chunks is broken in " + std::to_string(file.brokenPlaces) + " places");
+            Report("the chain of chunks is broken in " + Counted(file.brokenPlaces, "place"));
         if (file.index == AviIndexState::Wrong && !file.cut)
             Report("the index does not fit the frames");
     }
@@ -108,10 +109,11 @@ class Verification
             progress.Add(picture.size(), frame.size());
         }
         if (number != stream.FrameCount())
-            Report("the source has " + std::to_string(number) + " frames, the file " +
+            Report("the source has " + Counted(number, "frame") + ", the file " +
                    std::to_string(stream.FrameCount()));
         if (faults == 0)
-            context.out << number << " frames are identical with " << options.against << '\n';
+            context.out << Counted(number, "frame") << (number == 1 ? " is" : " are") << " identical with "
+                        << options.against << '\n';
     }
 
     /// The stream does not tell how chroma was subsampled: if the first frame fits with the other way, that

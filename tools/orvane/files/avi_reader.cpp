@@ -17,11 +17,6 @@ constexpr uint32_t kOurFourCCs[] = {FourCC("O8RG"), FourCC("O8RA"), FourCC("O8YA
 constexpr uint32_t kMagic = FourCC("ORVN");
 constexpr uint32_t kMaxStreams = 100; // chunk ids have two digits for the number
 
-constexpr bool IsDigit(uint32_t c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /// Four printable characters. The magic of a frame is none: whoever meets it as an id has been led into a
 /// payload.
 constexpr bool IsPlausibleId(uint32_t id)
@@ -41,19 +36,17 @@ constexpr bool IsSteppedInto(uint32_t id, uint32_t type)
                                 type == avi::kMovi || type == avi::kRec);
 }
 
-constexpr std::optional<uint32_t> StreamOfDigits(uint32_t digits)
+/// A chunk that describes the stream in whose list it stands.
+constexpr bool DescribesStream(uint32_t id)
 {
-    const uint32_t tens = digits & 0xFF, ones = digits >> 8 & 0xFF;
-    if (!IsDigit(tens) || !IsDigit(ones))
-        return std::nullopt;
-    return (tens - '0') * 10 + (ones - '0');
+    return id == avi::kStrh || id == avi::kStrf || id == avi::kStrd || id == avi::kStrn || id == avi::kVprp;
 }
 
 /// The stream whose video frame a chunk of this id is.
 constexpr std::optional<uint32_t> StreamOfFrame(uint32_t id)
 {
     const uint32_t kind = id >> 16;
-    return kind == ('d' | 'c' << 8) || kind == ('d' | 'b' << 8) ? StreamOfDigits(id) : std::nullopt;
+    return kind == ('d' | 'c' << 8) || kind == ('d' | 'b' << 8) ? avi::StreamOfDigits(id) : std::nullopt;
 }
 
 class AviWalk
@@ -75,6 +68,7 @@ class AviWalk
     Header ReadHeader(uint64_t at) const;
     void StepInto(uint64_t at, const Header& header);
     void Take(const AviChunk& chunk);
+    void TakeDescription(const AviChunk& chunk);
     void TakeStreamHeader(const AviChunk& chunk);
     void TakeStreamFormat(const AviChunk& chunk);
     uint32_t TakeWord(const AviChunk& chunk) const;
@@ -158,6 +152,18 @@ void AviWalk::TakeStreamFormat(const AviChunk& chunk)
     file.stream = static_cast<int>(places.stream);
 }
 
+void AviWalk::TakeDescription(const AviChunk& chunk)
+{
+    if (chunk.id == avi::kStrh)
+        TakeStreamHeader(chunk);
+    if (chunk.id == avi::kStrf)
+        TakeStreamFormat(chunk);
+    if (streams == 0 || streams > kMaxStreams)
+        return;
+    file.streams.resize(streams);
+    file.streams.back().push_back(chunk);
+}
+
 /// The first word of a chunk, 0 when it has none.
 uint32_t AviWalk::TakeWord(const AviChunk& chunk) const
 {
@@ -173,18 +179,16 @@ void AviWalk::Take(const AviChunk& chunk)
     const bool isSegmentIndex = (chunk.id & 0xFFFF) == ('i' | 'x' << 8);
     const bool isOurStreamsHeader = !inMovi && found && streams == places.stream + 1;
 
-    if (lastIsFrame)
+    if (!inMovi && DescribesStream(chunk.id))
+        TakeDescription(chunk);
+    else if (lastIsFrame)
         file.frames.push_back({chunk.offset, chunk.size});
-    else if (isSegmentIndex && inMovi && StreamOfDigits(chunk.id >> 16) == places.stream)
+    else if (isSegmentIndex && inMovi && avi::StreamOfDigits(chunk.id >> 16) == places.stream)
         places.segmentIndexes.push_back(chunk);
     else if (chunk.id == avi::kIdx1 && places.oldIndex.empty())
         places.oldIndex.push_back(chunk);
     else if (chunk.id == avi::kIndx && isOurStreamsHeader && places.superIndex.empty())
         places.superIndex.push_back(chunk);
-    else if (chunk.id == avi::kStrh && !inMovi)
-        TakeStreamHeader(chunk);
-    else if (chunk.id == avi::kStrf && !inMovi)
-        TakeStreamFormat(chunk);
     else if (chunk.id == avi::kDmlh && !inMovi)
         promisedFrames = TakeWord(chunk);
     else if (chunk.id != avi::kJunk && chunk.id != avi::kAvih)

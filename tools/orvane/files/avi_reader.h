@@ -39,7 +39,10 @@ struct AviFile {
     Rational rate;                   ///< 25/1 when the file has none
     int stream = 0;                  ///< number of the stream in the file, from 0
     std::vector<AviFrame> frames;    ///< in playing order, all inside the file
-    std::vector<AviChunk> others; ///< chunks and lists that are no part of this stream's video, in file order
+    /// By stream number what describes the streams: strh, strf, strd, strn, vprp as they stand.
+    std::vector<std::vector<AviChunk>> streams;
+    std::vector<AviChunk>
+        others; ///< other chunks and lists that are no part of this stream's video, in file order
     AviIndexState index = AviIndexState::None;
     bool cut = false;          ///< the file ends before what it promises
     uint32_t brokenPlaces = 0; ///< places where the chain of chunks was broken

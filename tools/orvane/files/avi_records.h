@@ -11,6 +11,7 @@
 #include "files/fourcc.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace avi {
 
@@ -50,6 +51,13 @@ inline constexpr uint8_t kIndexOfChunks = 1;
 /// Bit 31 of a size in ix00: the frame is no key frame.
 inline constexpr uint32_t kIndexSizeMask = 0x7FFFFFFF;
 inline constexpr uint32_t kKeyFrame = 0x10; ///< flag in idx1
+
+/// The number that two characters of a chunk id write, first character in the lowest byte.
+constexpr std::optional<uint32_t> StreamOfDigits(uint32_t digits)
+{
+    const uint32_t tens = (digits & 0xFF) - '0', ones = (digits >> 8 & 0xFF) - '0';
+    return tens < 10 && ones < 10 ? std::optional(tens * 10 + ones) : std::nullopt;
+}
 
 /// Chunks are padded to even sizes.
 constexpr uint64_t Padded(uint64_t size)

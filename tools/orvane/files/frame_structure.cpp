@@ -3,14 +3,20 @@
 #include "files/little_endian.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace {
 
 constexpr uint64_t kMaxBlocks = 1 << 20;
 
-/// Why a frame does not belong to a stream; nothing when it does. The header's version may differ from the
-/// record's.
+FrameStructure Faulty(std::string fault)
+{
+    FrameStructure structure;
+    structure.fault = std::move(fault);
+    return structure;
+}
+
+} // namespace
+
 std::optional<std::string> HeaderFault(const FrameHeader& header, const FrameHeader& record)
 {
     constexpr uint32_t kCompared = kFlagInterlaced | kFlagFullRange;
@@ -28,15 +34,6 @@ std::optional<std::string> HeaderFault(const FrameHeader& header, const FrameHea
         return "frame with other colour or interlace";
     return std::nullopt;
 }
-
-FrameStructure Faulty(std::string fault)
-{
-    FrameStructure structure;
-    structure.fault = std::move(fault);
-    return structure;
-}
-
-} // namespace
 
 std::array<uint64_t, 4> FrameStructure::CountPredictors() const
 {

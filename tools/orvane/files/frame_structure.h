@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,10 @@ struct FrameStructure {
     std::array<uint64_t, 4> CountPredictors() const;
     uint64_t CountRaw() const;
 };
+
+/// Why a frame with this header does not belong to a stream with this record; nothing when it does. The versions
+/// may differ.
+std::optional<std::string> HeaderFault(const FrameHeader& header, const FrameHeader& record);
 
 /// Reads header, offset table and block heads, no more. Nothing outside offset .. offset + size is looked at.
 /// record  of the stream

@@ -65,6 +65,8 @@ std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::stri
     case FileKind::Unknown:
         break;
     }
+    if (std::error_code ignored; std::filesystem::is_directory(PathOf(name), ignored))
+        throw UsageError("this is a folder", name, "name its pictures by a pattern, as FOLDER/%04d.png");
     throw UsageError("this is no kind of input", name,
                      "give .y4m, .png, .ppm, .pgm, - or raw frames with --raw");
 }

@@ -1,39 +1,24 @@
 #include "files/video_stream.h"
 
 #include "files/avi_records.h"
+#include "files/bitmap_info.h"
 #include "files/fourcc.h"
 #include "files/little_endian.h"
 #include "files/y4m_header.h"
 #include "tool_error.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
 constexpr uint32_t kMaxY4mFields = 256;
 
-template <class T>
-void SetField(std::vector<uint8_t>& bytes, size_t offset, T value)
+std::vector<uint8_t> UsableBitmapInfo(const AviFile& file, const std::string& name)
 {
-    std::memcpy(bytes.data() + offset, &value, sizeof value);
-}
-
-/// The length of the record comes from the chunk: tools rewrite the header's own size to 40. A chunk that is
-/// longer than the record says is cut to the record.
-std::vector<uint8_t> PutRight(std::vector<uint8_t> bitmapInfo, uint32_t handler, const std::string& name)
-{
-    constexpr size_t kHead = avi::kBitmapHeaderSize;
-    if (bitmapInfo.size() < kHead + kFrameHeaderSize || !HasMagic(bitmapInfo.data() + kHead))
-        throw ToolError("the stream has no configuration record", name, "its head was damaged or rewritten");
-    const uint32_t recordSize = ReadHeader(bitmapInfo.data() + kHead).headerSize;
-    if (recordSize >= kFrameHeaderSize && recordSize < bitmapInfo.size() - kHead)
-        bitmapInfo.resize(kHead + recordSize);
-    SetField(bitmapInfo, 0, static_cast<uint32_t>(bitmapInfo.size()));
-    if (const auto compression = Get<uint32_t>(bitmapInfo, 16);
-        compression != UpperFourCC(compression) || !IsOurFourCC(compression))
-        SetField(bitmapInfo, 16, UpperFourCC(IsOurFourCC(compression) ? compression : handler));
-    return bitmapInfo;
+    if (!RecordIn(file.bitmapInfo))
+        throw ToolError("the stream has no configuration record", name,
+                        "orvane repair can take it from the frames");
+    return PutRight(file.bitmapInfo, file.handler);
 }
 
 } // namespace
@@ -44,7 +29,7 @@ VideoStream::VideoStream(const std::filesystem::path& path)
 
 VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
     : source(std::move(source_)), name(std::move(name_)), file(ReadAvi(*source, name)),
-      bitmapInfo(PutRight(file.bitmapInfo, file.handler, name)),
+      bitmapInfo(UsableBitmapInfo(file, name)),
       record(ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize)),
       format(FindCompressedFormat(record.formatCode))
 {

@@ -1,5 +1,6 @@
 #include "host/frame_check.h"
 
+#include "counted.h"
 #include "files/frame_structure.h"
 #include "host/private_settings.h"
 
@@ -142,11 +143,12 @@ std::string FrameCheck::RowsText(const FrameChecksums& expected) const
 
 std::string FrameCheck::Summary() const
 {
-    const std::string sound = std::to_string(stream.FrameCount()) + " frames are sound";
+    const bool one = stream.FrameCount() == 1;
+    const std::string sound = Counted(stream.FrameCount(), "frame") + (one ? " is sound" : " are sound");
     if (!table)
         return sound + "; there are no checksums, so this is the structure alone";
     if (unknown == 0)
-        return sound + " and match their checksums";
-    return sound + "; " + std::to_string(matched) + " match their checksums, " + std::to_string(unknown) +
-           (unknown == 1 ? " has none: of it" : " have none: of them") + " the structure alone was checked";
+        return sound + (one ? " and matches its checksums" : " and match their checksums");
+    return sound + "; with checksums that match: " + std::to_string(matched) +
+           ", without any, so that the structure alone was checked: " + std::to_string(unknown);
 }

@@ -1,0 +1,171 @@
+#include "files/avi_repair.h"
+
+#include "counted.h"
+#include "files/avi_records.h"
+#include "files/avi_writer.h"
+#include "files/bitmap_info.h"
+#include "files/fourcc.h"
+#include "files/frame_structure.h"
+#include "files/little_endian.h"
+#include "files/pixel_layout.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr size_t kMaxDescription = 1 << 20; // bytes that describe one stream
+constexpr uint64_t kMaxExtras = 1 << 30;    // what the writer takes
+constexpr size_t kNamedFrames = 8;
+
+bool IsIndex(uint32_t id)
+{
+    return id == avi::kIdx1 || id == avi::kIndx ||
+           ((id & 0xFFFF) == ('i' | 'x' << 8) && avi::StreamOfDigits(id >> 16));
+}
+
+/// Chunks of the head that are made anew wherever they stand.
+bool IsHead(uint32_t id)
+{
+    return id == avi::kAvih || id == avi::kDmlh || id == avi::kStrh || id == avi::kStrf;
+}
+
+} // namespace
+
+AviRepair::AviRepair(const ByteSource& source_, const std::string& name)
+    : source(source_), file(ReadAvi(source, name))
+{
+    DescribeStreams(name);
+    SortOthers();
+    NoteState();
+}
+
+void AviRepair::Run(ByteSink& sink, const std::function<void(uint32_t)>& progress)
+{
+    AviWriter writer(sink, format);
+    WriteStreams(writer, progress);
+    NoteDamagedFrames();
+    writer.Finish(ReadExtras());
+}
+
+void AviRepair::DescribeStreams(const std::string& name)
+{
+    format.bitmapInfo = RebuildBitmapInfo(source, file, name, changes);
+    record = *RecordIn(format.bitmapInfo);
+    format.handler = Get<uint32_t>(format.bitmapInfo, 16);
+    if (file.handler != format.handler)
+        changes.push_back(file.handler == 0
+                              ? "the stream header named no codec"
+                              : "the stream header named the codec " + FourCCText(file.handler));
+    format.width = static_cast<int>(record.width);
+    format.height = static_cast<int>(record.height);
+    format.rate = file.rate;
+    format.number = static_cast<uint32_t>(file.stream);
+    for (size_t i = 0; i < file.streams.size(); ++i)
+        if (i == format.number)
+            format.chunks = Describe(i, false);
+        else
+            format.others.push_back({ReadHeaderOf(i), Describe(i, true)});
+}
+
+std::vector<uint8_t> AviRepair::ReadHeaderOf(size_t stream) const
+{
+    const auto& chunks = file.streams[stream];
+    const auto header = std::ranges::find(chunks, avi::kStrh, &AviChunk::id);
+    return header == chunks.end() ? std::vector<uint8_t>{}
+                                  : source.ReadBytes(header->offset, std::min<size_t>(header->size, 256));
+}
+
+/// What stands behind strh in the list of a stream.
+std::vector<uint8_t> AviRepair::Describe(size_t stream, bool withFormat) const
+{
+    std::vector<uint8_t> bytes;
+    for (const AviChunk& chunk : file.streams[stream]) {
+        if (chunk.id == avi::kStrh || (chunk.id == avi::kStrf && !withFormat) ||
+            bytes.size() + chunk.size > kMaxDescription)
+            continue;
+        Put<uint32_t>(bytes, chunk.id);
+        Put<uint32_t>(bytes, chunk.size);
+        PutBytes(bytes, source.ReadBytes(chunk.offset, chunk.size));
+        if (chunk.size % 2 != 0)
+            bytes.push_back(0);
+    }
+    return bytes;
+}
+
+/// Which of the other chunks belong to streams, and which stand by themselves.
+void AviRepair::SortOthers()
+{
+    const size_t streams = format.others.size() + 1;
+    uint64_t bytes = 0;
+    for (const AviChunk& chunk : file.others) {
+        const auto stream = avi::StreamOfDigits(chunk.id);
+        if (IsIndex(chunk.id) || IsHead(chunk.id) ||
+            (stream && *stream == static_cast<uint32_t>(file.stream)))
+            continue;
+        if (stream && *stream < streams) {
+            streamChunks.push_back(chunk);
+        } else if (bytes + chunk.size <= kMaxExtras) {
+            bytes += chunk.size;
+            extras.push_back(chunk);
+        } else {
+            losses.push_back("a chunk " + FourCCText(chunk.id) + " of " + Counted(chunk.size, "byte") +
+                             " was left out");
+        }
+    }
+}
+
+void AviRepair::NoteState()
+{
+    if (file.index == AviIndexState::None)
+        changes.push_back("there was no index");
+    if (file.index == AviIndexState::Wrong)
+        changes.push_back("the index did not fit the frames");
+    if (file.cut)
+        losses.push_back("the file was cut off behind its first " + Counted(file.frames.size(), "frame"));
+    if (file.brokenPlaces > 0)
+        losses.push_back("the chain of chunks was broken in " + Counted(file.brokenPlaces, "place"));
+}
+
+/// Frames in playing order; each chunk of another stream stays before the frame that it stood before.
+void AviRepair::WriteStreams(AviWriter& writer, const std::function<void(uint32_t)>& progress)
+{
+    size_t next = 0;
+    const auto writeUpTo = [&](uint64_t offset) {
+        for (; next < streamChunks.size() && streamChunks[next].offset < offset; ++next) {
+            const AviChunk& chunk = streamChunks[next];
+            writer.WriteOther(*avi::StreamOfDigits(chunk.id), chunk.id >> 16,
+                              source.ReadBytes(chunk.offset, chunk.size));
+        }
+    };
+    for (const AviFrame& frame : file.frames) {
+        writeUpTo(frame.offset);
+        writer.WriteFrame(source.ReadBytes(frame.offset, frame.size));
+        progress(frame.size);
+    }
+    writeUpTo(UINT64_MAX);
+}
+
+void AviRepair::NoteDamagedFrames()
+{
+    const int planes = FindCompressedFormat(record.formatCode)->planes;
+    size_t damaged = 0;
+    for (size_t number = 0; number < file.frames.size(); ++number) {
+        const AviFrame& frame = file.frames[number];
+        if (frame.size == 0)
+            continue;
+        const FrameStructure structure = ReadFrameStructure(source, frame.offset, frame.size, record, planes);
+        if (!structure.fault.empty() && damaged++ < kNamedFrames)
+            losses.push_back("frame " + std::to_string(number) +
+                             " is damaged and stays as it is: " + structure.fault);
+    }
+    if (damaged > kNamedFrames)
+        losses.push_back(Counted(damaged - kNamedFrames, "further frame") + " damaged and left as they are");
+}
+
+std::vector<AviExtraChunk> AviRepair::ReadExtras() const
+{
+    std::vector<AviExtraChunk> read;
+    for (const AviChunk& chunk : extras)
+        read.push_back({chunk.id, source.ReadBytes(chunk.offset, chunk.size)});
+    return read;
+}

@@ -1,0 +1,51 @@
+// Writes an AVI file anew from what its frames say, with all other streams and texts that it has.
+#pragma once
+
+#include "common/frame_header.h"
+#include "files/avi_reader.h"
+#include "files/avi_writer.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+class AviRepair
+{
+  public:
+    /// source  of the file; outlives the object
+    /// name    of it, for errors
+    /// Throws ToolError when there is nothing to repair the file from.
+    AviRepair(const ByteSource& source, const std::string& name);
+
+    size_t FrameCount() const { return file.frames.size(); }
+    size_t OtherChunkCount() const { return streamChunks.size(); }
+
+    /// sink      empty
+    /// progress  called with the size of each frame that was written; may throw
+    /// Throws ToolError when the sink fails.
+    void Run(ByteSink& sink, const std::function<void(uint32_t size)>& progress);
+
+    /// What was wrong and is right in the new file.
+    const std::vector<std::string>& Changes() const { return changes; }
+    /// What could not be made whole.
+    const std::vector<std::string>& Losses() const { return losses; }
+
+  private:
+    void DescribeStreams(const std::string& name);
+    std::vector<uint8_t> ReadHeaderOf(size_t stream) const;
+    std::vector<uint8_t> Describe(size_t stream, bool withFormat) const;
+    void SortOthers();
+    void NoteState();
+    void WriteStreams(AviWriter& writer, const std::function<void(uint32_t)>& progress);
+    void NoteDamagedFrames();
+    std::vector<AviExtraChunk> ReadExtras() const;
+
+    const ByteSource& source;
+    AviFile file;
+    AviStreamFormat format; // of the new file
+    FrameHeader record{};
+    std::vector<AviChunk> streamChunks; // of other streams, in file order
+    std::vector<AviChunk> extras;       // that belong to no stream
+    std::vector<std::string> changes;
+    std::vector<std::string> losses;
+};
