@@ -70,6 +70,12 @@ orvane_tests(surroundings orvane_surroundings NEEDS orvane_library)
 orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(TARGET orvane_tool)
   orvane_tests(tool orvane_tool orvane_driver NEEDS orvane_program orvane_library)
+  orvane_tests(golden orvane_tool orvane_driver)
+  # Writes golden files that are new: tests/make_golden FOLDER.
+  add_executable(make_golden EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/tests/golden/generator/make_golden.cpp)
+  set_target_properties(make_golden PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_include_directories(make_golden PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(make_golden PRIVATE orvane_tool orvane_driver)
 
   # The driver's own code with its entry, in a program where memory can be made to run out.
   orvane_tests(reliability orvane_tool orvane_driver NEEDS orvane_program orvane_library)
