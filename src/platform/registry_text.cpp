@@ -194,10 +194,19 @@ void RegistryText::EnsureHeading()
 void RegistryText::InsertLine(size_t at, std::string text)
 {
     const std::string_view lineEnd = LineEnd();
-    // The last line of a file may have no end.
-    if (at > 0 && !lines[at - 1].text.ends_with('\n'))
-        lines[at - 1].text += lineEnd;
     text += lineEnd;
+    if (at > 0) {
+        // The last line of a file may have no end, and it may go on in a further line that is not there: an empty
+        // one keeps the new line from being taken for it.
+        std::string& before = lines[at - 1].text;
+        if (!before.ends_with('\n'))
+            before += lineEnd;
+        const std::string both = before + text;
+        std::string_view behind = both;
+        TakeRegistryLine(behind);
+        if (behind.size() < text.size())
+            before += lineEnd;
+    }
     std::string_view rest = text;
     lines.insert(lines.begin() + static_cast<ptrdiff_t>(at), TakeRegistryLine(rest));
 }

@@ -331,6 +331,25 @@ TEST(RegistryText, AnyBytesAreReadAndKept)
     }
 }
 
+TEST(RegistryText, NewLineBehindAValueWithoutItsContinuationIsNotTakenForIt)
+{
+    for (const std::string_view end : {"", "\n", "\r\n"})
+        for (const std::string_view data : {"hex:01,\\", "hex(b):03,zz\\", "hex:01,\\\n  02,\\"}) {
+            const std::string bytes = std::string(kSection) + "\"A\"=" + std::string(data) + std::string(end);
+            RegistryText text = RegistryText::FromBytes(bytes);
+            const auto before = text.Read(kKey, "A");
+            text.Write(kKey, "B", 7);
+            const RegistryText again = RegistryText::FromBytes(text.ToBytes());
+            EXPECT_EQ(again.Read(kKey, "B"), 7U) << bytes;
+            EXPECT_EQ(again.Read(kKey, "A"), before) << bytes;
+            // The same behind another key, which comes with a blank line of its own.
+            RegistryText other = RegistryText::FromBytes(bytes);
+            other.Write("HKEY_CURRENT_USER\\Else", "B", 8);
+            EXPECT_EQ(RegistryText::FromBytes(other.ToBytes()).Read("HKEY_CURRENT_USER\\Else", "B"), 8U)
+                << bytes;
+        }
+}
+
 TEST(RegistryText, RandomEditsAreThoseOfAMap)
 {
     std::mt19937 random(TestSeed());
