@@ -115,6 +115,18 @@ TEST(StillImage, EmptyDataChunksAreNoPartOfAPicture)
     EXPECT_NE(ErrorOf(bare).find("damaged"), std::string::npos);
 }
 
+TEST(StillImage, DataChunkThatPromisesMoreThanTheFileIsDamage)
+{
+    const VideoInfo info = InfoOf("RGBA", 9, 5);
+    Bytes png = EncodeStill(StillKind::Png, info, Pixels(info), "test");
+    const std::string dataName = "IDAT";
+    const auto data = std::search(png.begin(), png.end(), dataName.begin(), dataName.end());
+    *(data - 4) = 0x40; // a gibibyte
+    EXPECT_NE(ErrorOf(png).find("damaged"), std::string::npos);
+    *(data - 4) = 0x7F;
+    EXPECT_NE(ErrorOf(png).find("damaged"), std::string::npos);
+}
+
 TEST(StillImage, NoBytesHarmTheReader)
 {
     const uint32_t seed = TestSeed();

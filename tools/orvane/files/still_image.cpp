@@ -69,19 +69,23 @@ uint32_t BigEndian32(std::span<const uint8_t> bytes, size_t at)
            static_cast<uint32_t>(bytes[at + 2]) << 8 | bytes[at + 3];
 }
 
-/// The file without data chunks of no bytes: they are allowed, but the library copies the first one to memory that it
-/// has not taken yet.
-std::vector<uint8_t> WithoutEmptyData(std::span<const uint8_t> bytes)
+/// The file as the library can take it. Data chunks of no bytes are left out: they are allowed, but it copies the first
+/// one to memory that it has not taken yet. A data chunk that is longer than the file is damage: it would take memory
+/// for all that the chunk promises.
+std::vector<uint8_t> WithSoundData(std::span<const uint8_t> bytes, const std::string& name)
 {
     constexpr size_t kSignature = 8, kHead = 8, kChecksum = 4;
     std::vector<uint8_t> kept(bytes.begin(), bytes.begin() + kSignature);
-    for (std::span<const uint8_t> rest = bytes.subspan(kSignature); !rest.empty();) {
-        const uint64_t length = rest.size() < kHead ? 0 : BigEndian32(rest, 0);
+    std::span<const uint8_t> rest = bytes.subspan(kSignature);
+    for (bool ended = false; !ended && rest.size() >= kHead;) {
+        const uint64_t length = BigEndian32(rest, 0);
+        const bool isData = std::memcmp(rest.data() + 4, "IDAT", 4) == 0;
+        ended = std::memcmp(rest.data() + 4, "IEND", 4) == 0; // what follows is no part of the picture
+        if (isData && length > rest.size() - kHead)
+            FailDamaged(name);
         const auto chunk =
             rest.first(static_cast<size_t>(std::min<uint64_t>(kHead + length + kChecksum, rest.size())));
-        const bool isEmptyData =
-            rest.size() >= kHead && length == 0 && std::memcmp(rest.data() + 4, "IDAT", 4) == 0;
-        if (!isEmptyData)
+        if (!isData || length > 0)
             kept.insert(kept.end(), chunk.begin(), chunk.end());
         rest = rest.subspan(chunk.size());
     }
@@ -94,7 +98,7 @@ StillImage DecodePng(std::span<const uint8_t> file, const std::string& name)
     constexpr size_t kWidth = 16, kHeight = 20, kDepth = 24, kNeeded = 33;
     if (file.size() < kNeeded || file.size() > INT32_MAX)
         FailDamaged(name);
-    const std::vector<uint8_t> bytes = WithoutEmptyData(file);
+    const std::vector<uint8_t> bytes = WithSoundData(file, name);
     if (bytes.size() < kNeeded)
         FailDamaged(name);
     if (bytes[kDepth] > 8)
