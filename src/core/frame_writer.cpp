@@ -10,6 +10,9 @@ namespace {
 /// Zeroed behind the last block, so that a reader that loads whole words finds nothing odd.
 constexpr size_t kTailBytes = 15;
 
+/// A smaller frame is put together sooner than other threads are called.
+constexpr size_t kBytesWorthARun = 64 << 10;
+
 void StoreWord(uint8_t* at, size_t value)
 {
     const auto word = static_cast<uint32_t>(value);
@@ -40,15 +43,25 @@ uint32_t Orvane::FinalizeFrame(const CompressInfo& info)
 
     StoreWord(table, offset); // the first block's offset once more
     uint8_t* word = table;
-    for (const BlockInfo& block : blocks) {
+    for (BlockInfo& block : blocks) {
         word += sizeof(uint32_t);
         StoreWord(word, offset);
-        uint8_t* const out = table + offset;
+        block.dataOffset = offset;
+        offset += kBlockHeadBytes + block.compressedSize;
+    }
+    const auto copyBlock = [&](int index, int) {
+        const BlockInfo& block = blocks[static_cast<size_t>(index)];
+        uint8_t* const out = table + block.dataOffset;
         out[0] = block.flags;
         out[1] = static_cast<uint8_t>(block.predictor);
         std::memcpy(out + kBlockHeadBytes, block.compressed.data(), block.compressedSize);
-        offset += kBlockHeadBytes + block.compressedSize;
-    }
+    };
+    const auto count = static_cast<int>(blocks.size());
+    if (offset >= kBytesWorthARun)
+        pool.Run(count, copyBlock);
+    else
+        for (int index = 0; index < count; ++index)
+            copyBlock(index, 0);
     std::memset(table + offset, 0, kTailBytes);
 
     // Even sizes only. At an even end the last reported byte is one behind the zeros and stays as the buffer
