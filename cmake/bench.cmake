@@ -1,16 +1,16 @@
 # Benchmarks, in build/<preset>/bench. Built only when asked for.
 
 # orvane_bench, from bench/*.cpp: single stages, by Google Benchmark.
-find_package(benchmark REQUIRED)
-file(GLOB bench_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/bench/*.cpp)
-if(bench_sources)
+if(ORVANE_BENCH)
+  find_package(benchmark REQUIRED)
+  file(GLOB bench_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/bench/*.cpp)
   add_executable(orvane_bench EXCLUDE_FROM_ALL ${bench_sources})
   set_target_properties(orvane_bench PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
   target_include_directories(orvane_bench PRIVATE ${CMAKE_SOURCE_DIR}/bench)
   target_link_libraries(orvane_bench PRIVATE orvane_options orvane_driver orvane_core benchmark::benchmark benchmark::benchmark_main)
 endif()
 
-# orvane_codec_bench, from bench/codec: the driver as a whole. It loads the driver when it runs.
+# orvane_codec_bench, from bench/codec: the driver as a whole, on every system. It loads the driver when it runs.
 if(WIN32)
   set(bench_system windows)
 else()
@@ -44,10 +44,21 @@ function(orvane_bench_peer name header)
     target_link_libraries(orvane_codec_bench PRIVATE ${ORVANE_PEER_${name}_LIBRARY})
   endif()
 endfunction()
-if(NOT WIN32)
+if(ORVANE_BENCH)
   orvane_bench_peer(zstd zstd.h)
   orvane_bench_peer(lz4 lz4.h)
   orvane_bench_peer(charls charls/charls.h)
   orvane_bench_peer(jxl jxl/encode.h)
   orvane_bench_peer(x264 x264.h)
+endif()
+
+# orvane_bench_report, from bench/report: tables and plots of docs/performance.md.
+if(ORVANE_BENCH)
+  file(GLOB bench_report_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/bench/report/*.cpp)
+  add_executable(orvane_bench_report EXCLUDE_FROM_ALL ${bench_report_sources})
+  set_target_properties(orvane_bench_report PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
+  target_include_directories(orvane_bench_report PRIVATE ${CMAKE_SOURCE_DIR}/bench)
+  target_link_libraries(orvane_bench_report PRIVATE orvane_options orvane_third_party)
+  target_compile_definitions(orvane_bench_report PRIVATE
+    ORVANE_BENCH_COMPILER="${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}, ${CMAKE_CXX_FLAGS_RELEASE} -msse2")
 endif()

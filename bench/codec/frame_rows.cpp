@@ -154,6 +154,8 @@ void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan
         contestants.insert(contestants.end(), guests.contestants.begin(), guests.contestants.end());
         RoundOptions options = setup.rounds;
         options.rounds = (setup.rounds.rounds + sessions - 1) / sessions;
+        if (makeGuests)
+            options.batchSeconds /= 2; // guests are many and slow
         const std::vector<RoundTimes> times = RunRounds(contestants, options);
         for (size_t i = 0; i < rows.size(); ++i)
             Append(rows[i].times, times[i]);

@@ -12,8 +12,13 @@ namespace {
 /// A result that the compiler must take for used.
 volatile uint64_t usedResult;
 
+struct Batch {
+    int warmFrames; ///< before the ones that count: none when one frame is longer than a batch is to be
+    int frames;
+};
+
 /// Frames that take about the wanted time, found with ever longer runs.
-int FramesOfBatch(const Contestant& contestant, double wanted)
+Batch FindBatch(const Contestant& contestant, double wanted)
 {
     contestant.run(1);
     for (int frames = 1;; frames *= 4) {
@@ -21,7 +26,8 @@ int FramesOfBatch(const Contestant& contestant, double wanted)
         contestant.run(frames);
         const double seconds = SecondsNow() - start;
         if (seconds > wanted / 8)
-            return std::max(1, static_cast<int>(std::lround(frames * wanted / seconds)));
+            return {seconds / frames < wanted ? 1 : 0,
+                    std::max(1, static_cast<int>(std::lround(frames * wanted / seconds)))};
     }
 }
 
@@ -89,9 +95,9 @@ double RoundTimes::MegabytesPerSecond() const
 
 std::vector<RoundTimes> RunRounds(std::span<const Contestant> contestants, const RoundOptions& options)
 {
-    std::vector<int> frames;
+    std::vector<Batch> batches;
     for (const Contestant& contestant : contestants)
-        frames.push_back(FramesOfBatch(contestant, options.batchSeconds));
+        batches.push_back(FindBatch(contestant, options.batchSeconds));
 
     std::vector<RoundTimes> times(contestants.size());
     for (int round = 0; round < options.rounds; ++round) {
@@ -100,10 +106,11 @@ std::vector<RoundTimes> RunRounds(std::span<const Contestant> contestants, const
         double hertz = CoreHertz();
         for (size_t i = 0; i < contestants.size(); ++i) {
             const size_t turn = TurnOf(i, static_cast<size_t>(round), contestants.size());
-            contestants[turn].run(1);
+            const auto [warmFrames, frames] = batches[turn];
+            contestants[turn].run(warmFrames);
             const double start = SecondsNow();
-            contestants[turn].run(frames[turn]);
-            secondsPerByte[turn] = (SecondsNow() - start) / frames[turn] / contestants[turn].bytesPerFrame;
+            contestants[turn].run(frames);
+            secondsPerByte[turn] = (SecondsNow() - start) / frames / contestants[turn].bytesPerFrame;
         }
         copySpeed = (copySpeed + CopySpeed()) / 2;
         hertz = (hertz + CoreHertz()) / 2;
