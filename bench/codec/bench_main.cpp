@@ -68,7 +68,7 @@ ClipPlan DrawnPlan(BenchSetup& setup, const Content& content, const PixelLayout&
 }
 
 /// One thread, all tasks.
-void MeasureDrawnFrames(BenchSetup& setup, bool quick)
+void PlanDrawnFrames(BenchSetup& setup, bool quick)
 {
     constexpr FrameTask kChiefTasks[] = {kEncodeDynamic, kDecodeMedian};
     for (const char* layoutName : kLayouts)
@@ -76,29 +76,28 @@ void MeasureDrawnFrames(BenchSetup& setup, bool quick)
             const PixelLayout& layout = LayoutNamed(layoutName);
             const ClipPlan plan = DrawnPlan(setup, content, layout, kFullSize);
             if (!quick)
-                MeasureFrames(setup, "frames", plan, kSingleThreadTasks);
+                PlanFrames(setup, "frames", plan, kSingleThreadTasks);
             else if (layout.horizontal == 2 || layout.bitCount == 24)
-                MeasureFrames(setup, "frames", plan, kChiefTasks);
+                PlanFrames(setup, "frames", plan, kChiefTasks);
         }
 }
 
 /// Two threads, and two instances of one thread.
-void MeasureTwoThreads(BenchSetup& setup)
+void PlanTwoThreads(BenchSetup& setup)
 {
     for (const char* layoutName : {"I420", "YUY2", "RGB24"})
         for (const Content& content : kContents)
-            MeasureFrames(setup, "threads", DrawnPlan(setup, content, LayoutNamed(layoutName), kFullSize),
-                          kTwoThreadTasks);
+            PlanFrames(setup, "threads", DrawnPlan(setup, content, LayoutNamed(layoutName), kFullSize),
+                       kTwoThreadTasks);
 }
 
-void MeasureSmallFrames(BenchSetup& setup)
+void PlanSmallFrames(BenchSetup& setup)
 {
     constexpr FrameTask kTasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
     for (const PictureSize& size : {PictureSize{720, 480}, PictureSize{352, 288}})
         for (const char* layoutName : {"I420", "YUY2", "RGB24"})
             for (const Content& content : kContents)
-                MeasureFrames(setup, "small", DrawnPlan(setup, content, LayoutNamed(layoutName), size),
-                              kTasks);
+                PlanFrames(setup, "small", DrawnPlan(setup, content, LayoutNamed(layoutName), size), kTasks);
 }
 
 /// Hands on every readable clip of the folder ORVANE_CLIPS, the first pictures of it.
@@ -119,32 +118,32 @@ void ForEachClip(size_t maxPictures, const std::function<void(const ClipPlan& pl
         }
 }
 
-void MeasureClips(BenchSetup& setup)
+void PlanClips(BenchSetup& setup)
 {
     constexpr FrameTask kTasks[] = {kEncodeDynamic, kDecodeMedian, {false, PredictMethod::Gradient}};
-    ForEachClip(10, [&](const ClipPlan& plan) { MeasureFrames(setup, "clips", plan, kTasks); });
+    ForEachClip(10, [&](const ClipPlan& plan) { PlanFrames(setup, "clips", plan, kTasks); });
 }
 
 /// Drawn pictures, and the large clips of the layouts that peers take.
-void MeasureAllPeers(BenchSetup& setup)
+void PlanAllPeers(BenchSetup& setup)
 {
     constexpr int kManyPixels = 900000;
     for (const Content& content : kContents)
-        MeasurePeers(setup, DrawnPlan(setup, content, LayoutNamed("I420"), kFullSize));
+        PlanPeers(setup, DrawnPlan(setup, content, LayoutNamed("I420"), kFullSize));
     ForEachClip(2, [&](const ClipPlan& plan) {
         const bool isTaken = plan.layout == &LayoutNamed("I420") ||
                              (plan.layout == &LayoutNamed("RGB24") && plan.width % 4 == 0);
         if (isTaken && plan.width * plan.height >= kManyPixels)
-            MeasurePeers(setup, plan);
+            PlanPeers(setup, plan);
     });
 }
 
-void MeasureSizes(BenchSetup& setup)
+void PlanSizes(BenchSetup& setup)
 {
     constexpr FrameTask kTasks[] = {
         kEncodeDynamic, {true, PredictMethod::Dynamic, 2}, kDecodeMedian, {false, PredictMethod::Median, 2}};
     for (const PictureSize& size : kSweepSizes)
-        MeasureFrames(setup, "sizes", DrawnPlan(setup, kContents[0], LayoutNamed("I420"), size), kTasks);
+        PlanFrames(setup, "sizes", DrawnPlan(setup, kContents[0], LayoutNamed("I420"), size), kTasks);
 }
 
 std::vector<LoadedDriver> LoadDrivers(const std::vector<std::string>& arguments)
@@ -186,12 +185,12 @@ void Measure(const Options& options)
 
     nlohmann::json start, memory, stages;
     const std::map<std::string, std::function<void()>> sections = {
-        {"frames", [&] { MeasureDrawnFrames(setup, options.quick); }},
-        {"threads", [&] { MeasureTwoThreads(setup); }},
-        {"small", [&] { MeasureSmallFrames(setup); }},
-        {"clips", [&] { MeasureClips(setup); }},
-        {"peers", [&] { MeasureAllPeers(setup); }},
-        {"sizes", [&] { MeasureSizes(setup); }},
+        {"frames", [&] { PlanDrawnFrames(setup, options.quick); }},
+        {"threads", [&] { PlanTwoThreads(setup); }},
+        {"small", [&] { PlanSmallFrames(setup); }},
+        {"clips", [&] { PlanClips(setup); }},
+        {"peers", [&] { PlanAllPeers(setup); }},
+        {"sizes", [&] { PlanSizes(setup); }},
         {"start", [&] { start = MeasureFirstFrames(setup); }},
         {"memory", [&] { memory = MeasureMemory(setup); }},
         {"stages", [&] {
@@ -200,8 +199,10 @@ void Measure(const Options& options)
                  return DrawnPlan(setup, content, layout, kFullSize).make();
              });
          }}};
-    for (const std::string& section : options.sections)
+    for (const std::string& section : options.sections) {
         sections.at(section)();
+        RunPlannedFrames(setup);
+    }
     if (!options.json.empty())
         WriteJson(setup,
                   {{"core_ghz", CoreHertz() * 1e-9},

@@ -101,12 +101,6 @@ void Append(RoundTimes& times, const RoundTimes& more)
 
 } // namespace
 
-void BenchSetup::Add(Result result)
-{
-    printer.Print(result);
-    results.push_back(std::move(result));
-}
-
 double MedianBitsPerSample(BenchSetup& setup, BenchClip& clip)
 {
     AlignedBuffer frame(FrameRoom(setup.drivers[0], clip));
@@ -114,8 +108,62 @@ double MedianBitsPerSample(BenchSetup& setup, BenchClip& clip)
     return static_cast<double>(run.Encode(0)) * 8 / clip.PictureSamples();
 }
 
-void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
-                   std::span<const FrameTask> tasks, const GuestMaker& makeGuests)
+/// The tasks of one clip with all that they need.
+class FrameGroup
+{
+  public:
+    FrameGroup(BenchSetup& setup_, std::vector<FrameTask> tasks_, std::vector<Result> rows_, BenchClip clip_,
+               const GuestMaker& makeGuests)
+        : setup(setup_), tasks(std::move(tasks_)), rows(std::move(rows_)), clip(std::move(clip_)),
+          memory(setup_, clip)
+    {
+        const double medianBits = MedianBitsPerSample(setup, clip);
+        auto row = rows.begin();
+        for (const FrameTask& task : tasks)
+            for (const LoadedDriver& driver : setup.drivers) {
+                CheckLossless(setup, driver, memory, task, row->Name());
+                row->bitsPerSample = medianBits;
+                row->ratio = clip.PictureBytes() / CodedBy(setup, memory, task.method).FrameBytes();
+                ++row;
+            }
+        if (makeGuests)
+            guests = makeGuests(clip, rows[0]);
+        rows.insert(rows.end(), guests.rows.begin(), guests.rows.end());
+    }
+
+    /// Opens the driver anew for all tasks and runs some rounds.
+    void Run(const RoundOptions& options)
+    {
+        std::vector<std::unique_ptr<ClipRun>> runs;
+        std::vector<Contestant> contestants;
+        for (const FrameTask& task : tasks)
+            for (const LoadedDriver& driver : setup.drivers) {
+                ClipRun& run = *runs.emplace_back(OpenRun(setup, driver, memory, task));
+                contestants.push_back({[&run](int frames) { run.Run(frames); }, run.BytesPerFrame()});
+            }
+        contestants.insert(contestants.end(), guests.contestants.begin(), guests.contestants.end());
+        const std::vector<RoundTimes> times = RunRounds(contestants, options);
+        for (size_t i = 0; i < rows.size(); ++i)
+            Append(rows[i].times, times[i]);
+    }
+
+    bool HasGuests() const { return !guests.rows.empty(); }
+    const std::vector<Result>& Rows() const { return rows; }
+
+  private:
+    BenchSetup& setup;
+    std::vector<FrameTask> tasks;
+    std::vector<Result> rows;
+    BenchClip clip;
+    ClipMemory memory;
+    Guests guests;
+};
+
+BenchSetup::BenchSetup() = default;
+BenchSetup::~BenchSetup() = default;
+
+void PlanFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
+                std::span<const FrameTask> tasks, const GuestMaker& makeGuests)
 {
     std::vector<FrameTask> chosen;
     std::vector<Result> rows;
@@ -125,41 +173,27 @@ void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan
             for (const LoadedDriver& driver : setup.drivers)
                 rows.push_back(RowOf(section, plan, task, driver));
         }
-    if (chosen.empty())
-        return;
+    if (!chosen.empty())
+        setup.groups.push_back(
+            std::make_unique<FrameGroup>(setup, std::move(chosen), std::move(rows), plan.make(), makeGuests));
+}
 
-    BenchClip clip = plan.make();
-    ClipMemory memory(setup, clip);
-    const double medianBits = MedianBitsPerSample(setup, clip);
-    auto row = rows.begin();
-    for (const FrameTask& task : chosen)
-        for (const LoadedDriver& driver : setup.drivers) {
-            CheckLossless(setup, driver, memory, task, row->Name());
-            row->bitsPerSample = medianBits;
-            row->ratio = clip.PictureBytes() / CodedBy(setup, memory, task.method).FrameBytes();
-            ++row;
+void RunPlannedFrames(BenchSetup& setup)
+{
+    constexpr int kSessions = 3;
+    for (int session = 0; session < kSessions; ++session)
+        for (const auto& group : setup.groups) {
+            RoundOptions options = setup.rounds;
+            options.rounds = (setup.rounds.rounds + kSessions - 1) / kSessions;
+            if (group->HasGuests())
+                options.batchSeconds /= 2; // guests are many and slow
+            group->Run(options);
         }
-    const Guests guests = makeGuests ? makeGuests(clip, rows[0]) : Guests{};
-    rows.insert(rows.end(), guests.rows.begin(), guests.rows.end());
-
-    const int sessions = makeGuests ? 1 : setup.sessions;
-    for (int session = 0; session < sessions; ++session) {
-        std::vector<std::unique_ptr<ClipRun>> runs;
-        std::vector<Contestant> contestants;
-        for (const FrameTask& task : chosen)
-            for (const LoadedDriver& driver : setup.drivers) {
-                ClipRun& run = *runs.emplace_back(OpenRun(setup, driver, memory, task));
-                contestants.push_back({[&run](int frames) { run.Run(frames); }, run.BytesPerFrame()});
-            }
-        contestants.insert(contestants.end(), guests.contestants.begin(), guests.contestants.end());
-        RoundOptions options = setup.rounds;
-        options.rounds = (setup.rounds.rounds + sessions - 1) / sessions;
-        if (makeGuests)
-            options.batchSeconds /= 2; // guests are many and slow
-        const std::vector<RoundTimes> times = RunRounds(contestants, options);
-        for (size_t i = 0; i < rows.size(); ++i)
-            Append(rows[i].times, times[i]);
-    }
-    for (Result& result : rows)
-        setup.Add(std::move(result));
+    ResultPrinter printer;
+    for (const auto& group : setup.groups)
+        for (const Result& row : group->Rows()) {
+            printer.Print(row);
+            setup.results.push_back(row);
+        }
+    setup.groups.clear();
 }

@@ -9,6 +9,7 @@
 #include "host/private_settings.h"
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,17 +44,19 @@ struct ClipPlan {
     std::function<BenchClip()> make;
 };
 
+class FrameGroup;
+
 /// What all measurements of a program share.
 struct BenchSetup {
+    BenchSetup();
+    ~BenchSetup();
+
     std::vector<LoadedDriver> drivers; ///< one or more
     PrivateSettings settings;
     RoundOptions rounds;
-    int sessions = 3; ///< the rounds are shared out to so many openings of the driver
     std::function<bool(const std::string& name)> isWanted;
+    std::vector<std::unique_ptr<FrameGroup>> groups; ///< planned, not measured yet
     std::vector<Result> results;
-    ResultPrinter printer;
-
-    void Add(Result result);
 };
 
 /// Bits a sample of the first picture's Median frame.
@@ -67,8 +70,13 @@ struct Guests {
 /// model  a row with section, content, size and layout
 using GuestMaker = std::function<Guests(BenchClip& clip, const Result& model)>;
 
-/// Measures the wanted tasks of a clip with all drivers, and guests if there are any, in the same rounds. Each
-/// picture of each task is first decoded and compared. Throws std::runtime_error when one does not come back
+/// Plans the wanted tasks of a clip: all drivers, and guests if there are any, will share their rounds. Each
+/// picture of each task is decoded and compared at once. Throws std::runtime_error when one does not come back
 /// bit for bit.
-void MeasureFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
-                   std::span<const FrameTask> tasks, const GuestMaker& makeGuests = nullptr);
+void PlanFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
+                std::span<const FrameTask> tasks, const GuestMaker& makeGuests = nullptr);
+
+/// Measures what was planned and prints it. The rounds are shared out to three openings of the driver; all
+/// clips have their first part before one has its second, so that a while in which the machine is busy spoils
+/// a part of many rows and no row as a whole.
+void RunPlannedFrames(BenchSetup& setup);

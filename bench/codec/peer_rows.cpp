@@ -99,7 +99,7 @@ Guests InvitePeers(BenchClip& clip, const Result& model)
 
 } // namespace
 
-void MeasurePeers(BenchSetup& setup, const ClipPlan& plan)
+void PlanPeers(BenchSetup& setup, const ClipPlan& plan)
 {
-    MeasureFrames(setup, "peers", plan, kSingleThreadTasks, InvitePeers);
+    PlanFrames(setup, "peers", plan, kSingleThreadTasks, InvitePeers);
 }

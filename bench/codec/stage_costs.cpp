@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -136,32 +137,49 @@ std::vector<double> MeasureRound(TimedCodec& codec, bool encode, const std::vect
     return cycles;
 }
 
-nlohmann::json MeasureRow(const RoundOptions& options, BenchClip& clip, FormatId host, bool encode)
+/// A format, content and direction, with the cycles of its columns by round.
+class StageRow
 {
-    TimedCodec codec(clip, host, encode ? PredictMethod::Dynamic : PredictMethod::Median);
-    const std::vector<StageColumn>& columns = encode ? kEncodeColumns : kDecodeColumns;
-    std::vector<std::vector<double>> rounds(columns.size() + 2);
-    for (int round = 0; round < options.rounds; ++round) {
+  public:
+    StageRow(BenchClip clip_, FormatId host, bool encode_)
+        : clip(std::move(clip_)), encode(encode_), columns(encode_ ? kEncodeColumns : kDecodeColumns),
+          codec(clip, host, encode_ ? PredictMethod::Dynamic : PredictMethod::Median),
+          rounds(columns.size() + 2)
+    {}
+
+    void Run(double batchSeconds)
+    {
         const std::vector<double> cycles =
-            MeasureRound(codec, encode, columns, clip.PictureBytes(), options.batchSeconds);
+            MeasureRound(codec, encode, columns, clip.PictureBytes(), batchSeconds);
         for (size_t i = 0; i < cycles.size(); ++i)
             rounds[i].push_back(cycles[i]);
     }
-    nlohmann::json stages = nlohmann::json::array();
-    const std::string task = encode ? "encode Dynamic" : "decode Median";
-    std::printf("%-34s", (clip.name + '/' + clip.layout->name + '/' + task).c_str());
-    for (size_t i = 0; i <= columns.size(); ++i) {
-        const std::string name = i < columns.size() ? columns[i].name : "rest";
-        stages.push_back({{"stage", name}, {"cycles_per_byte", Median(rounds[i])}});
-        std::printf("  %s %.2f", name.c_str(), Median(rounds[i]));
+
+    nlohmann::json Print() const
+    {
+        nlohmann::json stages = nlohmann::json::array();
+        const std::string task = encode ? "encode Dynamic" : "decode Median";
+        std::printf("%-34s", (clip.name + '/' + clip.layout->name + '/' + task).c_str());
+        for (size_t i = 0; i <= columns.size(); ++i) {
+            const std::string name = i < columns.size() ? columns[i].name : "rest";
+            stages.push_back({{"stage", name}, {"cycles_per_byte", Median(rounds[i])}});
+            std::printf("  %s %.2f", name.c_str(), Median(rounds[i]));
+        }
+        std::printf("  whole %.2f\n", Median(rounds.back()));
+        return {{"content", clip.name},
+                {"layout", clip.layout->name},
+                {"task", task},
+                {"stages", stages},
+                {"cycles_per_byte", Median(rounds.back())}};
     }
-    std::printf("  whole %.2f\n", Median(rounds.back()));
-    return {{"content", clip.name},
-            {"layout", clip.layout->name},
-            {"task", task},
-            {"stages", stages},
-            {"cycles_per_byte", Median(rounds.back())}};
-}
+
+  private:
+    BenchClip clip;
+    bool encode;
+    const std::vector<StageColumn>& columns;
+    TimedCodec codec;
+    std::vector<std::vector<double>> rounds;
+};
 
 } // namespace
 
@@ -173,13 +191,18 @@ MeasureStages(const RoundOptions& options,
         const char* layout;
         FormatId host;
     } kFormats[] = {{"I420", kHostI420}, {"YUY2", kHostYuy2}, {"RGB24", kHostBgr}};
-    nlohmann::json rows = nlohmann::json::array();
-    std::printf("[stages] cycles per byte\n");
+    std::vector<std::unique_ptr<StageRow>> rows;
     for (const bool encode : {true, false})
         for (const auto& format : kFormats)
-            for (const char* content : {"soft", "hard"}) {
-                BenchClip clip = makeClip(content, LayoutNamed(format.layout));
-                rows.push_back(MeasureRow(options, clip, format.host, encode));
-            }
-    return rows;
+            for (const char* content : {"soft", "hard"})
+                rows.push_back(std::make_unique<StageRow>(makeClip(content, LayoutNamed(format.layout)),
+                                                          format.host, encode));
+    for (int round = 0; round < options.rounds; ++round)
+        for (const auto& row : rows)
+            row->Run(options.batchSeconds);
+    nlohmann::json json = nlohmann::json::array();
+    std::printf("[stages] cycles per byte\n");
+    for (const auto& row : rows)
+        json.push_back(row->Print());
+    return json;
 }
