@@ -242,3 +242,18 @@ TEST(Y4m, StrayFieldsInAFileDoNothing)
         EXPECT_EQ(MakeY4mHeader(other, "test"), plain) << text;
     }
 }
+
+TEST(Y4m, FilesTellTheirFramesAndPipesDoNot)
+{
+    const std::string y4m = MakeY4m(32, 24, "C420jpeg", 1152, 7);
+    Y4mReader file(std::make_unique<std::istringstream>(y4m), "test");
+    EXPECT_EQ(file.FrameCount(), 7u);
+    Bytes picture(1152);
+    int frames = 0;
+    for (; file.Next(picture); ++frames)
+        EXPECT_EQ(picture[0], static_cast<uint8_t>(frames * 5))
+            << "counting has left the stream where it was";
+    EXPECT_EQ(frames, 7);
+    std::istringstream pipe(y4m);
+    EXPECT_EQ(Y4mReader(pipe, "test").FrameCount(), std::nullopt);
+}

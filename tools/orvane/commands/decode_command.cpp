@@ -142,7 +142,8 @@ class Decoding
         }
         if (file.cut && range.end == stream.FrameCount())
             throw ToolError("the file is cut off behind its first " + Counted(stream.FrameCount(), "frame"),
-                            options.input, "what was wanted of them was decoded", ExitCode::DonePartly);
+                            options.input, Counted(range.Count(), "frame") + " decoded",
+                            ExitCode::DonePartly);
         return ExitCode::Done;
     }
 

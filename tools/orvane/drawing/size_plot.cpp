@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kWidth = 1000, kHeight = 640;
+constexpr int kWidth = 1000, kHeight = 650;
 constexpr double kLeft = 90, kRight = 970; // of both panels
 constexpr size_t kMaxColumns = 880;        // more frames share columns
 
@@ -207,7 +207,7 @@ std::string DrawSizePlot(const SizePlotSubject& subject)
     svg += TextAt(30, 60, "", subject.facts);
 
     if (frames > kMaxColumns)
-        svg += TextAt(kRight, 60, "class=\"tick\" text-anchor=\"end\"",
+        svg += TextAt(kLeft, 638, "class=\"tick\"",
                       "line: mean of neighbouring frames; darker bars: from the smallest to the largest");
 
     const auto sizeOf = [&](size_t frame) { return std::optional(subject.sizes[frame] / unit.bytes); };

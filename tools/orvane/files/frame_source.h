@@ -29,7 +29,7 @@ class FrameSource
   public:
     virtual ~FrameSource() = default;
     const VideoInfo& Info() const { return info; }
-    /// Where it ends, if it is known before.
+    /// How many pictures will come, if that is known before; good enough to tell how far things are.
     virtual std::optional<uint64_t> FrameCount() const { return std::nullopt; }
     /// Reads the next picture, tight and top-down, into Info().FrameBytes() bytes. False behind the last one.
     /// Throws ToolError when the file is damaged or ends inside a picture.

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr std::string_view kFrameLine = "FRAME\n";
+
 /// Where each sample of an interleaved picture comes from: plane 0 has one sample a pixel; the others as
 /// many, or half as many in 4:2:2.
 struct Interleave {
@@ -66,6 +68,18 @@ Y4mReader::Y4mReader(std::unique_ptr<std::istream> owned_, std::string name_)
     : Y4mReader(*owned_, std::move(name_))
 {
     owned = std::move(owned_);
+    CountFrames();
+}
+
+void Y4mReader::CountFrames()
+{
+    const std::streamoff from = stream.tellg();
+    stream.seekg(0, std::ios::end);
+    const std::streamoff end = stream.tellg();
+    stream.clear();
+    stream.seekg(from);
+    if (from >= 0 && end >= from)
+        frameCount = static_cast<uint64_t>(end - from) / (info.FrameBytes() + kFrameLine.size());
 }
 
 /// A line without its end; nothing at the end of the stream. Throws when it is too long or cut off.
@@ -135,8 +149,7 @@ void Y4mWriter::WriteBytes(std::span<const uint8_t> bytes)
 
 void Y4mWriter::Write(std::span<const uint8_t> picture, uint64_t)
 {
-    constexpr uint8_t kFrameLine[] = {'F', 'R', 'A', 'M', 'E', '\n'};
-    WriteBytes(kFrameLine);
+    WriteBytes({reinterpret_cast<const uint8_t*>(kFrameLine.data()), kFrameLine.size()});
     if (kind == Y4mKind::Planar) {
         WriteBytes(picture);
         return;

@@ -18,9 +18,12 @@ class Y4mReader final : public FrameSource
     Y4mReader(std::istream& stream, std::string name);
     Y4mReader(std::unique_ptr<std::istream> owned, std::string name);
 
+    /// Of a file, as long as its FRAME lines are plain.
+    std::optional<uint64_t> FrameCount() const override { return frameCount; }
     bool Next(std::span<uint8_t> picture) override;
 
   private:
+    void CountFrames();
     std::optional<std::string> ReadLine();
     void ReadExactly(std::span<uint8_t> bytes);
 
@@ -30,6 +33,7 @@ class Y4mReader final : public FrameSource
     Y4mKind kind = Y4mKind::Planar;
     std::vector<uint8_t> planes; // of one picture, where they are interleaved
     uint64_t frames = 0;
+    std::optional<uint64_t> frameCount;
 };
 
 class Y4mWriter final : public FrameSink
