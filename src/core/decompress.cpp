@@ -14,6 +14,7 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <span>
 
 namespace {
 
@@ -154,6 +155,34 @@ bool Orvane::ReadCoders(const CompressInfo& info, uint64_t tableOffset)
 
 void Orvane::DecompressBlocks(const CompressInfo& info, bool separateRuns)
 {
+    const auto planes = static_cast<size_t>(info.route.backend->GetPlaneCount());
+    const bool hostPlanesOnly =
+        !info.route.converter &&
+        std::ranges::all_of(std::span(imagePlanes.plane).first(planes), &PlaneRecord::external);
+    if (hostPlanesOnly && !separateRuns)
+        DecompressHostPlanes(info);
+    else
+        DecompressBandByBand(info, separateRuns);
+}
+
+void Orvane::DecompressHostPlanes(const CompressInfo& info)
+{
+    // Nothing is to be joined, so planes need not keep together: items can be as large as is best for decoding and
+    // still come out even, the small ones of the chroma planes last.
+    const auto bands = static_cast<int>(CountBands(info.header));
+    const int bandsPerItem = std::clamp((bands + ThreadCount() - 1) / ThreadCount(), 1, kMaxBandsPerItem);
+    const int itemsPerPlane = (bands + bandsPerItem - 1) / bandsPerItem;
+    PrepareScratch(info, imagePlanes, bandsPerItem);
+    pool.Run(itemsPerPlane * info.route.backend->GetPlaneCount(), [&](int item, int thread) {
+        const int plane = item / itemsPerPlane;
+        const int first = item % itemsPerPlane * bandsPerItem;
+        DecompressPlane(info, plane, {first, std::min(bands, first + bandsPerItem)},
+                        {imagePlanes.plane[static_cast<size_t>(plane)]}, thread);
+    });
+}
+
+void Orvane::DecompressBandByBand(const CompressInfo& info, bool separateRuns)
+{
     steps.assign({{0, PassStep::Decode, 0}});
     AddConvertPasses(info, separateRuns, steps);
     steps.push_back({steps.back().step + (separateRuns ? 1 : 0), PassStep::JoinPicture, 0});
@@ -181,16 +210,8 @@ void Orvane::DecompressBands(const CompressInfo& info, const PassStep& entry, Ba
     switch (entry.kind) {
     case PassStep::Decode: {
         const PlaneWindows windows = WindowsOf(info, target, range, thread);
-        for (int plane = 0; plane < info.route.backend->GetPlaneCount(); ++plane) {
-            const PlaneWindow& rows = windows[static_cast<size_t>(plane)];
-            {
-                const StageScope timing(Timer(Stage::Decode, thread));
-                DecodeBlocks(info, plane, range, rows, thread);
-            }
-            const StageScope timing(Timer(Stage::Unpredict, thread));
-            for (int band = range.first; band < range.end; ++band)
-                UnpredictBlock(info, plane, band, rows);
-        }
+        for (int plane = 0; plane < info.route.backend->GetPlaneCount(); ++plane)
+            DecompressPlane(info, plane, range, windows[static_cast<size_t>(plane)], thread);
         break;
     }
     case PassStep::ConvertPass: {
@@ -206,6 +227,18 @@ void Orvane::DecompressBands(const CompressInfo& info, const PassStep& entry, Ba
             TransformBlock(info, band, windows);
     }
     }
+}
+
+void Orvane::DecompressPlane(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& window,
+                             int thread)
+{
+    {
+        const StageScope timing(Timer(Stage::Decode, thread));
+        DecodeBlocks(info, plane, range, window, thread);
+    }
+    const StageScope timing(Timer(Stage::Unpredict, thread));
+    for (int band = range.first; band < range.end; ++band)
+        UnpredictBlock(info, plane, band, window);
 }
 
 void Orvane::PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount)

@@ -179,6 +179,10 @@ class Orvane
     FrameStatus ParseFrame(CompressInfo& info, bool& foreignBlockHeight);
     bool ReadCoders(const CompressInfo& info, uint64_t tableOffset);
     void DecompressBlocks(const CompressInfo& info, bool separateRuns);
+    void DecompressHostPlanes(const CompressInfo& info);
+    void DecompressBandByBand(const CompressInfo& info, bool separateRuns);
+    void DecompressPlane(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& window,
+                         int thread);
     void PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount);
     void DecompressBands(const CompressInfo& info, const PassStep& entry, BandRange range,
                          const PlaneSet& target, int thread);
