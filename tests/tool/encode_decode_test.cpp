@@ -299,6 +299,9 @@ TEST_F(EncodeDecode, DamagedFrameLeavesThePictureBefore)
     const CommandResult verified = Run({"verify", Name("bad.avi")});
     ExpectError(verified, 1, "1 fault found");
     EXPECT_EQ(verified.out, "frame 2: damaged, frame of another size\n");
+    const std::string info = RunGood({"info", Name("bad.avi"), "--frames"});
+    EXPECT_NE(info.find("index whole, 1 frame damaged in structure\n"), std::string::npos) << info;
+    EXPECT_NE(info.find("  frame of another size\n"), std::string::npos) << info;
     const CommandResult compared = Run({"verify", Name("bad.avi"), "--against", Name("in.y4m")});
     ExpectError(compared, 1, "1 fault found");
     EXPECT_EQ(compared.out, "frame 2: damaged, the codec refuses it\n");

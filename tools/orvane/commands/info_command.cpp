@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iomanip>
@@ -159,7 +160,11 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
             << " bits a sample";
     out << '\n';
     line("blocks") << MethodsText(facts.methods) << "; stored raw " << facts.rawBlocks << '\n';
-    line("file") << FileText(stream.File()) << '\n';
+    line("file") << FileText(stream.File());
+    const auto isDamaged = [](const FrameFacts& frame) { return !frame.fault.empty(); };
+    if (const auto damaged = std::ranges::count_if(facts.frames, isDamaged); damaged > 0)
+        out << ", " << Counted(static_cast<uint64_t>(damaged), "frame") << " damaged in structure";
+    out << '\n';
     line("checksums") << ChecksumText(facts) << '\n';
 }
 
