@@ -1,5 +1,6 @@
 // Thousands of frames of all kinds in one process, which is at the end as it was after the first hundred.
 #include "driver/process_state.h"
+#include "reliability/amount.h"
 #include "reliability/memory_faults.h"
 #include "reliability/streams.h"
 #include "support/long_tests.h"
@@ -133,7 +134,7 @@ TEST(LongRun, SixtyFourThreadsOnFewProcessorsGiveTheSameFrames)
 {
     const TestStore store;
     std::mt19937 random(TestSeed());
-    const int rounds = LongTests() ? 500 : 6;
+    const int rounds = Amount(6, 500);
     StoredChoice many;
     many.encodeThreads = many.decodeThreads = 64;
     for (int round = 0; round < rounds; ++round) {
@@ -162,7 +163,7 @@ TEST(LongRun, ManyInstancesInManyHostThreadsDoNotMeet)
     const TestStore store;
     const uint32_t seed = TestSeed();
     constexpr int kHosts = 24;
-    const int frames = LongTests() ? 200 : 6;
+    const int frames = Amount(6, 200);
     const int threads = ThreadsInProcess();
     // All share one store: what a host finds there is what any of them has just chosen.
     for (const Variant& variant : kVariants) {
@@ -200,7 +201,7 @@ TEST(LongRun, AnInstanceMayGoFromHostThreadToHostThread)
     const HostStream stream = MakeHostStream("O8Y0", "RGB", 24, 64, 120);
     const Instance compressor("O8Y0");
     const Instance decompressor;
-    const int hosts = LongTests() ? 2000 : 40;
+    const int hosts = Amount(40, 2000);
     for (int i = 0; i < hosts; ++i)
         std::thread([&] {
             ExpectRoundTrip(stream, compressor, decompressor, static_cast<uint32_t>(i));

@@ -264,7 +264,7 @@ TEST_F(MemoryFault, WatchSeesWhatIsHeldAndFaultsComeWhenTheyArePlanned)
 {
     const AllocationWatch watch;
     const auto one = std::make_unique<int>(1);
-    std::unique_ptr<void, void (*)(void*)> two(std::calloc(3, 5), std::free);
+    std::unique_ptr<void, void (*)(void*)> two(std::calloc(15, 1), std::free);
     EXPECT_EQ(watch.Held(), 2U);
     two.reset();
     EXPECT_EQ(watch.Held(), 1U);

@@ -131,8 +131,12 @@ size_t AllocationWatch::Held() const
     return ::Held().pointers.size();
 }
 
+// The codec counts in bytes. What the compiler's runtime counts in words is what it keeps for each thread: it ends the
+// process without it, and gives it back in its own time.
 void* __wrap_calloc(size_t count, size_t size)
 {
+    if (size != 1)
+        return __real_calloc(count, size);
     return MayAllocate() ? Note(__real_calloc(count, size)) : nullptr;
 }
 void __wrap_free(void* memory)

@@ -2,6 +2,7 @@
 // a disk that is full.
 #include "driver/settings/settings_catalog.h"
 #include "platform/shared_file.h"
+#include "reliability/amount.h"
 #include "reliability/posix/tool_process.h"
 #include "support/long_tests.h"
 #include "support/test_seed.h"
@@ -77,7 +78,7 @@ uint32_t ValueOf(int writer, int turn)
 
 TEST_F(StoreFault, EightProcessesThatSetAtOnceLoseNothing)
 {
-    const int turns = LongTests() ? 60 : 7;
+    const int turns = Amount(6, 60);
     std::map<std::string, uint32_t> expected;
     std::vector<std::thread> writers;
     std::atomic<int> succeeded{0};
@@ -100,7 +101,7 @@ TEST_F(StoreFault, KilledWritersLeaveAWholeFileAndNoLock)
 {
     std::mt19937 random(TestSeed());
     ASSERT_EQ(Set("O8Y2.NumEncodeThreads", 17).code, 0);
-    const int kills = LongTests() ? 1000 : 40;
+    const int kills = Amount(40, 1000);
     for (int i = 0; i < kills; ++i) {
         {
             const ToolProcess writer(folder,

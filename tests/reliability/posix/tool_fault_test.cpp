@@ -2,6 +2,7 @@
 // bytes, what was recorded can be read up to its last whole frame, and the tool says how many frames that is.
 #include "files/avi_reader.h"
 #include "files/byte_source.h"
+#include "reliability/amount.h"
 #include "reliability/posix/tool_process.h"
 #include "support/long_tests.h"
 #include "support/test_seed.h"
@@ -113,10 +114,18 @@ TEST_F(ToolFault, AFullDiskAtAnyByteKeepsTheOlderFileAndTheFramesThatItTells)
     WriteText(Name("in.y4m"), y4m);
     ASSERT_EQ(RunToolProcess(folder, {"encode", "in.y4m", "-o", "whole.avi"}).code, 0);
     const size_t whole = ReadFile(Name("whole.avi")).size();
-    const size_t step = LongTests() ? 211 : (whole - 4096) / 40;
+    std::vector<size_t> limits;
+    if (LongTests()) {
+        // Below 4096 bytes the settings of the run do not fit either.
+        for (size_t limit = 4096; limit < whole; limit += 211)
+            limits.push_back(limit);
+    } else {
+        for (const AviFrame& frame : ReadAvi(FileSource(PathOf(Name("whole.avi"))), "whole.avi").frames)
+            limits.push_back(static_cast<size_t>(frame.offset) + frame.size / 2);
+        limits.push_back(whole - 1);
+    }
     size_t seen = 0;
-    // Below 4096 bytes the settings of the run do not fit either.
-    for (size_t limit = 4096; limit < whole; limit += step) {
+    for (const size_t limit : limits) {
         SCOPED_TRACE("room for " + std::to_string(limit) + " of " + std::to_string(whole) + " bytes");
         const ToolEnd end = RunToolProcess(folder, {"encode", "in.y4m", "-o", "out.avi"}, {}, limit);
         const int saved = DecodedFrames("out.avi.part", y4m);
@@ -203,7 +212,7 @@ TEST_F(ToolFault, KillsAtAnyMomentLeaveTheOlderFileOrTheWholeNewOne)
     const Bytes whole = ReadFile(Name("whole.avi"));
     std::mt19937 random(TestSeed());
     int cut = 0, frames = 0;
-    const int kills = LongTests() ? 500 : 20;
+    const int kills = Amount(20, 500);
     for (int i = 0; i < kills; ++i) {
         WriteText(Name("out.avi"), kOlder);
         ToolProcess tool(folder, {"encode", "in.y4m", "-o", "out.avi"});

@@ -2,8 +2,8 @@
 #include "driver/driver_session.h"
 #include "driver/process_state.h"
 #include "platform/host_path.h"
+#include "reliability/amount.h"
 #include "reliability/streams.h"
-#include "support/long_tests.h"
 #include "support/test_seed.h"
 #include "support/test_store.h"
 
@@ -78,7 +78,7 @@ TEST(Unload, WhileThreadsEndLeavesNoThreadAndNoHandle)
         rest();
     const int threads = ThreadsInProcess();
     const size_t handles = HandleMark();
-    run(LongTests() ? 5000 : 100);
+    run(Amount(60, 5000));
     for (int i = 0; i < 500 && ThreadsInProcess() > threads; ++i)
         rest();
     EXPECT_LE(ThreadsInProcess(), threads);
@@ -94,7 +94,7 @@ TEST(Unload, ByManyHostThreadsAtOnce)
     TestStore::Write("Software\\Orvane", "NotificationSettings", 15);
     const std::string path =
         std::filesystem::path(platform::HostPath()).parent_path().parent_path() / "liborvane.so";
-    const int loads = LongTests() ? 1000 : 15;
+    const int loads = Amount(15, 1000);
     std::vector<std::thread> hosts;
     for (int host = 0; host < 8; ++host)
         hosts.emplace_back([&, host] {
