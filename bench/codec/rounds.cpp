@@ -20,12 +20,11 @@ struct Batch {
 /// Frames that take about the wanted time, found with ever longer runs.
 Batch FindBatch(const Contestant& contestant, double wanted)
 {
-    contestant.run(1);
     for (int frames = 1;; frames *= 4) {
         const double start = SecondsNow();
         contestant.run(frames);
         const double seconds = SecondsNow() - start;
-        if (seconds > wanted / 8)
+        if (seconds > (frames == 1 ? wanted : wanted / 8)) // the first frame warms up
             return {seconds / frames < wanted ? 1 : 0,
                     std::max(1, static_cast<int>(std::lround(frames * wanted / seconds)))};
     }

@@ -65,7 +65,7 @@ std::vector<KernelTime> KernelsFrom(const nlohmann::json& file)
     return kernels;
 }
 
-/// One row for each name, with the median speed over the files that begin with the prefix.
+/// One row for each name, with the medians over the files that begin with the prefix.
 std::vector<Measurement> MedianRows(const std::filesystem::path& folder, const std::string& prefix)
 {
     std::vector<std::vector<Measurement>> runs;
@@ -80,11 +80,14 @@ std::vector<Measurement> MedianRows(const std::filesystem::path& folder, const s
         return {};
     std::vector<Measurement> rows = runs[0];
     for (size_t i = 0; i < rows.size(); ++i) {
-        std::vector<double> speeds;
+        std::vector<double> speeds, cycles;
         for (const std::vector<Measurement>& run : runs)
-            if (i < run.size())
+            if (i < run.size()) {
                 speeds.push_back(run[i].megabytesPerSecond);
+                cycles.push_back(run[i].cyclesPerByte);
+            }
         rows[i].megabytesPerSecond = MedianOf(speeds);
+        rows[i].cyclesPerByte = MedianOf(cycles);
     }
     return rows;
 }
