@@ -158,7 +158,7 @@ bool DecodeRun::IsLossless()
 }
 
 PairedRuns::PairedRuns(std::unique_ptr<ClipRun> first_, std::unique_ptr<ClipRun> second_)
-    : first(std::move(first_)), second(std::move(second_)), helper([this] {
+    : first(std::move(first_)), second(std::move(second_)), partner([this] {
           for (;;) {
               ordered.wait(0);
               const int frames = ordered;
@@ -175,7 +175,7 @@ PairedRuns::~PairedRuns()
 {
     ordered = -1;
     ordered.notify_one();
-    helper.join();
+    partner.join();
 }
 
 void PairedRuns::Run(int frames)

@@ -100,6 +100,6 @@ class PairedRuns final : public ClipRun
   private:
     std::unique_ptr<ClipRun> first;
     std::unique_ptr<ClipRun> second;
-    std::atomic<int> ordered = 0; ///< frames that the helper is to do; negative: to leave
-    std::thread helper;
+    std::atomic<int> ordered = 0; ///< frames that the partner is to do; negative: to leave
+    std::thread partner;
 };

@@ -180,11 +180,11 @@ void PlanFrames(BenchSetup& setup, const std::string& section, const ClipPlan& p
 
 void RunPlannedFrames(BenchSetup& setup)
 {
-    constexpr int kSessions = 3;
-    for (int session = 0; session < kSessions; ++session)
+    constexpr int kOpenings = 3;
+    for (int opening = 0; opening < kOpenings; ++opening)
         for (const auto& group : setup.groups) {
             RoundOptions options = setup.rounds;
-            options.rounds = (setup.rounds.rounds + kSessions - 1) / kSessions;
+            options.rounds = (setup.rounds.rounds + kOpenings - 1) / kOpenings;
             if (group->HasGuests())
                 options.batchSeconds /= 2; // guests are many and slow
             group->Run(options);
