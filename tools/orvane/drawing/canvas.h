@@ -44,7 +44,10 @@ class Canvas
 
   private:
     Rect Inside(const Rect& area) const;
-    uint8_t* At(int x, int y) { return &pixels[(static_cast<size_t>(y) * width + static_cast<size_t>(x)) * 3]; }
+    uint8_t* At(int x, int y)
+    {
+        return &pixels[(static_cast<size_t>(y) * width + static_cast<size_t>(x)) * 3];
+    }
     void Set(int x, int y, Color color);
 
     size_t width;
