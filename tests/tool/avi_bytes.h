@@ -34,7 +34,7 @@ inline size_t Find(const Bytes& bytes, uint32_t fourcc, size_t from = 0)
     for (size_t at = from; at + 4 <= bytes.size(); ++at)
         if (WordAt(bytes, at) == fourcc)
             return at;
-    ADD_FAILURE() << "no " << FourCCText(fourcc);
+    ADD_FAILURE() << "no " << PrintableFourCC(fourcc);
     return 0;
 }
 

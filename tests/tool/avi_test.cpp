@@ -37,7 +37,7 @@ TEST(Avi, FilesOfEveryLengthReadBackWhole)
         EXPECT_EQ(FramesOf(bytes, file), frames) << count << " frames";
         EXPECT_TRUE(file.IsWhole()) << count << " frames";
         EXPECT_EQ(file.rate, (Rational{30000, 1001}));
-        EXPECT_EQ(file.handler, FourCC("O8Y0"));
+        EXPECT_EQ(file.handler, MakeFourCC("O8Y0"));
         EXPECT_EQ(file.bitmapInfo, MakeBitmapInfo(64, 48));
         EXPECT_TRUE(file.others.empty());
         EXPECT_EQ(CountSegments(bytes), 1u);
@@ -88,7 +88,7 @@ TEST(Avi, EveryIndexEntryLeadsToItsFrame)
         const size_t entry = idx1 + 8 + i * 16;
         EXPECT_EQ(WordAt(bytes, entry + 4), avi::kKeyFrame);
         const size_t chunk = movi + WordAt(bytes, entry + 8);
-        EXPECT_EQ(WordAt(bytes, chunk), FourCC("00dc"));
+        EXPECT_EQ(WordAt(bytes, chunk), MakeFourCC("00dc"));
         EXPECT_EQ(WordAt(bytes, chunk + 4), frames[i].size());
         EXPECT_EQ(WordAt(bytes, entry + 12), frames[i].size());
     }
@@ -98,7 +98,7 @@ TEST(Avi, EveryIndexEntryLeadsToItsFrame)
     for (size_t s = 0; s < WordAt(bytes, indx + 4); ++s) {
         const size_t entry = indx + 24 + s * 16;
         const size_t ix = static_cast<size_t>(Get<uint64_t>(bytes, entry));
-        EXPECT_EQ(WordAt(bytes, ix), FourCC("ix00"));
+        EXPECT_EQ(WordAt(bytes, ix), MakeFourCC("ix00"));
         EXPECT_EQ(WordAt(bytes, entry + 8), 8 + WordAt(bytes, ix + 4));
         EXPECT_EQ(WordAt(bytes, entry + 12), WordAt(bytes, ix + 12));
         const auto base = Get<uint64_t>(bytes, ix + 20);
@@ -154,7 +154,7 @@ TEST(Avi, UnfinishedFileIsReadAndSaidToBeCut)
 {
     const auto frames = SomeFrames(40);
     MemorySink sink;
-    AviWriter writer(sink, {FourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)}, 18000);
+    AviWriter writer(sink, {MakeFourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)}, 18000);
     for (const Bytes& frame : frames)
         writer.WriteFrame(frame);
     const AviFile file = ReadAviBytes(sink.bytes); // Finish was never reached
@@ -193,7 +193,7 @@ TEST(Avi, WriteErrorAtAnyByteLeavesTheFramesBefore)
         FullSink sink(room);
         size_t written = 0;
         try {
-            AviWriter writer(sink, {FourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)}, 17400);
+            AviWriter writer(sink, {MakeFourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)}, 17400);
             for (const Bytes& frame : frames) {
                 writer.WriteFrame(frame);
                 ++written;
@@ -217,9 +217,9 @@ TEST(Avi, HandlerZeroIsFoundByItsCompression)
     Bytes bytes = MakeAvi(frames);
     SetWord(bytes, Find(bytes, avi::kStrh) + 12, 0);
     EXPECT_EQ(ReadAviBytes(bytes).frames.size(), 3u);
-    SetWord(bytes, Find(bytes, avi::kStrf) + 8 + 16, FourCC("XYZW"));
+    SetWord(bytes, Find(bytes, avi::kStrf) + 8 + 16, MakeFourCC("XYZW"));
     EXPECT_THROW(ReadAviBytes(bytes), ToolError);
-    SetWord(bytes, Find(bytes, avi::kStrh) + 12, FourCC("o8y0"));
+    SetWord(bytes, Find(bytes, avi::kStrh) + 12, MakeFourCC("o8y0"));
     EXPECT_EQ(ReadAviBytes(bytes).frames.size(), 3u);
 }
 
@@ -229,7 +229,7 @@ TEST(Avi, RewrittenHeaderSizeLosesNoRecord)
     SetWord(bytes, Find(bytes, avi::kStrf) + 8, 40);
     const AviFile file = ReadAviBytes(bytes);
     EXPECT_EQ(file.bitmapInfo.size(), 72u);
-    EXPECT_EQ(WordAt(file.bitmapInfo, 40), FourCC("ORVN"));
+    EXPECT_EQ(WordAt(file.bitmapInfo, 40), MakeFourCC("ORVN"));
 }
 
 TEST(Avi, LyingListSizesChangeNothing)
@@ -272,7 +272,7 @@ TEST(Avi, LyingIndexIsSeenAndNotBelieved)
 {
     const auto frames = SomeFrames(6);
     const Bytes good = MakeAvi(frames);
-    const size_t ix = Find(good, FourCC("ix00"), Find(good, avi::kMovi));
+    const size_t ix = Find(good, MakeFourCC("ix00"), Find(good, avi::kMovi));
     const size_t indx = Find(good, avi::kIndx);
     // counts, offsets and sizes of both indexes
     for (const size_t at : {ix + 12, ix + 20, ix + 32, ix + 36, ix + 8 + 24 + 5 * 8, indx + 12, indx + 32})
@@ -291,7 +291,7 @@ TEST(Avi, FileWithoutAnyIndexIsRead)
 {
     const auto frames = SomeFrames(6);
     Bytes bytes = MakeAvi(frames);
-    bytes.resize(Find(bytes, FourCC("ix00"), Find(bytes, avi::kMovi)));
+    bytes.resize(Find(bytes, MakeFourCC("ix00"), Find(bytes, avi::kMovi)));
     SetWord(bytes, Find(bytes, avi::kIndx), avi::kJunk);
     SetWord(bytes, 4, static_cast<uint32_t>(bytes.size()) - 8);
     const AviFile file = ReadAviBytes(bytes);
@@ -306,28 +306,28 @@ TEST(Avi, FirstStreamOfOursAmongOthersIsTaken)
     OtherWriter file;
     file.List(avi::kRiff, avi::kAvi, 0);
     file.List(avi::kList, avi::kHdrl, 0);
-    file.Stream(FourCC("auds"), 1, Bytes(18, 1));
-    file.Stream(avi::kVids, FourCC("MJPG"), OtherBitmapInfo(FourCC("MJPG")));
-    file.Stream(avi::kVids, 0, OtherBitmapInfo(FourCC("O8Y0")));
-    file.Stream(avi::kVids, FourCC("O8Y2"), OtherBitmapInfo(FourCC("O8Y2")));
+    file.Stream(MakeFourCC("auds"), 1, Bytes(18, 1));
+    file.Stream(avi::kVids, MakeFourCC("MJPG"), OtherBitmapInfo(MakeFourCC("MJPG")));
+    file.Stream(avi::kVids, 0, OtherBitmapInfo(MakeFourCC("O8Y0")));
+    file.Stream(avi::kVids, MakeFourCC("O8Y2"), OtherBitmapInfo(MakeFourCC("O8Y2")));
     file.Chunk(avi::kJunk, Bytes(33, 0x55));
-    file.List(avi::kList, FourCC("INFO"), 4 + 8 + 6);
-    file.Chunk(FourCC("ISFT"), Bytes(6, 'x'));
+    file.List(avi::kList, MakeFourCC("INFO"), 4 + 8 + 6);
+    file.Chunk(MakeFourCC("ISFT"), Bytes(6, 'x'));
     file.List(avi::kList, avi::kMovi, 0);
     for (const Bytes& frame : frames) {
         file.List(avi::kList, avi::kRec, 0);
-        file.Chunk(FourCC("00wb"), Bytes(31, 9));
-        file.Chunk(FourCC("01dc"), MakeFrame(50, 8));
-        file.Chunk(FourCC("02db"), frame);
-        file.Chunk(FourCC("03dc"), MakeFrame(44, 7));
+        file.Chunk(MakeFourCC("00wb"), Bytes(31, 9));
+        file.Chunk(MakeFourCC("01dc"), MakeFrame(50, 8));
+        file.Chunk(MakeFourCC("02db"), frame);
+        file.Chunk(MakeFourCC("03dc"), MakeFrame(44, 7));
     }
     const AviFile read = ReadAviBytes(file.bytes);
     EXPECT_EQ(FramesOf(file.bytes, read), frames);
     EXPECT_EQ(read.stream, 2);
     EXPECT_EQ(read.brokenPlaces, 0u);
-    EXPECT_EQ(std::ranges::count(read.others, FourCC("00wb"), &AviChunk::id), 4);
-    EXPECT_EQ(std::ranges::count(read.others, FourCC("03dc"), &AviChunk::id), 4);
-    EXPECT_EQ(std::ranges::count(read.others, FourCC("LIST"), &AviChunk::id), 1) << "the INFO list";
+    EXPECT_EQ(std::ranges::count(read.others, MakeFourCC("00wb"), &AviChunk::id), 4);
+    EXPECT_EQ(std::ranges::count(read.others, MakeFourCC("03dc"), &AviChunk::id), 4);
+    EXPECT_EQ(std::ranges::count(read.others, MakeFourCC("LIST"), &AviChunk::id), 1) << "the INFO list";
 }
 
 TEST(Avi, MissingPaddingAndForeignBytesBetweenFramesAreSurvived)
@@ -336,13 +336,13 @@ TEST(Avi, MissingPaddingAndForeignBytesBetweenFramesAreSurvived)
     OtherWriter file;
     file.List(avi::kRiff, avi::kAvi, 0);
     file.List(avi::kList, avi::kHdrl, 0);
-    file.Stream(avi::kVids, FourCC("O8Y0"), OtherBitmapInfo(FourCC("O8Y0")));
+    file.Stream(avi::kVids, MakeFourCC("O8Y0"), OtherBitmapInfo(MakeFourCC("O8Y0")));
     file.List(avi::kList, avi::kMovi, 0);
     for (const Bytes& frame : frames)
-        file.Chunk(FourCC("00dc"), frame, false);
+        file.Chunk(MakeFourCC("00dc"), frame, false);
     EXPECT_EQ(FramesOf(file.bytes, ReadAviBytes(file.bytes)), frames);
 
-    const size_t second = Find(file.bytes, FourCC("00dc"), Find(file.bytes, FourCC("00dc")) + 1);
+    const size_t second = Find(file.bytes, MakeFourCC("00dc"), Find(file.bytes, MakeFourCC("00dc")) + 1);
     file.bytes.insert(file.bytes.begin() + static_cast<ptrdiff_t>(second), 5000, 0xEE);
     const AviFile read = ReadAviBytes(file.bytes);
     EXPECT_EQ(read.frames.size(), frames.size());
@@ -357,18 +357,18 @@ TEST(Avi, OldIndexOfEitherBaseIsUnderstood)
             OtherWriter file;
             file.List(avi::kRiff, avi::kAvi, 0);
             file.List(avi::kList, avi::kHdrl, 0);
-            file.Stream(avi::kVids, 0, OtherBitmapInfo(FourCC("O8Y0")));
+            file.Stream(avi::kVids, 0, OtherBitmapInfo(MakeFourCC("O8Y0")));
             const size_t movi = file.bytes.size() + 8;
             file.List(avi::kList, avi::kMovi, 0);
             std::vector<uint32_t> places;
             for (const Bytes& frame : frames) {
                 places.push_back(static_cast<uint32_t>(file.bytes.size() - (fromFileStart ? 0 : movi)));
-                file.Chunk(FourCC("00dc"), frame);
+                file.Chunk(MakeFourCC("00dc"), frame);
             }
             Bytes idx1;
             for (size_t n = 0; n < frames.size(); ++n) {
                 const size_t i = backwards && n > 0 ? frames.size() - n : n;
-                Put<uint32_t>(idx1, FourCC("00dc"));
+                Put<uint32_t>(idx1, MakeFourCC("00dc"));
                 Put<uint32_t>(idx1, 0); // some hosts mark no key frames
                 Put<uint32_t>(idx1, places[i]);
                 Put<uint32_t>(idx1, static_cast<uint32_t>(frames[i].size()));
@@ -396,12 +396,12 @@ TEST(Avi, ForeignFilesAreRefused)
     EXPECT_THROW(ReadAviBytes({}), ToolError);
     EXPECT_THROW(ReadAviBytes(Bytes(100, 0)), ToolError);
     Bytes wave = MakeAvi(SomeFrames(1));
-    SetWord(wave, 8, FourCC("WAVE"));
+    SetWord(wave, 8, MakeFourCC("WAVE"));
     EXPECT_THROW(ReadAviBytes(wave), ToolError);
     OtherWriter file;
     file.List(avi::kRiff, avi::kAvi, 0);
     file.List(avi::kList, avi::kHdrl, 0);
-    file.Stream(avi::kVids, FourCC("MJPG"), OtherBitmapInfo(FourCC("MJPG")));
+    file.Stream(avi::kVids, MakeFourCC("MJPG"), OtherBitmapInfo(MakeFourCC("MJPG")));
     file.List(avi::kList, avi::kMovi, 0);
     EXPECT_THROW(ReadAviBytes(file.bytes), ToolError);
 }
@@ -442,7 +442,7 @@ TEST(Avi, NoBytesHarmTheReader)
         for (uint32_t n = 1 + random() % 12; n > 0; --n) {
             const size_t at = random() % bytes.size();
             if (random() % 3 == 0 && at + 4 <= bytes.size())
-                SetWord(bytes, at, random() % 2 ? FourCC("00dc") : random());
+                SetWord(bytes, at, random() % 2 ? MakeFourCC("00dc") : random());
             else
                 bytes[at] = static_cast<uint8_t>(random());
         }

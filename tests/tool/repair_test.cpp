@@ -55,22 +55,22 @@ OtherWriter MakeFileWithSound(const std::vector<Bytes>& frames, const Bytes& bit
     OtherWriter file;
     file.List(avi::kRiff, avi::kAvi, 0);
     file.List(avi::kList, avi::kHdrl, 0);
-    file.Stream(FourCC("auds"), 1, Bytes(18, 1));
+    file.Stream(MakeFourCC("auds"), 1, Bytes(18, 1));
     file.Chunk(avi::kStrn, {'d', 'e', 's', 'k', 0});
     file.Stream(avi::kVids, 0, bitmapInfo);
     file.Chunk(avi::kVprp, Bytes(68, 3));
-    file.Stream(FourCC("auds"), 1, Bytes(18, 2));
-    file.List(avi::kList, FourCC("INFO"), 4 + 8 + 6);
-    file.Chunk(FourCC("ISFT"), Bytes(6, 'x'));
+    file.Stream(MakeFourCC("auds"), 1, Bytes(18, 2));
+    file.List(avi::kList, MakeFourCC("INFO"), 4 + 8 + 6);
+    file.Chunk(MakeFourCC("ISFT"), Bytes(6, 'x'));
     file.List(avi::kList, avi::kMovi, 0);
     for (size_t i = 0; i < frames.size(); ++i) {
-        file.Chunk(FourCC("00wb"), Bytes(31 + i, static_cast<uint8_t>(i)));
-        file.Chunk(FourCC("01dc"), frames[i]);
+        file.Chunk(MakeFourCC("00wb"), Bytes(31 + i, static_cast<uint8_t>(i)));
+        file.Chunk(MakeFourCC("01dc"), frames[i]);
         if (i % 2 == 0)
-            file.Chunk(FourCC("02wb"), Bytes(9, static_cast<uint8_t>(100 + i)));
+            file.Chunk(MakeFourCC("02wb"), Bytes(9, static_cast<uint8_t>(100 + i)));
     }
-    file.Chunk(FourCC("00wb"), Bytes(5, 77)); // behind the last frame
-    file.Chunk(FourCC("IDIT"), Bytes(10, 'd'));
+    file.Chunk(MakeFourCC("00wb"), Bytes(5, 77)); // behind the last frame
+    file.Chunk(MakeFourCC("IDIT"), Bytes(10, 'd'));
     return file;
 }
 
@@ -94,9 +94,9 @@ TEST_F(RepairTest, RewrittenHeadsBecomeWhole)
     ExpectWholeAgain(bytes, "put right: the bitmap header gave its size as 40 bytes\n");
     SetWord(bytes, strh + 4, 0);
     SetWord(bytes, strf + 4, 31);
-    SetWord(bytes, strf + 16, FourCC("o8y0"));
+    SetWord(bytes, strf + 16, MakeFourCC("o8y0"));
     ExpectWholeAgain(bytes, "put right: the bitmap header gave the size as 31x56\n");
-    SetWord(bytes, strh + 4, FourCC("o8y0"));
+    SetWord(bytes, strh + 4, MakeFourCC("o8y0"));
     SetWord(bytes, strf + 16, 0);
     ExpectWholeAgain(bytes, "put right: the bitmap header named the codec ????\n");
 }
@@ -130,7 +130,7 @@ TEST_F(RepairTest, RecordIsTakenFromTheFrames)
 TEST_F(RepairTest, IndexesAreWrittenAnew)
 {
     const size_t indx = Find(good, avi::kIndx), movi = Find(good, avi::kMovi);
-    const size_t ix = Find(good, FourCC("ix00"), movi), idx1 = Find(good, avi::kIdx1);
+    const size_t ix = Find(good, MakeFourCC("ix00"), movi), idx1 = Find(good, avi::kIdx1);
     Bytes bytes = good;
     SetWord(bytes, indx, avi::kJunk);
     SetWord(bytes, ix, avi::kJunk);
@@ -248,10 +248,10 @@ TEST_F(RepairTest, SoundAndTextsAreKept)
 TEST_F(RepairTest, OtherStreamsAreIndexedInEverySegment)
 {
     MemorySink sink;
-    AviStreamFormat format{FourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)};
+    AviStreamFormat format{MakeFourCC("O8Y0"), 64, 48, {25, 1}, MakeBitmapInfo(64, 48)};
     format.number = 1;
     Bytes header;
-    Put<uint32_t>(header, FourCC("auds"));
+    Put<uint32_t>(header, MakeFourCC("auds"));
     header.resize(56);
     SetWord(header, 44, 4); // sample size
     format.others.push_back({header, {}});
@@ -268,16 +268,16 @@ TEST_F(RepairTest, OtherStreamsAreIndexedInEverySegment)
     EXPECT_EQ(WordAt(sink.bytes, Find(sink.bytes, avi::kStrh) + 8 + 32), 100u * 20 / 4) << "samples";
     // The index of the sound: every entry leads to one of its chunks.
     const size_t indx = Find(sink.bytes, avi::kIndx) + 8;
-    EXPECT_EQ(WordAt(sink.bytes, indx + 8), FourCC("00wb"));
+    EXPECT_EQ(WordAt(sink.bytes, indx + 8), MakeFourCC("00wb"));
     size_t entries = 0;
     ASSERT_GT(WordAt(sink.bytes, indx + 4), 1u);
     for (size_t s = 0; s < WordAt(sink.bytes, indx + 4); ++s) {
         const auto ix = static_cast<size_t>(Get<uint64_t>(sink.bytes, indx + 24 + s * 16));
-        EXPECT_EQ(WordAt(sink.bytes, ix), FourCC("ix00"));
+        EXPECT_EQ(WordAt(sink.bytes, ix), MakeFourCC("ix00"));
         for (size_t i = 0; i < WordAt(sink.bytes, ix + 12); ++i, ++entries) {
             const size_t at =
                 static_cast<size_t>(Get<uint64_t>(sink.bytes, ix + 20)) + WordAt(sink.bytes, ix + 32 + i * 8);
-            EXPECT_EQ(WordAt(sink.bytes, at - 8), FourCC("00wb"));
+            EXPECT_EQ(WordAt(sink.bytes, at - 8), MakeFourCC("00wb"));
             EXPECT_EQ(WordAt(sink.bytes, at - 4), 20u);
         }
     }

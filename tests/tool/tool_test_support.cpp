@@ -60,7 +60,7 @@ Bytes MakeBitmapInfo(int width, int height)
     Put<int32_t>(info, height);
     Put<uint16_t>(info, 1);
     Put<uint16_t>(info, 24);
-    Put<uint32_t>(info, FourCC("O8Y0"));
+    Put<uint32_t>(info, MakeFourCC("O8Y0"));
     info.resize(40);
     FrameHeader record{};
     std::ranges::copy(kFrameMagic, record.magic);
@@ -82,7 +82,7 @@ Bytes MakeBitmapInfo(int width, int height)
 Bytes MakeAvi(const std::vector<Bytes>& frames, uint64_t segmentLimit)
 {
     MemorySink sink;
-    AviWriter writer(sink, {FourCC("O8Y0"), 64, 48, {30000, 1001}, MakeBitmapInfo(64, 48)}, segmentLimit);
+    AviWriter writer(sink, {MakeFourCC("O8Y0"), 64, 48, {30000, 1001}, MakeBitmapInfo(64, 48)}, segmentLimit);
     for (const Bytes& frame : frames)
         writer.WriteFrame(frame);
     writer.Finish();

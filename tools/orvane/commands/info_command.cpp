@@ -141,7 +141,7 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
         return out << "  " << std::left << std::setw(11) << label << std::right;
     };
     out << std::fixed << std::setprecision(2) << stream.Name() << '\n';
-    line("format") << FourCCText(stream.Format().fourcc) << ", " << stream.Format().text;
+    line("format") << PrintableFourCC(stream.Format().fourcc) << ", " << stream.Format().text;
     if (facts.IsYuv())
         out << ", " << facts.Matrix() << ", " << facts.Range() << " range";
     out << (IsInterlaced(stream.Record()) ? ", interlaced\n" : ", progressive\n");
@@ -207,7 +207,7 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
     Json frames = Json::array();
     for (size_t number = 0; number < facts.frames.size(); ++number)
         frames.push_back(FrameJson(number, facts.frames[number]));
-    const Json json = {{"fourcc", FourCCText(stream.Format().fourcc)},
+    const Json json = {{"fourcc", PrintableFourCC(stream.Format().fourcc)},
                        {"format", stream.Format().text},
                        {"width", stream.Width()},
                        {"height", stream.Height()},

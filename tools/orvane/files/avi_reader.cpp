@@ -12,9 +12,10 @@
 
 namespace {
 
-constexpr uint32_t kOurFourCCs[] = {FourCC("O8RG"), FourCC("O8RA"), FourCC("O8YA"), FourCC("O8Y4"),
-                                    FourCC("O8Y2"), FourCC("O8Y0"), FourCC("O8G0"), FourCC("ORVN")};
-constexpr uint32_t kMagic = FourCC("ORVN");
+constexpr uint32_t kOurFourCCs[] = {MakeFourCC("O8RG"), MakeFourCC("O8RA"), MakeFourCC("O8YA"),
+                                    MakeFourCC("O8Y4"), MakeFourCC("O8Y2"), MakeFourCC("O8Y0"),
+                                    MakeFourCC("O8G0"), MakeFourCC("ORVN")};
+constexpr uint32_t kMagic = MakeFourCC("ORVN");
 constexpr uint32_t kMaxStreams = 100; // chunk ids have two digits for the number
 
 /// Four printable characters. The magic of a frame is none: whoever meets it as an id has been led into a

@@ -15,28 +15,28 @@
 
 namespace avi {
 
-inline constexpr uint32_t kRiff = FourCC("RIFF");
-inline constexpr uint32_t kList = FourCC("LIST");
-inline constexpr uint32_t kAvi = FourCC("AVI ");
-inline constexpr uint32_t kAvix = FourCC("AVIX");
-inline constexpr uint32_t kHdrl = FourCC("hdrl");
-inline constexpr uint32_t kAvih = FourCC("avih");
-inline constexpr uint32_t kStrl = FourCC("strl");
-inline constexpr uint32_t kStrh = FourCC("strh");
-inline constexpr uint32_t kStrf = FourCC("strf");
-inline constexpr uint32_t kIndx = FourCC("indx");
-inline constexpr uint32_t kOdml = FourCC("odml");
-inline constexpr uint32_t kDmlh = FourCC("dmlh");
-inline constexpr uint32_t kMovi = FourCC("movi");
-inline constexpr uint32_t kRec = FourCC("rec ");
-inline constexpr uint32_t kIdx1 = FourCC("idx1");
-inline constexpr uint32_t kJunk = FourCC("JUNK");
-inline constexpr uint32_t kStrd = FourCC("strd");
-inline constexpr uint32_t kStrn = FourCC("strn");
-inline constexpr uint32_t kVprp = FourCC("vprp");
-inline constexpr uint32_t kChecksums = FourCC("Osum");
-inline constexpr uint32_t kY4mFields = FourCC("Oy4m");
-inline constexpr uint32_t kVids = FourCC("vids");
+inline constexpr uint32_t kRiff = MakeFourCC("RIFF");
+inline constexpr uint32_t kList = MakeFourCC("LIST");
+inline constexpr uint32_t kAvi = MakeFourCC("AVI ");
+inline constexpr uint32_t kAvix = MakeFourCC("AVIX");
+inline constexpr uint32_t kHdrl = MakeFourCC("hdrl");
+inline constexpr uint32_t kAvih = MakeFourCC("avih");
+inline constexpr uint32_t kStrl = MakeFourCC("strl");
+inline constexpr uint32_t kStrh = MakeFourCC("strh");
+inline constexpr uint32_t kStrf = MakeFourCC("strf");
+inline constexpr uint32_t kIndx = MakeFourCC("indx");
+inline constexpr uint32_t kOdml = MakeFourCC("odml");
+inline constexpr uint32_t kDmlh = MakeFourCC("dmlh");
+inline constexpr uint32_t kMovi = MakeFourCC("movi");
+inline constexpr uint32_t kRec = MakeFourCC("rec ");
+inline constexpr uint32_t kIdx1 = MakeFourCC("idx1");
+inline constexpr uint32_t kJunk = MakeFourCC("JUNK");
+inline constexpr uint32_t kStrd = MakeFourCC("strd");
+inline constexpr uint32_t kStrn = MakeFourCC("strn");
+inline constexpr uint32_t kVprp = MakeFourCC("vprp");
+inline constexpr uint32_t kChecksums = MakeFourCC("Osum");
+inline constexpr uint32_t kY4mFields = MakeFourCC("Oy4m");
+inline constexpr uint32_t kVids = MakeFourCC("vids");
 
 inline constexpr uint32_t kChunkHead = 8; ///< id and size
 inline constexpr uint32_t kListHead = 12; ///< id, size and type

@@ -55,7 +55,7 @@ void AviRepair::DescribeStreams(const std::string& name)
     if (file.handler != format.handler)
         changes.push_back(file.handler == 0
                               ? "the stream header named no codec"
-                              : "the stream header named the codec " + FourCCText(file.handler));
+                              : "the stream header named the codec " + PrintableFourCC(file.handler));
     format.width = static_cast<int>(record.width);
     format.height = static_cast<int>(record.height);
     format.rate = file.rate;
@@ -108,7 +108,7 @@ void AviRepair::SortOthers()
             bytes += chunk.size;
             extras.push_back(chunk);
         } else {
-            losses.push_back("a chunk " + FourCCText(chunk.id) + " of " + Counted(chunk.size, "byte") +
+            losses.push_back("a chunk " + PrintableFourCC(chunk.id) + " of " + Counted(chunk.size, "byte") +
                              " was left out");
         }
     }

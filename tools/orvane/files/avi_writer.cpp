@@ -111,7 +111,9 @@ uint32_t AviWriter::KindOf(uint32_t stream) const
     if (copied == nullptr || copied->header.size() < 4)
         return kFrameKind;
     const auto type = Get<uint32_t>(copied->header, 0);
-    return type == FourCC("auds") ? 'w' | 'b' << 8 : type == FourCC("txts") ? 't' | 'x' << 8 : kFrameKind;
+    return type == MakeFourCC("auds")   ? 'w' | 'b' << 8
+           : type == MakeFourCC("txts") ? 't' | 'x' << 8
+                                        : kFrameKind;
 }
 
 std::vector<uint8_t> AviWriter::MakeVideoHeader() const

@@ -94,7 +94,7 @@ std::vector<uint8_t> RebuildBitmapInfo(const ByteSource& source, const AviFile& 
     info = PutRight(std::move(info), format->fourcc);
     if (Get<uint32_t>(info, kCompression) != Get<uint32_t>(file.bitmapInfo, kCompression))
         changes.push_back("the bitmap header named the codec " +
-                          FourCCText(Get<uint32_t>(file.bitmapInfo, kCompression)));
+                          PrintableFourCC(Get<uint32_t>(file.bitmapInfo, kCompression)));
     // Hosts write heights of either sign; none of them means anything to the codec.
     const int64_t height = Get<int32_t>(info, kHeight);
     if (Get<uint32_t>(info, kWidth) != record.width || (height < 0 ? -height : height) != record.height) {

@@ -1,16 +1,9 @@
 #pragma once
 
+#include "common/four_cc.h"
+
 #include <cstdint>
 #include <string>
-
-/// Four characters as they stand in memory, first character in the lowest byte.
-constexpr uint32_t FourCC(const char (&text)[5])
-{
-    uint32_t code = 0;
-    for (int i = 3; i >= 0; --i)
-        code = code << 8 | static_cast<unsigned char>(text[i]);
-    return code;
-}
 
 /// Letters A to Z for a to z; everything else as it is.
 constexpr uint32_t UpperFourCC(uint32_t code)
@@ -22,7 +15,7 @@ constexpr uint32_t UpperFourCC(uint32_t code)
 }
 
 /// The four characters; unprintable ones as '?'.
-inline std::string FourCCText(uint32_t code)
+inline std::string PrintableFourCC(uint32_t code)
 {
     std::string text(4, '?');
     for (size_t i = 0; i < 4; ++i)
