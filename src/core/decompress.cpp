@@ -38,12 +38,31 @@ void CopyRows(const uint8_t* from, const BlockRows& to)
         std::memcpy(RowAt(to.plane, row), from, static_cast<size_t>(to.width));
 }
 
-/// How many neighbouring bands one pool item takes: as many as are decoded side by side, in items of nearly
-/// equal size of which every thread has the same number.
-int BandsPerItem(int bands, int threads)
+/// All bands in items of neighbours, whose sizes differ by one at most: bands that are decoded side by side help each
+/// other, so that a small item would cost more than its share.
+struct BandItems {
+    int bands;
+    int count;
+
+    int Largest() const { return count == 0 ? 0 : (bands + count - 1) / count; }
+    BandRange Of(int item) const { return {Begin(item), Begin(item + 1)}; }
+
+  private:
+    int Begin(int item) const { return static_cast<int>(int64_t{bands} * item / count); }
+};
+
+/// As few items as go, though one for each thread.
+BandItems LargeItems(int bands, int threads)
 {
-    const int rounds = std::max(1, (bands + threads * kMaxBandsPerItem - 1) / (threads * kMaxBandsPerItem));
-    return std::max(1, (bands + threads * rounds - 1) / (threads * rounds));
+    const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
+    return {bands, std::max(fewest, std::min(bands, threads))};
+}
+
+/// As few items as go, though as many for each thread as for the others.
+BandItems EvenItems(int bands, int threads)
+{
+    const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
+    return {bands, std::min(bands, (fewest + threads - 1) / threads * threads)};
 }
 
 /// Puts a value back at the end of a scope, however it is left.
@@ -169,14 +188,11 @@ void Orvane::DecompressHostPlanes(const CompressInfo& info)
 {
     // Nothing is to be joined, so planes need not keep together: items can be as large as is best for decoding and
     // still come out even, the small ones of the chroma planes last.
-    const auto bands = static_cast<int>(CountBands(info.header));
-    const int bandsPerItem = std::clamp((bands + ThreadCount() - 1) / ThreadCount(), 1, kMaxBandsPerItem);
-    const int itemsPerPlane = (bands + bandsPerItem - 1) / bandsPerItem;
-    PrepareScratch(info, imagePlanes, bandsPerItem);
-    pool.Run(itemsPerPlane * info.route.backend->GetPlaneCount(), [&](int item, int thread) {
-        const int plane = item / itemsPerPlane;
-        const int first = item % itemsPerPlane * bandsPerItem;
-        DecompressPlane(info, plane, {first, std::min(bands, first + bandsPerItem)},
+    const BandItems items = LargeItems(static_cast<int>(CountBands(info.header)), ThreadCount());
+    PrepareScratch(info, imagePlanes, items.Largest());
+    pool.Run(items.count * info.route.backend->GetPlaneCount(), [&](int item, int thread) {
+        const int plane = item / items.count;
+        DecompressPlane(info, plane, items.Of(item % items.count),
                         {imagePlanes.plane[static_cast<size_t>(plane)]}, thread);
     });
 }
@@ -188,19 +204,16 @@ void Orvane::DecompressBandByBand(const CompressInfo& info, bool separateRuns)
     steps.push_back({steps.back().step + (separateRuns ? 1 : 0), PassStep::JoinPicture, 0});
 
     const PlaneSet& target = info.route.converter ? convertedPlanes : imagePlanes;
-    const auto bands = static_cast<int>(CountBands(info.header));
-    const int bandsPerItem = BandsPerItem(bands, ThreadCount());
+    const BandItems items = EvenItems(static_cast<int>(CountBands(info.header)), ThreadCount());
     // Where a block may stay undecoded, planes of our own keep what they held.
     const bool everyBlockIsDecoded = CoderTypeOf(info.header) == CoderType::InFrame && !separateRuns;
-    PrepareBandScratch(info, everyBlockIsDecoded ? bandsPerItem : 0);
-    PrepareScratch(info, target, separateRuns ? 0 : bandsPerItem);
+    PrepareBandScratch(info, everyBlockIsDecoded ? items.Largest() : 0);
+    PrepareScratch(info, target, separateRuns ? 0 : items.Largest());
     for (int step = 0; step <= steps.back().step; ++step)
-        pool.Run((bands + bandsPerItem - 1) / bandsPerItem, [&, step](int item, int thread) {
-            const int first = item * bandsPerItem;
-            const BandRange range{first, std::min(bands, first + bandsPerItem)};
+        pool.Run(items.count, [&, step](int item, int thread) {
             for (const PassStep& entry : steps)
                 if (entry.step == step)
-                    DecompressBands(info, entry, range, target, thread);
+                    DecompressBands(info, entry, items.Of(item), target, thread);
         });
 }
 

@@ -42,7 +42,7 @@ inline constexpr uint64_t kMaxBlocks = uint64_t{1} << 20;
 
 /// Bands that one thread decodes side by side: as many as the entropy stage has lanes, and few enough that
 /// their planes stay in a processor's cache until they are joined.
-inline constexpr int kMaxBandsPerItem = 6;
+inline constexpr int kMaxBandsPerItem = 7;
 
 /// One entry of a pass's work list. Entries with the same `step` run in one pool run, in list order.
 struct PassStep {
