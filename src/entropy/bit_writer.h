@@ -11,7 +11,7 @@ struct BitRun {
     uint64_t length;
 };
 
-/// `first` with `second` behind it; the lengths add up to 63 at most.
+/// `first` with `second` behind it. Where that is more than 63 bits, the length is right and the bits are not.
 inline BitRun Join(BitRun first, BitRun second)
 {
     return {ShiftLeft(first.bits, second.length) | second.bits, first.length + second.length};
@@ -56,8 +56,10 @@ class BitWriter
     /// Appends two runs of at most 57 bits each and stores: once if both fit, which is the rule.
     void AppendAndStore(BitRun first, BitRun second)
     {
-        if (used + first.length + second.length < 64) [[likely]] {
-            Append(Join(first, second));
+        // What does not fit is joined in vain, but what fits needs no second sum of the lengths.
+        const BitRun both = Join(first, second);
+        if (used + both.length < 64) [[likely]] {
+            Append(both);
         } else {
             Append(first);
             Store();
