@@ -243,6 +243,25 @@ TEST(Y4m, StrayFieldsInAFileDoNothing)
     }
 }
 
+TEST(Y4m, LastInterlaceFieldHolds)
+{
+    const VideoInfo progressive = ParseY4mHeader("YUV4MPEG2 W8 H8 F25:1 Ib Ip", "test").info;
+    EXPECT_EQ(progressive.interlaced, false);
+    EXPECT_EQ(progressive.bottomFieldFirst, std::nullopt);
+    EXPECT_EQ(MakeY4mFields(progressive), "");
+    EXPECT_EQ(ParseY4mHeader("YUV4MPEG2 W8 H8 F25:1 Ip Ib", "test").info.bottomFieldFirst, true);
+}
+
+TEST(Y4m, RatesOfAllThatAviFilesCanSayComeBack)
+{
+    VideoInfo info = ParseY4mHeader("YUV4MPEG2 W8 H8", "test").info;
+    for (const Rational rate : {Rational{25, 0x80000001}, Rational{UINT32_MAX, 1}, Rational{1, UINT32_MAX}}) {
+        info.rate = rate;
+        EXPECT_EQ(ParseY4mHeader(MakeY4mHeader(info, "test"), "test").info.rate, rate);
+    }
+    EXPECT_EQ(ParseRational("4294967296:1", ':'), std::nullopt);
+}
+
 TEST(Y4m, FilesTellTheirFramesAndPipesDoNot)
 {
     const std::string y4m = MakeY4m(32, 24, "C420jpeg", 1152, 7);

@@ -19,9 +19,9 @@ std::optional<uint64_t> ParseNumber(const std::string& text, uint64_t limit)
 std::optional<Rational> ParseRational(const std::string& text, char separator)
 {
     const size_t cut = text.find(separator);
-    const auto numerator = ParseNumber(text.substr(0, cut), INT32_MAX);
+    const auto numerator = ParseNumber(text.substr(0, cut), UINT32_MAX);
     const auto denominator =
-        cut == std::string::npos ? std::optional<uint64_t>(1) : ParseNumber(text.substr(cut + 1), INT32_MAX);
+        cut == std::string::npos ? std::optional<uint64_t>(1) : ParseNumber(text.substr(cut + 1), UINT32_MAX);
     if (!numerator || !denominator || *numerator == 0 || *denominator == 0)
         return std::nullopt;
     return Rational{static_cast<uint32_t>(*numerator), static_cast<uint32_t>(*denominator)};

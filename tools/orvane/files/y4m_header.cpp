@@ -61,8 +61,10 @@ int64_t ParseSize(const std::string& text, const std::string& where)
 void SetInterlace(const std::string& text, VideoInfo& info)
 {
     // "?" and "m" (changing from frame to frame) say nothing about the stream.
-    if (text == "p")
+    if (text == "p") {
         info.interlaced = false;
+        info.bottomFieldFirst.reset();
+    }
     if (text == "t" || text == "b") {
         info.interlaced = true;
         info.bottomFieldFirst = text == "b";
