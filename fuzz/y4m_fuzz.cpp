@@ -1,7 +1,9 @@
-// Any bytes as a Y4M stream. Pictures that were read are written and read once more: nothing changes.
+// Any bytes as a Y4M stream. Pictures that were read are written and read once more: nothing changes. The first line
+// also stands for the fields that an AVI file keeps of it.
 
 #include "files/y4m_stream.h"
 #include "support/fuzz_input.h"
+#include "support/y4m_fields.h"
 #include "tool_error.h"
 
 #include <algorithm>
@@ -53,7 +55,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     const std::string firstLine = bytes.substr(0, std::min(bytes.find('\n'), kMaxY4mLine));
     try {
-        if (ParseY4mHeader(firstLine, "input.y4m").info.FrameBytes() > kMaxPicture)
+        VideoInfo info = ParseY4mHeader(firstLine, "input.y4m").info;
+        CheckY4mFields(info);
+        TakeY4mFields(firstLine, info);
+        CheckY4mFields(info);
+        if (info.FrameBytes() > kMaxPicture)
             return 0;
         const Video video = ReadVideo(bytes);
         const Video again = ReadVideo(WriteVideo(video));

@@ -3,10 +3,14 @@
 
 #include "driver/format_table.h"
 #include "entropy/length_table.h"
+#include "files/avi_records.h"
 #include "files/avi_writer.h"
+#include "files/checksum_table.h"
 #include "files/still_image.h"
+#include "files/y4m_header.h"
 #include "files/y4m_stream.h"
 #include "support/driver_host.h"
+#include "support/memory_sink.h"
 #include "support/message_steps.h"
 #include "support/negotiate_input.h"
 #include "support/picture_maker.h"
@@ -173,22 +177,8 @@ void MakeLengths()
     Save("lengths_fuzz", "holes", holes);
 }
 
-class MemoryFile final : public ByteSink
+AviStreamFormat MakeAviFormat(const StreamChoice& choice)
 {
-  public:
-    void Write(std::span<const uint8_t> more) override { Append(bytes, more); }
-    void WriteAt(uint64_t offset, std::span<const uint8_t> other) override
-    {
-        std::copy(other.begin(), other.end(), bytes.begin() + static_cast<ptrdiff_t>(offset));
-    }
-    uint64_t Position() const override { return bytes.size(); }
-
-    Bytes bytes;
-};
-
-Bytes MakeAvi(const StreamChoice& choice, int frames, uint64_t segmentLimit)
-{
-    const Bytes record = MakeRecord(choice);
     const StreamSize size = SizeOf(choice);
     AviStreamFormat format;
     format.handler = MakeFourCC("O8Y0");
@@ -200,14 +190,84 @@ Bytes MakeAvi(const StreamChoice& choice, int frames, uint64_t segmentLimit)
     Append(format.bitmapInfo, uint16_t{24});
     Append(format.bitmapInfo, MakeFourCC("O8Y0"));
     format.bitmapInfo.resize(40);
-    Append(format.bitmapInfo, record);
-    MemoryFile file;
-    AviWriter writer(file, format, segmentLimit);
+    Append(format.bitmapInfo, MakeRecord(choice));
+    return format;
+}
+
+Bytes MakeAvi(const StreamChoice& choice, int frames, uint64_t segmentLimit,
+              std::span<const AviExtraChunk> extras = {})
+{
+    MemorySink file;
+    AviWriter writer(file, MakeAviFormat(choice), segmentLimit);
     const Bytes frame = MakeFrame(choice, Content::Flat, PredictMethod::Left);
     for (int i = 0; i < frames; ++i)
         writer.WriteFrame(i == 1 ? std::span<const uint8_t>() : std::span<const uint8_t>(frame));
-    writer.Finish();
+    writer.Finish(extras);
     return file.bytes;
+}
+
+/// With checksums and fields as the tool adds them behind the frames.
+Bytes MakeAviWithChecksums(const StreamChoice& choice, int frames)
+{
+    const Bytes record = MakeRecord(choice);
+    const FrameHeader header = ReadHeader(record.data());
+    const FrameHasher hasher(*FindCompressedFormat(header.formatCode), header);
+    const PixelLayout& layout = NativeLayout(header.formatCode);
+    const Bytes frame = MakeFrame(choice, Content::Flat, PredictMethod::Left);
+    const Bytes picture(static_cast<size_t>(
+        PictureBytes(layout, static_cast<int>(header.width), static_cast<int>(header.height))));
+    ChecksumTable table(hasher.Bands(), hasher.Blocks());
+    for (int i = 0; i < frames; ++i)
+        table.Add(
+            hasher.Hash(picture, i == 1 ? std::span<const uint8_t>() : std::span<const uint8_t>(frame)));
+    VideoInfo info;
+    info.layout = &layout;
+    info.interlaced = info.bottomFieldFirst = true;
+    info.pixelAspect = Rational{10, 11};
+    info.chromaTag = "420mpeg2";
+    const std::string fields = MakeY4mFields(info);
+    const AviExtraChunk extras[] = {{avi::kChecksums, table.Chunk()},
+                                    {avi::kY4mFields, Bytes(fields.begin(), fields.end())}};
+    return MakeAvi(choice, frames, AviWriter::kDefaultSegmentLimit, extras);
+}
+
+void AppendChunk(Bytes& bytes, uint32_t id, std::span<const uint8_t> payload)
+{
+    Append(bytes, id);
+    Append(bytes, static_cast<uint32_t>(payload.size()));
+    Append(bytes, payload);
+    bytes.resize(avi::Padded(bytes.size()));
+}
+
+/// What a recorder leaves behind that was broken off: sound beside the video, no sizes of lists, no index.
+Bytes MakeRecording(const StreamChoice& choice)
+{
+    const AviStreamFormat format = MakeAviFormat(choice);
+    Bytes bytes;
+    const auto list = [&](uint32_t id, uint32_t type) {
+        Append(Append(Append(bytes, id), uint32_t{0}), type);
+    };
+    const auto stream = [&](uint32_t type, uint32_t handler, std::span<const uint8_t> info) {
+        list(avi::kList, avi::kStrl);
+        Bytes header;
+        Append(Append(header, type), handler);
+        header.resize(56);
+        AppendChunk(bytes, avi::kStrh, header);
+        AppendChunk(bytes, avi::kStrf, info);
+    };
+    list(avi::kRiff, avi::kAvi);
+    list(avi::kList, avi::kHdrl);
+    stream(MakeFourCC("auds"), 1, Bytes(18, 1));
+    AppendChunk(bytes, avi::kStrn, Bytes(5, 'n'));
+    stream(avi::kVids, 0, std::span(format.bitmapInfo).first(40));
+    list(avi::kList, avi::kMovi);
+    const Bytes frame = MakeFrame(choice, Content::Flat, PredictMethod::Left);
+    for (size_t i = 0; i < 3; ++i) {
+        AppendChunk(bytes, MakeFourCC("00wb"), Bytes(7 + i, static_cast<uint8_t>(i)));
+        AppendChunk(bytes, MakeFourCC("01dc"), frame);
+    }
+    AppendChunk(bytes, MakeFourCC("IDIT"), Bytes(6, 'd'));
+    return bytes;
 }
 
 void Lower(Bytes& bytes, size_t at, auto word, size_t by)
@@ -256,6 +316,9 @@ void MakeAvis()
     const auto frame = std::search(broken.begin(), broken.end(), frameId.begin(), frameId.end());
     std::fill_n(frame + 4, 3, uint8_t{0xFF}); // its size leads out of the file
     Save("avi_fuzz", "broken", broken);
+    Save("avi_fuzz", "checksums",
+         WithSmallIndex(MakeAviWithChecksums(ChoiceOf(kCodeYuv420, 0, kChooseInterlaced), 3)));
+    Save("avi_fuzz", "recording", MakeRecording(choice));
 }
 
 void MakeY4ms()

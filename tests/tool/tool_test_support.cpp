@@ -9,18 +9,6 @@
 #include <fstream>
 #include <stdexcept>
 
-void MemorySink::Write(std::span<const uint8_t> more)
-{
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-void MemorySink::WriteAt(uint64_t offset, std::span<const uint8_t> other)
-{
-    if (offset + other.size() > bytes.size())
-        throw std::logic_error("only bytes that were written may be replaced");
-    std::ranges::copy(other, bytes.begin() + static_cast<ptrdiff_t>(offset));
-}
-
 std::string NameIn(const TestFolder& folder, const std::string& file)
 {
     return TextOf(folder.Path() / PathOf(file));

@@ -1,8 +1,9 @@
-// What the tests of the tool share: a sink in memory, frames and AVI files made on the spot.
+// What the tests of the tool share: frames and AVI files made on the spot.
 #pragma once
 
 #include "files/avi_reader.h"
 #include "files/avi_writer.h"
+#include "support/memory_sink.h"
 #include "support/test_folder.h"
 
 #include <cstdint>
@@ -10,16 +11,6 @@
 #include <vector>
 
 using Bytes = std::vector<uint8_t>;
-
-class MemorySink final : public ByteSink
-{
-  public:
-    void Write(std::span<const uint8_t> more) override;
-    void WriteAt(uint64_t offset, std::span<const uint8_t> other) override;
-    uint64_t Position() const override { return bytes.size(); }
-
-    Bytes bytes;
-};
 
 /// The full name of a file in a folder, as UTF-8.
 std::string NameIn(const TestFolder& folder, const std::string& file);
