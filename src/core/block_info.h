@@ -17,11 +17,10 @@ struct alignas(128) BlockInfo {
     int leftUsed = 0;                  ///< statistics of the last frame: 1 for the predictor in use
     int gradientUsed = 0;
     int medianUsed = 0;
-    uint64_t dataOffset = 0; ///< decompress: the block in the frame; compress: behind the frame's header
-    uint64_t dataSize = 0;   ///< decompress: its bytes, head included
-    std::vector<uint8_t> compressed; ///< compress: the payload's area, room for the worst code
-    uint32_t compressedSize = 0;     ///< compress: bytes of payload
-    int coderId = 0;                 ///< index in the coders; from a frame it may be out of range
+    uint64_t dataOffset = 0;     ///< decompress: the block in the frame; compress: behind the frame's header
+    uint64_t dataSize = 0;       ///< decompress: its bytes, head included
+    uint32_t compressedSize = 0; ///< compress: bytes of payload
+    int coderId = 0;             ///< index in the coders; from a frame it may be out of range
     int plane = 0;
     int blockInPlane = 0; ///< from the top
     PredictMethod predictor = PredictMethod::Median;

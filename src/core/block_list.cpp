@@ -2,12 +2,11 @@
 
 #include "core/orvane.h"
 
-std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend, bool compressing)
+std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend)
 {
     const auto height = static_cast<int>(header.height);
     const auto blockHeight = static_cast<int>(EffectiveBlockHeight(header));
     const auto bands = static_cast<int>(CountBands(header));
-    const uint64_t limit = CodeLengthLimit(backend.GetBitsPerSample());
 
     std::vector<BlockInfo> blocks(static_cast<size_t>(bands) * static_cast<size_t>(backend.GetPlaneCount()));
     auto block = blocks.begin();
@@ -15,10 +14,6 @@ std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBacken
         const int width = backend.GetPlaneWidth(plane, static_cast<int>(header.width));
         const int planeRows = backend.GetPlaneHeight(plane, height);
         const int blockRows = backend.GetPlaneHeight(plane, blockHeight);
-        // Sized by the full block height for a short last block too. 128: the writer stores eight bytes at a
-        // time.
-        const uint64_t area =
-            static_cast<uint64_t>(width) * limit * static_cast<uint64_t>(blockRows) / 8 + 128;
         for (int band = 0; band < bands; ++band, ++block) {
             block->plane = plane;
             block->coderId = plane;
@@ -26,8 +21,6 @@ std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBacken
             block->width = width;
             block->firstRow = band * blockRows;
             block->rows = std::min(block->firstRow + blockRows, planeRows) - block->firstRow;
-            if (compressing)
-                block->compressed.resize(area);
         }
     }
     return blocks;
@@ -43,6 +36,6 @@ void Orvane::SetupBlocks(const CompressInfo& info)
         rowBytes * info.header.height * static_cast<uint64_t>(planes.GetPlaneCount()) + 8192;
     imagePlanes.arena.Reserve(arena);
     // Built aside: if memory runs out, the list of the last run stays whole.
-    blocks = MakeBlocks(info.header, *info.route.backend, info.compressing);
+    blocks = MakeBlocks(info.header, *info.route.backend);
     listBlockHeight = info.header.blockHeight;
 }

@@ -93,6 +93,5 @@ class RowSets
     size_t count;
 };
 
-/// The blocks of all planes of `backend`, in plane order, each on the coder of its plane. With `compressing`
-/// each has an output area for the worst code.
-std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend, bool compressing);
+/// The blocks of all planes of `backend`, in plane order, each on the coder of its plane.
+std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend);

@@ -24,6 +24,15 @@ PredictMethod BestPredictor(const PredictorScores& scores)
     return scores.gradient == best ? PredictMethod::Gradient : PredictMethod::Median;
 }
 
+/// What a block can take while it is coded; none is larger than a full one of plane 0. The writer stores eight bytes
+/// at a time.
+uint64_t LargestPayload(const CompressInfo& info)
+{
+    const ImgProcBackend& backend = *info.route.backend;
+    const uint64_t samples = uint64_t{info.header.width} * EffectiveBlockHeight(info.header);
+    return samples * CodeLengthLimit(backend.GetBitsPerSample()) / 8 + 128;
+}
+
 } // namespace
 
 uint32_t Orvane::Compress(CompressInfo& info)
@@ -116,17 +125,25 @@ void Orvane::PredictBlock(const CompressInfo& info, int plane, int band, const P
 
 void Orvane::CompressBlocksPass2(const CompressInfo& info)
 {
-    if (CoderTypeOf(info.header) != CoderType::InFrame)
-        return;
-    const int planes = info.route.backend->GetPlaneCount();
-    SetupCoders(static_cast<size_t>(planes));
-    pool.Run(planes, [&](int coder, int thread) {
-        const StageScope timing(Timer(Stage::TablesCompress, thread));
-        BuildCoder(info, coder);
-    });
-    pool.Run(static_cast<int>(blocks.size()), [&](int block, int thread) {
+    const bool coded = CoderTypeOf(info.header) == CoderType::InFrame;
+    if (coded) {
+        const int planes = info.route.backend->GetPlaneCount();
+        SetupCoders(static_cast<size_t>(planes));
+        pool.Run(planes, [&](int coder, int thread) {
+            const StageScope timing(Timer(Stage::TablesCompress, thread));
+            BuildCoder(info, coder);
+        });
+    }
+    // Without codes in the frame, blocks are but heads.
+    assembly.Prepare(blocks.size(), coded ? LargestPayload(info) : 0, ThreadCount());
+    WriteFrameStart(info);
+    pool.Run(static_cast<int>(blocks.size()), [&](int index, int thread) {
         const StageScope timing(Timer(Stage::Encode, thread));
-        EncodeBlock(info, static_cast<size_t>(block));
+        const auto block = static_cast<size_t>(index);
+        const std::span<uint8_t> slot = assembly.SlotOf(block);
+        if (coded)
+            EncodeBlock(info, blocks[block], slot);
+        assembly.Finish(block);
     });
 }
 
@@ -144,9 +161,8 @@ void Orvane::BuildCoder(const CompressInfo& info, int coder)
     coders[static_cast<size_t>(coder)]->BuildFromFrequencies(static_cast<int>(symbols), totals.data(), true);
 }
 
-void Orvane::EncodeBlock(const CompressInfo& info, size_t index)
+void Orvane::EncodeBlock(const CompressInfo& info, BlockInfo& block, std::span<uint8_t> payload)
 {
-    BlockInfo& block = blocks[index];
     const HuffCoder& coder = *coders[static_cast<size_t>(block.coderId)];
     const ImgProcBackend& backend = *info.route.backend;
     const BlockRows rows(block, {residualPlanes.plane[static_cast<size_t>(block.plane)]});
@@ -156,7 +172,7 @@ void Orvane::EncodeBlock(const CompressInfo& info, size_t index)
     const auto run = static_cast<uint32_t>(rows.contiguous ? rows.width * rows.count : rows.width);
     const auto write = [&](auto&& put) {
         BitStream stream;
-        BitStreamInit(stream, block.compressed.data(), block.compressed.size());
+        BitStreamInit(stream, payload.data(), payload.size());
         for (int i = 0; i < runs; ++i)
             put(stream, RowAt(rows.plane, i));
         return static_cast<uint32_t>(BitStreamFinish(stream));

@@ -12,6 +12,7 @@
 #include "core/block_list.h"
 #include "core/compress_info.h"
 #include "core/format_route.h"
+#include "core/frame_assembly.h"
 #include "core/frame_parser.h"
 #include "core/plane_set.h"
 #include "core/stage_timers.h"
@@ -171,8 +172,9 @@ class Orvane
     void CompressBlocksPass2(const CompressInfo& info);
     void PredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& source, int thread);
     void BuildCoder(const CompressInfo& info, int coder);
-    void EncodeBlock(const CompressInfo& info, size_t index);
+    void EncodeBlock(const CompressInfo& info, BlockInfo& block, std::span<uint8_t> payload);
     // frame_writer.cpp
+    void WriteFrameStart(const CompressInfo& info);
     uint32_t FinalizeFrame(const CompressInfo& info);
 
     // decompress.cpp
@@ -213,6 +215,7 @@ class Orvane
     PlaneSet convertedPlanes;                        ///< planes in the compressed layout, behind a converter
     std::vector<std::vector<uint8_t>> decodeScratch; ///< by thread: blocks on their way to rows with gaps
     PlaneSet residualPlanes;        ///< compress: residuals of planes that are not predicted in place
+    FrameAssembly assembly;         ///< compress: what is coded, on its way into the frame
     bool planesByBand = false;      ///< planes of our own exist for the bands in hand only
     std::vector<Arena> bandScratch; ///< these, by thread
     threading::WorkerPool pool;

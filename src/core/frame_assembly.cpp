@@ -1,0 +1,87 @@
+#include "core/frame_assembly.h"
+
+#include "platform/event.h"
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+/// Slots for each thread where there are several: a thread that is held up stops the others when they are so many
+/// blocks ahead.
+constexpr size_t kSlotsPerThread = 4;
+
+void StoreWord(uint8_t* at, size_t value)
+{
+    const auto word = static_cast<uint32_t>(value);
+    std::memcpy(at, &word, sizeof word);
+}
+
+} // namespace
+
+void FrameAssembly::Prepare(size_t blockCount, uint64_t blockBytes, int threads)
+{
+    const size_t wanted = threads == 1 ? 1 : kSlotsPerThread * static_cast<size_t>(threads);
+    const size_t count = std::clamp<size_t>(blockCount, 1, wanted);
+    const uint64_t bytes = alignUp(blockBytes, uint64_t{64});
+    memory.Reserve(bytes * count);
+    slotBytes = bytes;
+    if (slots.size() != count)
+        slots = std::vector<Slot>(count);
+    coded.resize(blockCount);
+}
+
+void FrameAssembly::Begin(std::span<BlockInfo> blocks, uint8_t* table, size_t offset)
+{
+    frameBlocks = blocks;
+    offsetTable = table;
+    StoreWord(table, offset); // the first block's offset once more
+    for (size_t i = 0; i < slots.size(); ++i)
+        slots[i].block.store(i, std::memory_order_relaxed);
+    placed = 0;
+    end = offset;
+    coded.assign(blocks.size(), false);
+}
+
+std::span<uint8_t> FrameAssembly::SlotOf(size_t index)
+{
+    // The thread with the first unplaced block never waits long: all blocks before it are on their way into the frame.
+    const std::atomic<size_t>& block = slots[index % slots.size()].block;
+    for (int turns = 0; block.load(std::memory_order_acquire) != index; ++turns) {
+        if (turns < 64)
+            platform::Pause();
+        else
+            std::this_thread::yield();
+    }
+    return {SlotBytes(index), static_cast<size_t>(slotBytes)};
+}
+
+void FrameAssembly::Finish(size_t index)
+{
+    size_t first;
+    size_t last;
+    {
+        const std::lock_guard guard(lock);
+        coded[index] = true;
+        first = placed;
+        for (; placed < frameBlocks.size() && coded[placed]; ++placed) {
+            BlockInfo& block = frameBlocks[placed];
+            block.dataOffset = end;
+            StoreWord(offsetTable + sizeof(uint32_t) * (placed + 1), end);
+            end += kBlockHeadBytes + block.compressedSize;
+        }
+        last = placed;
+    }
+    for (size_t i = first; i < last; ++i)
+        Copy(frameBlocks[i], i);
+}
+
+void FrameAssembly::Copy(const BlockInfo& block, size_t index)
+{
+    uint8_t* const out = offsetTable + block.dataOffset;
+    out[0] = block.flags;
+    out[1] = static_cast<uint8_t>(block.predictor);
+    std::memcpy(out + kBlockHeadBytes, SlotBytes(index), block.compressedSize);
+    slots[index % slots.size()].block.store(index + slots.size(), std::memory_order_release);
+}
