@@ -83,7 +83,8 @@ class ValueBytes
     uint32_t number = 0;
 };
 
-/// Between two bytes there may be blanks and the break to a line that continues this one.
+/// Between two bytes there may be blanks and the break to a line that continues this one. A break with nothing behind it
+/// stays: what stood there is lost.
 void SkipBetweenBytes(std::string_view& text)
 {
     SkipAny(text, kBlanks);
@@ -93,6 +94,8 @@ void SkipBetweenBytes(std::string_view& text)
         if (!behind.starts_with('\r') && !behind.starts_with('\n'))
             return;
         SkipAny(behind, kBlanksAndLineEnds);
+        if (IsAtEnd(behind))
+            return;
         text = behind;
     }
 }

@@ -334,7 +334,8 @@ TEST(RegistryText, AnyBytesAreReadAndKept)
 TEST(RegistryText, NewLineBehindAValueWithoutItsContinuationIsNotTakenForIt)
 {
     for (const std::string_view end : {"", "\n", "\r\n"})
-        for (const std::string_view data : {"hex:01,\\", "hex(b):03,zz\\", "hex:01,\\\n  02,\\"}) {
+        for (const std::string_view data : {"hex:01,\\", "hex:01\\", "hex:\\", "hex(b):03,zz\\",
+                                            "hex:01,\\\n  02,\\", "hex:01,\\\n  02\\"}) {
             const std::string bytes = std::string(kSection) + "\"A\"=" + std::string(data) + std::string(end);
             RegistryText text = RegistryText::FromBytes(bytes);
             const auto before = text.Read(kKey, "A");
@@ -410,4 +411,14 @@ TEST(Unicode, KnownCharactersHaveTheirBytes)
     EXPECT_EQ(platform::Utf16FromUtf8("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"), u"a\u00E4\u20AC\U0001F600");
     for (const char* bad : {"\x80", "\xC3", "\xC0\x80", "\xE2\x82", "\xF5\x80\x80\x80", "\xFF"})
         EXPECT_EQ(platform::Utf16FromUtf8(bad).substr(0, 1), u"\uFFFD") << bad;
+}
+
+TEST(RegistryText, ValueThatGoesOnInNoLineIsNone)
+{
+    for (const std::string_view end : {"", " ", "\n", "\r\n", "\n\n", "\n ; all gone\n"})
+        for (const std::string_view data : {"hex:02,01\\", "hex:02,\\", "hex:\\"})
+            EXPECT_EQ(RegistryText::FromBytes(std::string(kSection) + "\"A\"=" + std::string(data) +
+                                              std::string(end))
+                          .Read(kKey, "A"),
+                      std::nullopt);
 }
