@@ -13,7 +13,7 @@
 // at most, so that a number of rounds can be told in advance for which no limit needs to be looked at. The last
 // look-up of a round shifts nothing: its bits are added to those consumed before it, and the load does the rest.
 //
-// A lane whose block is nearly done finishes it symbol by symbol and takes the next block. When no block is
+// A lane whose block is nearly done finishes it by itself and takes the next block. When no block is
 // left, the loop goes on with six lanes, five and so on.
 
 #include "entropy/interleaved_decode.h"
@@ -34,8 +34,6 @@ constexpr ptrdiff_t kRoundBytesOut = kLookUps * kWideRowSymbols;
 constexpr ptrdiff_t kRoundBytesIn = (kLookUps * kTableBits + 7) / 8;
 /// A load takes eight bytes, and so does a store, of which less may count.
 constexpr ptrdiff_t kWordBytes = 8;
-/// Fewer rounds than this are not worth a lane.
-constexpr ptrdiff_t kLeastRounds = 2;
 constexpr uint64_t kMarker = 1;
 
 struct Lane {
@@ -62,19 +60,30 @@ struct Lane {
     /// The rest of the block, with all limits looked at.
     void Finish() const
     {
-        const auto size = static_cast<uint64_t>(job->end - job->begin);
-        uint64_t position =
-            8 * static_cast<uint64_t>(in - job->begin) + static_cast<uint64_t>(std::countr_zero(bits));
+        const auto size = job->end - job->begin;
+        auto position = 8 * (in - job->begin) + std::countr_zero(bits);
         uint8_t* to = out;
         uint8_t* const end = job->out + job->count;
         while (to != end) {
+            const ptrdiff_t byte = position / 8;
             uint64_t word = 0;
-            const uint64_t byte = position / 8;
-            for (uint64_t i = 0; i < 3 && byte + i < size; ++i) // 7 + 12 bits at most
-                word |= uint64_t{job->begin[byte + i]} << (56 - 8 * i);
-            const WideRow& row = table[word << position % 8 >> (64 - kTableBits)];
-            to = std::copy_n(row.symbols, std::min<ptrdiff_t>(row.symbolTotal, end - to), to);
-            position += row.bitCount;
+            if (byte + kWordBytes <= size)
+                word = LoadBigEndian64(job->begin + byte);
+            else
+                for (ptrdiff_t i = 0; byte + i < size; ++i)
+                    word |= uint64_t{job->begin[byte + i]} << (56 - 8 * i);
+            word <<= position % 8;
+            for (int lookUp = 0; lookUp < kLookUps && to != end; ++lookUp) {
+                const WideRow& row = table[word >> (64 - kTableBits)];
+                if (end - to >= kWordBytes) {
+                    std::memcpy(to, &row, sizeof row);
+                    to += row.symbolTotal;
+                } else {
+                    to = std::copy_n(row.symbols, std::min<ptrdiff_t>(row.symbolTotal, end - to), to);
+                }
+                word <<= row.bitCount;
+                position += row.bitCount;
+            }
         }
     }
 
@@ -153,12 +162,12 @@ void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs)
         ptrdiff_t rounds = lanes[0].SafeRounds();
         for (size_t i = 1; i < active; ++i)
             rounds = std::min(rounds, lanes[i].SafeRounds());
-        if (rounds >= kLeastRounds) {
+        if (rounds > 0) {
             kKernels[active - 1](lanes.data(), table, rounds);
             continue;
         }
         for (size_t i = active; i-- > 0;)
-            if (lanes[i].SafeRounds() < kLeastRounds) {
+            if (lanes[i].SafeRounds() <= 0) {
                 lanes[i].Finish();
                 lanes[i] = lanes[--active];
             }
