@@ -72,7 +72,7 @@ void RegisterForm(const PredictorForm& form, int width, int rows)
             form.predictInPlace(source.View(), width, rows, method);
         });
         Register("Unpredict" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
-            form.unpredict(source.View(), width, rows, method);
+            form.UnpredictOne(source.View(), width, rows, method);
         });
     }
     const std::string suffix = std::string("/") + form.name;

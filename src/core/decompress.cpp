@@ -250,8 +250,7 @@ void Orvane::DecompressPlane(const CompressInfo& info, int plane, BandRange rang
         DecodeBlocks(info, plane, range, window, thread);
     }
     const StageScope timing(Timer(Stage::Unpredict, thread));
-    for (int band = range.first; band < range.end; ++band)
-        UnpredictBlock(info, plane, band, window);
+    UnpredictBlocks(info, plane, range, window);
 }
 
 void Orvane::PrepareScratch(const CompressInfo& info, const PlaneSet& target, int blockCount)
@@ -344,14 +343,30 @@ void Orvane::DecodeBlock(const CompressInfo& info, const BlockInfo& block, const
         Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", block.plane, block.blockInPlane);
 }
 
-void Orvane::UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& window)
+void Orvane::UnpredictBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& window)
 {
-    BlockInfo* block = BlockOf(info, plane, band);
-    if (!block)
-        return;
-    const auto method = static_cast<PredictMethod>(ByteAt(BytesOf(info), block->dataOffset + 1));
-    block->NoteUse(method);
-    const PlaneInfo rows = window.From(block->firstRow);
-    for (const RowSet field : RowSets(info.header, block->rows))
-        info.route.backend->Unpredict(field.Of(rows), block->width, field.rows, method);
+    std::array<BlockView, 2 * kMaxBandsPerItem> views; // fields are two
+    size_t count = 0;
+    PredictMethod method{};
+    int width = 0;
+    const auto flush = [&] {
+        info.route.backend->Unpredict({views.data(), count}, width, method);
+        count = 0;
+    };
+
+    for (int band = range.first; band < range.end; ++band) {
+        BlockInfo* block = BlockOf(info, plane, band);
+        if (!block)
+            continue;
+        const auto own = static_cast<PredictMethod>(ByteAt(BytesOf(info), block->dataOffset + 1));
+        block->NoteUse(own);
+        if (own != method)
+            flush();
+        method = own;
+        width = block->width;
+        const PlaneInfo rows = window.From(block->firstRow);
+        for (const RowSet field : RowSets(info.header, block->rows))
+            views[count++] = {field.Of(rows), field.rows};
+    }
+    flush();
 }

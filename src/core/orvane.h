@@ -191,7 +191,7 @@ class Orvane
     void DecodeBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& rows,
                       int thread);
     void DecodeBlock(const CompressInfo& info, const BlockInfo& block, const BlockRows& rows, bool raw);
-    void UnpredictBlock(const CompressInfo& info, int plane, int band, const PlaneWindow& rows);
+    void UnpredictBlocks(const CompressInfo& info, int plane, BandRange range, const PlaneWindow& window);
     BlockInfo* BlockOf(const CompressInfo& info, int plane, int band);
 
     std::vector<StageTimers> stages;

@@ -76,10 +76,10 @@ TEST(PredictorForms, InverseGivesTheBytesOfTheScalarForm)
         const auto [width, height, pitch, alignment] = residuals.Geometry();
         for (const PredictMethod method : kMethods) {
             GuardedBlock expected(residuals);
-            kReference.unpredict(expected.View(), width, height, method);
+            kReference.UnpredictOne(expected.View(), width, height, method);
             for (const PredictorForm& form : kPredictorForms) {
                 GuardedBlock actual(residuals);
-                form.unpredict(actual.View(), width, height, method);
+                form.UnpredictOne(actual.View(), width, height, method);
                 ASSERT_EQ(actual, expected)
                     << form.name << " " << residuals.Geometry() << " " << static_cast<int>(method);
             }
@@ -96,13 +96,41 @@ TEST(PredictorForms, InverseOfMedianIsRightAtEveryHeight)
                                             static_cast<int>(random() % 16)};
             const GuardedBlock residuals = MakeBlock(geometry, random);
             GuardedBlock expected(residuals);
-            kReference.unpredict(expected.View(), width, height, PredictMethod::Median);
+            kReference.UnpredictOne(expected.View(), width, height, PredictMethod::Median);
             for (const PredictorForm& form : kPredictorForms) {
                 GuardedBlock actual(residuals);
-                form.unpredict(actual.View(), width, height, PredictMethod::Median);
+                form.UnpredictOne(actual.View(), width, height, PredictMethod::Median);
                 ASSERT_EQ(actual, expected) << form.name << " " << geometry;
             }
         }
+    }
+}
+
+TEST(PredictorForms, InverseOfManyBlocksIsThatOfEach)
+{
+    std::mt19937 random(TestSeed());
+    for (int round = 0; round < 300; ++round) {
+        const int width = 1 + static_cast<int>(random() % 70);
+        std::vector<GuardedBlock> residuals;
+        for (size_t count = random() % 9; count > 0; --count)
+            residuals.push_back(MakeBlock({width, 1 + static_cast<int>(random() % 50),
+                                           RandomPitch(width, random), static_cast<int>(random() % 16)},
+                                          random));
+        for (const PredictMethod method : kMethods)
+            for (const PredictorForm& form : kPredictorForms) {
+                std::vector<GuardedBlock> actual(residuals);
+                std::vector<BlockView> views;
+                for (GuardedBlock& block : actual)
+                    views.push_back({block.View(), block.Geometry().height});
+                form.unpredict(views, width, method);
+                for (size_t i = 0; i < residuals.size(); ++i) {
+                    GuardedBlock expected(residuals[i]);
+                    kReference.UnpredictOne(expected.View(), width, expected.Geometry().height, method);
+                    ASSERT_EQ(actual[i], expected)
+                        << form.name << " block " << i << " of " << residuals.size() << ", "
+                        << expected.Geometry() << " " << static_cast<int>(method);
+                }
+            }
     }
 }
 
@@ -114,7 +142,7 @@ TEST(PredictorForms, InverseOfForwardIsTheBlock)
             for (const PredictorForm& form : kPredictorForms) {
                 GuardedBlock block(samples);
                 form.predictInPlace(block.View(), width, height, method);
-                form.unpredict(block.View(), width, height, method);
+                form.UnpredictOne(block.View(), width, height, method);
                 ASSERT_EQ(block, samples)
                     << form.name << " " << samples.Geometry() << " " << static_cast<int>(method);
             }
@@ -170,7 +198,7 @@ TEST(PredictorForms, FieldsAreBlocksOfTheirOwn)
                 }
                 ASSERT_EQ(block, expected) << form.name << " " << samples.Geometry();
                 for (int field = 0; field < 2; ++field)
-                    form.unpredict(FieldOf(block.View(), field), width, rows, method);
+                    form.UnpredictOne(FieldOf(block.View(), field), width, rows, method);
                 ASSERT_EQ(block, samples) << form.name << " " << samples.Geometry();
             }
     }
@@ -195,11 +223,11 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                 for (const PredictorForm& form : kPredictorForms) {
                     for (const PredictMethod method : kMethods) {
                         form.predict(view, residuals, width, height, method);
-                        form.unpredict(residuals, width, height, method);
+                        form.UnpredictOne(residuals, width, height, method);
                         ASSERT_TRUE(std::equal(before.begin(), before.end(), target.get()))
                             << form.name << " " << width << " x " << height;
                         form.predictInPlace(view, width, height, method);
-                        form.unpredict(view, width, height, method);
+                        form.UnpredictOne(view, width, height, method);
                         ASSERT_TRUE(std::equal(before.begin(), before.end(), source.get()))
                             << form.name << " " << width << " x " << height;
                     }

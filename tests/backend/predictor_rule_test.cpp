@@ -183,7 +183,7 @@ TEST_P(PredictorRule, UnknownMethodsAreMedian)
         const GuardedBlock samples(block);
         form.predictInPlace(block.View(), 40, 20, method);
         EXPECT_EQ(block, TableResiduals(samples, PredictMethod::Median)) << value;
-        form.unpredict(block.View(), 40, 20, method);
+        form.UnpredictOne(block.View(), 40, 20, method);
         EXPECT_EQ(block, samples) << value;
     }
 }
@@ -199,7 +199,7 @@ TEST_P(PredictorRule, EmptyBlocksAreLeftAlone)
         for (const PredictMethod method : kMethods) {
             form.predict(block.View(), target.View(), width, height, method);
             form.predictInPlace(block.View(), width, height, method);
-            form.unpredict(block.View(), width, height, method);
+            form.UnpredictOne(block.View(), width, height, method);
         }
         EXPECT_EQ(form.scorePredictors(block.View(), width, height), PredictorScores());
         EXPECT_EQ(form.scoreAndPredict(block.View(), target.View(), width, height, PredictMethod::Median),

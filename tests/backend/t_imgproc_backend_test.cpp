@@ -73,7 +73,8 @@ TEST(TImgProcBackend, EveryLayoutRunsThePredictorsOfItsSampleType)
             GuardedBlock target(samples);
             row.backend.Predict(samples.View(), target.View(), width, height, method);
             EXPECT_EQ(target, expected);
-            row.backend.Unpredict(target.View(), width, height, method);
+            const BlockView block{target.View(), height};
+            row.backend.Unpredict({&block, 1}, width, method);
             EXPECT_EQ(target, samples);
             EXPECT_EQ(row.backend.ScorePredictors(samples.View(), width, height),
                       reference.scorePredictors(samples.View(), width, height));

@@ -6,6 +6,13 @@
 #include "common/settings_records.h"
 
 #include <cstdint>
+#include <span>
+
+/// A block in its plane.
+struct BlockView {
+    PlaneInfo rows; ///< from its first one on
+    int height;
+};
 
 /// How well each predictor suits a block: the higher the better.
 struct PredictorScores {
@@ -47,8 +54,9 @@ class ImgProcBackend
                          PredictMethod method) const = 0;
     /// Turns the samples of a block into their residuals. width, height: 1 or more.
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
-    /// Turns the residuals of a block back into samples. width, height: 1 or more.
-    virtual void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
+    /// Turns the residuals of blocks of one width back into samples. width, heights: 1 or more. Many at once are
+    /// faster than one by one where blocks are low.
+    virtual void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const = 0;
 
     /// ScorePredictors and Predict in one pass over the block.
     virtual PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width,

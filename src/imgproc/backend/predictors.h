@@ -12,8 +12,10 @@
 /// Writes the residuals of `source` to `target`, which does not overlap it.
 using PredictKernel = void(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
                            PredictMethod method);
-/// Turns samples into residuals, or back, where they stand.
+/// Turns samples into residuals where they stand.
 using InPlaceKernel = void(const PlaneInfo& view, int width, int height, PredictMethod method);
+/// Turns the residuals of blocks of one width, which do not overlap, back into samples.
+using UnpredictKernel = void(std::span<const BlockView> blocks, int width, PredictMethod method);
 /// Rates the predictors on the bodies (row_cut.h) of rows 1 to height - 1. Each sample adds |residual - 128|
 /// to the sum of each method: 128 where the prediction is perfect, 0 where it is worst. The sums wrap at 32
 /// bits.
@@ -25,13 +27,13 @@ using ScoreAndPredictKernel = PredictorScores(const PlaneInfo& source, const Pla
 // The meaning, one sample at a time.
 PredictKernel PredictScalar;
 InPlaceKernel PredictInPlaceScalar;
-InPlaceKernel UnpredictScalar;
+UnpredictKernel UnpredictScalar;
 ScoreKernel ScorePredictorsScalar;
 ScoreAndPredictKernel ScoreAndPredictScalar;
 
 PredictKernel PredictSse2;
 InPlaceKernel PredictInPlaceSse2;
-InPlaceKernel UnpredictSse2;
+UnpredictKernel UnpredictSse2;
 ScoreKernel ScorePredictorsSse2;
 ScoreAndPredictKernel ScoreAndPredictSse2;
 
@@ -39,9 +41,15 @@ struct PredictorForm {
     const char* name;
     PredictKernel* predict;
     InPlaceKernel* predictInPlace;
-    InPlaceKernel* unpredict;
+    UnpredictKernel* unpredict;
     ScoreKernel* scorePredictors;
     ScoreAndPredictKernel* scoreAndPredict;
+
+    void UnpredictOne(const PlaneInfo& view, int width, int height, PredictMethod method) const
+    {
+        const BlockView block{view, height};
+        unpredict({&block, 1}, width, method);
+    }
 };
 
 /// All forms of one meaning, reference first. Tests and benchmarks walk this list.

@@ -30,15 +30,17 @@ void PredictInPlaceScalar(const PlaneInfo& view, int width, int height, PredictM
     PredictRowScalar(LeftRule(), view.data, &kAboveFirstRow, view.data, width);
 }
 
-void UnpredictScalar(const PlaneInfo& view, int width, int height, PredictMethod method)
+void UnpredictScalar(std::span<const BlockView> blocks, int width, PredictMethod method)
 {
-    if (width <= 0 || height <= 0)
-        return;
-    UnpredictRowScalar(LeftRule(), view.data, &kAboveFirstRow, width);
-    WithRule(method, [&](auto rule) {
-        for (int r = 1; r < height; ++r)
-            UnpredictRowScalar(rule, RowAt(view, r), RowAt(view, r - 1), width);
-    });
+    for (const auto& [view, height] : blocks) {
+        if (width <= 0 || height <= 0)
+            continue;
+        UnpredictRowScalar(LeftRule(), view.data, &kAboveFirstRow, width);
+        WithRule(method, [&, &rows = view, &count = height](auto rule) {
+            for (int r = 1; r < count; ++r)
+                UnpredictRowScalar(rule, RowAt(rows, r), RowAt(rows, r - 1), width);
+        });
+    }
 }
 
 PredictorScores ScorePredictorsScalar(const PlaneInfo& view, int width, int height)

@@ -27,10 +27,10 @@ void TImgProcBackendBase<Sample, bits>::PredictInPlace(const PlaneInfo& view, in
 }
 
 template <class Sample, int bits>
-void TImgProcBackendBase<Sample, bits>::Unpredict(const PlaneInfo& view, int width, int height,
+void TImgProcBackendBase<Sample, bits>::Unpredict(std::span<const BlockView> blocks, int width,
                                                   PredictMethod method) const
 {
-    kPredictors.unpredict(view, width, height, method);
+    kPredictors.unpredict(blocks, width, method);
 }
 
 template <class Sample, int bits>

@@ -14,7 +14,7 @@ class TImgProcBackendBase : public ImgProcBackend
     void Predict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
                  PredictMethod method) const override;
     void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
-    void Unpredict(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
+    void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const override;
     PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
                                     PredictMethod method) const override;
 };

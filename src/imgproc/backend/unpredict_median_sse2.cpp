@@ -21,7 +21,7 @@
 // batches that reach over an edge of the block go through a small copy.
 //
 // The next group follows two batches behind: two groups run side by side, and one fills the waits of the
-// other.
+// other. A block's last group, where it has an odd number of them, goes beside the one of another block.
 #include "imgproc/backend/unpredict_median_sse2.h"
 
 #include "imgproc/backend/predictor_rule_sse2.h"
@@ -232,9 +232,9 @@ class MedianRowGroup
     alignas(16) uint8_t edge_[kLanes * kEdgePitch] = {};
 };
 
-/// Takes groups `batches` further, side by side.
+/// Takes groups `batches` further, side by side. Inlined, so that what goes from step to step stays in registers.
 template <class... Group>
-void UnpredictMedianRows(int batches, Group&... group)
+[[gnu::always_inline]] inline void UnpredictMedianRows(int batches, Group&... group)
 {
     for (int b = 0; b < batches; ++b) {
         (group.LoadBatch(), ...);
@@ -244,21 +244,64 @@ void UnpredictMedianRows(int batches, Group&... group)
     }
 }
 
+constexpr int kNewRows = kLanes - 1;
+
+/// The group of the block's rows from `top` on, as far as it goes.
+MedianRowGroup GroupOf(const BlockView& block, int top, int width)
+{
+    return {FromRow(block.rows, top), width, std::min(kLanes, block.height - top), top > 0};
+}
+
+// The groups are locals of the functions that run them: the compiler keeps the members of no others in registers.
+
+/// Two groups of a block, the second from the last row of the first on.
+[[gnu::noinline]] void UnpredictMedianNeighbours(const BlockView& block, int top, int width)
+{
+    MedianRowGroup first = GroupOf(block, top, width);
+    MedianRowGroup second = GroupOf(block, top + kNewRows, width);
+    UnpredictMedianRows(std::min(kLag, first.BatchesLeft()), first);
+    UnpredictMedianRows(first.BatchesLeft(), first, second);
+    UnpredictMedianRows(second.BatchesLeft(), second);
+}
+
+/// A group of each of two blocks.
+[[gnu::noinline]] void UnpredictMedianStrangers(const BlockView& a, int topOfA, const BlockView& b,
+                                                int topOfB, int width)
+{
+    MedianRowGroup first = GroupOf(a, topOfA, width);
+    MedianRowGroup second = GroupOf(b, topOfB, width);
+    UnpredictMedianRows(std::min(first.BatchesLeft(), second.BatchesLeft()), first, second);
+    UnpredictMedianRows(first.BatchesLeft(), first);
+    UnpredictMedianRows(second.BatchesLeft(), second);
+}
+
+[[gnu::noinline]] void UnpredictMedianAlone(const BlockView& block, int top, int width)
+{
+    MedianRowGroup group = GroupOf(block, top, width);
+    UnpredictMedianRows(group.BatchesLeft(), group);
+}
+
 } // namespace
 
-void UnpredictMedianSse2(const PlaneInfo& view, int width, int height)
+void UnpredictMedianSse2(std::span<const BlockView> blocks, int width)
 {
-    constexpr int newRows = kLanes - 1;
-    for (int top = 0; top + 1 < height; top += 2 * newRows) {
-        MedianRowGroup first(FromRow(view, top), width, std::min(kLanes, height - top), top > 0);
-        const int nextTop = top + newRows;
-        if (nextTop + 1 >= height) {
-            UnpredictMedianRows(first.BatchesLeft(), first);
+    // A block whose last group waits for another to go beside it.
+    const BlockView* waiting = nullptr;
+    int waitingTop = 0;
+    for (const BlockView& block : blocks) {
+        int top = 0;
+        for (; top + kNewRows + 1 < block.height; top += 2 * kNewRows)
+            UnpredictMedianNeighbours(block, top, width);
+        if (top + 1 >= block.height)
             continue;
+        if (waiting) {
+            UnpredictMedianStrangers(*waiting, waitingTop, block, top, width);
+            waiting = nullptr;
+        } else {
+            waiting = &block;
+            waitingTop = top;
         }
-        MedianRowGroup second(FromRow(view, nextTop), width, std::min(kLanes, height - nextTop), true);
-        UnpredictMedianRows(std::min(kLag, first.BatchesLeft()), first);
-        UnpredictMedianRows(first.BatchesLeft(), first, second);
-        UnpredictMedianRows(second.BatchesLeft(), second);
     }
+    if (waiting)
+        UnpredictMedianAlone(*waiting, waitingTop, width);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/plane_info.h"
+#include "imgproc/backend/imgproc_backend.h"
 
-/// Undoes Median for a block, in place, row 0 included. width: 1 or more; height: 2 or more.
-void UnpredictMedianSse2(const PlaneInfo& view, int width, int height);
+/// Undoes Median for blocks, in place, row 0 included. Blocks of less than two rows are left alone. width: 1 or more.
+void UnpredictMedianSse2(std::span<const BlockView> blocks, int width);

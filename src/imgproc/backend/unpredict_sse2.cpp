@@ -49,27 +49,30 @@ void UnpredictRowSse2(Rule, uint8_t* row, const uint8_t* above, int width)
 }
 
 template <class Rule>
-void UnpredictRowsSse2(Rule rule, const PlaneInfo& view, int width, int height)
+void UnpredictBlocksSse2(Rule rule, std::span<const BlockView> blocks, int width)
 {
-    UnpredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, width);
-    for (int r = 1; r < height; ++r)
-        UnpredictRowSse2(rule, RowAt(view, r), RowAt(view, r - 1), width);
+    for (const auto& [view, height] : blocks) {
+        if (height <= 0)
+            continue;
+        UnpredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, width);
+        for (int r = 1; r < height; ++r)
+            UnpredictRowSse2(rule, RowAt(view, r), RowAt(view, r - 1), width);
+    }
 }
 
-/// Median has no running sum: its rows are done together.
-void UnpredictRowsSse2(MedianRule, const PlaneInfo& view, int width, int height)
+/// Median has no running sum: rows are done together, and so are blocks.
+void UnpredictBlocksSse2(MedianRule, std::span<const BlockView> blocks, int width)
 {
-    if (height == 1)
-        UnpredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, width);
-    else
-        UnpredictMedianSse2(view, width, height);
+    for (const auto& [view, height] : blocks)
+        if (height == 1)
+            UnpredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, width);
+    UnpredictMedianSse2(blocks, width);
 }
 
 } // namespace
 
-void UnpredictSse2(const PlaneInfo& view, int width, int height, PredictMethod method)
+void UnpredictSse2(std::span<const BlockView> blocks, int width, PredictMethod method)
 {
-    if (width <= 0 || height <= 0)
-        return;
-    WithRule(method, [&](auto rule) { UnpredictRowsSse2(rule, view, width, height); });
+    if (width > 0)
+        WithRule(method, [&](auto rule) { UnpredictBlocksSse2(rule, blocks, width); });
 }
