@@ -20,8 +20,7 @@ const std::vector<StageColumn> kEncodeColumns = {{"split", {Stage::Split}},
                                                  {"score, predict", {Stage::Scores, Stage::Predict}},
                                                  {"count", {Stage::CountFrequencies}},
                                                  {"tables", {Stage::TablesCompress}},
-                                                 {"Huffman", {Stage::Encode}},
-                                                 {"finish", {Stage::Finalize}}};
+                                                 {"Huffman", {Stage::Encode, Stage::Finalize}}};
 const std::vector<StageColumn> kDecodeColumns = {{"tables", {Stage::TablesDecompress}},
                                                  {"Huffman", {Stage::Decode}},
                                                  {"inverse", {Stage::Unpredict}},

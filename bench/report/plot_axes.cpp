@@ -89,14 +89,19 @@ void DrawPointLabels(SvgDrawing& drawing, const std::vector<PointLabel>& labels,
     for (const PointLabel& label : labels) {
         const double w = SvgDrawing::TextWidth(label.text, size);
         const auto [x, y] = label.point;
-        const std::array<SvgPoint, 8> corners = {{{x + 9, y - size / 2},
-                                                  {x - 9 - w, y - size / 2},
-                                                  {x - w / 2, y - 10 - size},
-                                                  {x - w / 2, y + 9},
-                                                  {x + 7, y - 8 - size},
-                                                  {x + 7, y + 7},
-                                                  {x - 7 - w, y - 8 - size},
-                                                  {x - 7 - w, y + 7}}};
+        // From the nearest places to those a line further off.
+        const std::array<SvgPoint, 12> corners = {{{x + 9, y - size / 2},
+                                                   {x - 9 - w, y - size / 2},
+                                                   {x - w / 2, y - 10 - size},
+                                                   {x - w / 2, y + 9},
+                                                   {x + 7, y - 8 - size},
+                                                   {x + 7, y + 7},
+                                                   {x - 7 - w, y - 8 - size},
+                                                   {x - 7 - w, y + 7},
+                                                   {x - w / 2, y - 24 - size},
+                                                   {x + 7 - w, y - 24 - size},
+                                                   {x - w / 2, y + 23},
+                                                   {x + 7 - w, y + 23}}};
         SvgPoint best = corners[0];
         for (const SvgPoint& corner : corners) {
             const Box box{corner.x, corner.y, corner.x + w, corner.y + size + 2};
