@@ -31,10 +31,10 @@ class Reader
 
     void Begin(const StreamChoice& choice, std::span<const uint8_t> record)
     {
-        codec.SetBottomUp((choice.flags & kChooseBottomUp) != 0);
+        codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginDecompress(info, record.data(), record.size(), RouteOf(choice).output);
         pictureBytes = PictureBytes(codec, RouteOf(choice).output, SizeOf(choice));
-        side = choice.flags & kChooseFrontGuard ? Against::FrontGuard : Against::BackGuard;
+        side = choice.Has(kChooseFrontGuard) ? Against::FrontGuard : Against::BackGuard;
     }
 
     int Decode(std::span<const uint8_t> frame)
@@ -139,7 +139,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::span<const uint8_t> frame = input.TakeAll();
 
     static Reader readers[] = {Reader(1, false), Reader(1, true)};
-    Reader& reader = readers[choice.flags & kChooseInterpolate ? 1 : 0];
+    Reader& reader = readers[choice.Has(kChooseInterpolate) ? 1 : 0];
     const std::vector<uint8_t> record = MakeRecord(choice);
     reader.Begin(choice, record);
     const size_t blocks = reader.codec.Blocks().size();
@@ -152,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const uint32_t hash = HashOf({data, size});
     if (hash % 8 == 0)
         CompareThreads(choice, record, frame);
-    if (hash % 64 == 1 && (choice.flags & kChooseOtherTables) == 0)
+    if (hash % 64 == 1 && !choice.Has(kChooseOtherTables))
         DecodeGoodFrame(reader, choice, record);
     return 0;
 }

@@ -32,22 +32,22 @@ class Codec
                                 std::span<const uint8_t> picture)
     {
         const RoundTripRoute& route = RouteOf(choice);
-        const uint32_t bound =
-            codec.MaxCompressedSize(route.host, WidthOf(choice), HeightOf(choice), route.code);
-        codec.SetBottomUp(choice.Has(kRoundTripBottomUp));
+        const StreamSize size = SizeOf(choice);
+        const uint32_t bound = codec.MaxCompressedSize(route.host, size.width, size.height, route.code);
+        codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginCompress(info, record.data(), record.size(), route.host);
         codec.SetImage(info, pictureMemory.Place(picture, SideOf(choice)).data());
         info.frame = frameMemory.Place(bound, 0xA5).data();
-        const uint32_t size = codec.Compress(info);
-        Require(size != 0, "every picture has a frame");
-        Require(size <= bound, "no frame outgrows its bound");
-        return {info.frame, info.frame + size};
+        const uint32_t frameSize = codec.Compress(info);
+        Require(frameSize != 0, "every picture has a frame");
+        Require(frameSize <= bound, "no frame outgrows its bound");
+        return {info.frame, info.frame + frameSize};
     }
 
     std::vector<uint8_t> Decode(const RoundTripChoice& choice, std::span<const uint8_t> record,
                                 std::span<const uint8_t> frame, size_t pictureBytes)
     {
-        codec.SetBottomUp(choice.Has(kRoundTripBottomUp));
+        codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginDecompress(info, record.data(), record.size(), RouteOf(choice).host);
         const std::span<uint8_t> picture = pictureMemory.Place(pictureBytes, 0xEE, SideOf(choice));
         const std::span<uint8_t> bytes = frameMemory.Place(frame);
@@ -64,7 +64,7 @@ class Codec
   private:
     static Against SideOf(const RoundTripChoice& choice)
     {
-        return choice.Has(kRoundTripFrontGuard) ? Against::FrontGuard : Against::BackGuard;
+        return choice.Has(kChooseFrontGuard) ? Against::FrontGuard : Against::BackGuard;
     }
 
     CompressInfo info;
@@ -78,7 +78,7 @@ Codec& CodecFor(const RoundTripChoice& choice, bool threaded)
                                           PredictMethod::Dynamic};
     static std::unique_ptr<Codec> codecs[2][4][2];
     const size_t method = choice.method % std::size(kMethods);
-    const bool interpolate = choice.Has(kRoundTripInterpolate);
+    const bool interpolate = choice.Has(kChooseInterpolate);
     auto& codec = codecs[threaded ? 1 : 0][method][interpolate ? 1 : 0];
     if (!codec)
         codec = std::make_unique<Codec>(threaded ? 3 : 1, kMethods[method], interpolate);
@@ -101,10 +101,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzInput input(data, size);
     const auto choice = input.Take<RoundTripChoice>();
     const RoundTripRoute& route = RouteOf(choice);
-    const StreamSize pictureSize{WidthOf(choice), HeightOf(choice)};
+    const StreamSize pictureSize = SizeOf(choice);
 
     Codec& codec = CodecFor(choice, false);
-    const bool interlaced = choice.Has(kRoundTripInterlaced);
+    const bool interlaced = choice.Has(kChooseInterlaced);
     if (pictureSize.width % route.widthMultiple != 0 ||
         pictureSize.height % (route.heightMultiple << interlaced) != 0)
         return 0;

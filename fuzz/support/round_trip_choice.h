@@ -3,25 +3,16 @@
 
 #include "support/stream_choice.h"
 
-enum RoundTripFlag : uint8_t {
-    kRoundTripInterlaced = 1,
-    kRoundTripBottomUp = 2,
-    kRoundTripMatrix601 = 4,
-    kRoundTripFullRange = 8,
-    kRoundTripInterpolate = 16,
-    kRoundTripFrontGuard = 32,
-};
-
 struct RoundTripChoice {
     uint8_t route;  ///< index in RoundTripRoutes(), modulo its size
     uint8_t width;  ///< pixels, 1 more
     uint8_t height; ///< rows, 1 more, modulo kMaxRows
-    uint8_t flags;  ///< RoundTripFlag
+    uint8_t flags;  ///< ChoiceFlag; frames have tables all the same
     uint8_t method; ///< index of the predictor, modulo 4
     uint8_t drift;  ///< added to the content with each repetition
 
     static constexpr uint32_t kMaxRows = 64;
-    bool Has(RoundTripFlag flag) const { return (flags & flag) != 0; }
+    bool Has(ChoiceFlag flag) const { return (flags & flag) != 0; }
 };
 
 struct RoundTripRoute {
@@ -57,33 +48,15 @@ inline const RoundTripRoute& RouteOf(const RoundTripChoice& choice)
     return RoundTripRoutes()[choice.route % RoundTripRoutes().size()];
 }
 
-inline uint32_t WidthOf(const RoundTripChoice& choice)
+inline StreamSize SizeOf(const RoundTripChoice& choice)
 {
-    return choice.width + 1U;
-}
-
-inline uint32_t HeightOf(const RoundTripChoice& choice)
-{
-    return choice.height % RoundTripChoice::kMaxRows + 1U;
+    return {choice.width + 1U, choice.height % RoundTripChoice::kMaxRows + 1U};
 }
 
 inline std::vector<uint8_t> MakeRecord(const RoundTripChoice& choice)
 {
-    const FormatId code = RouteOf(choice).code;
-    const auto format = static_cast<uint8_t>(code);
-    FrameHeader header{{'O', 'R', 'V', 'N'}, kFrameHeaderSize, kFrameVersion, format, 12, 2, 0, 0, 0, 0, 28};
-    if (IsYuvFamily(code) && choice.Has(kRoundTripMatrix601))
-        header.colorMatrix = 1;
-    header.flags = kFlagAlwaysSet | 2U << kCoderTypeShift;
-    if (choice.Has(kRoundTripInterlaced))
-        header.flags |= kFlagInterlaced;
-    if (IsYuvFamily(code) && choice.Has(kRoundTripFullRange))
-        header.flags |= kFlagFullRange;
-    header.width = header.codedWidth = WidthOf(choice);
-    header.height = HeightOf(choice);
-    std::vector<uint8_t> record(sizeof header);
-    std::memcpy(record.data(), &header, sizeof header);
-    return record;
+    constexpr uint8_t kTables = kChooseOtherTables | kChooseRecordTables;
+    return MakeRecord(RouteOf(choice).code, SizeOf(choice), static_cast<uint8_t>(choice.flags & ~kTables));
 }
 
 /// Whether two tight pictures show the same: bytes between rows and bytes that stand in for alpha count for nothing.

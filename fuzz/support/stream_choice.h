@@ -8,15 +8,6 @@
 #include <span>
 #include <vector>
 
-/// The first bytes of an input. Every value of each is a choice.
-struct StreamChoice {
-    uint8_t route; ///< index in DecompressRoutes(), modulo its size
-    uint8_t size;  ///< index in kStreamSizes, modulo its size
-    uint8_t flags; ///< ChoiceFlag
-
-    uint32_t Key() const { return route | uint32_t{size} << 8 | uint32_t{flags} << 16; }
-};
-
 enum ChoiceFlag : uint8_t {
     kChooseInterlaced = 1,
     kChooseBottomUp = 2,
@@ -26,6 +17,16 @@ enum ChoiceFlag : uint8_t {
     kChooseFrontGuard = 32,  ///< the picture lies against the guard page in front of it
     kChooseOtherTables = 64, ///< no tables in frames: none at all, or with the next bit behind the record
     kChooseRecordTables = 128,
+};
+
+/// The first bytes of an input. Every value of each is a choice.
+struct StreamChoice {
+    uint8_t route; ///< index in DecompressRoutes(), modulo its size
+    uint8_t size;  ///< index in kStreamSizes, modulo its size
+    uint8_t flags; ///< ChoiceFlag
+
+    bool Has(ChoiceFlag flag) const { return (flags & flag) != 0; }
+    uint32_t Key() const { return route | uint32_t{size} << 8 | uint32_t{flags} << 16; }
 };
 
 struct StreamSize {
@@ -78,12 +79,11 @@ inline StreamSize SizeOf(const StreamChoice& choice)
     return kStreamSizes[choice.size % std::size(kStreamSizes)];
 }
 
-/// The configuration record of the chosen stream, with flat tables behind it where they stand there.
-inline std::vector<uint8_t> MakeRecord(const StreamChoice& choice)
+/// The configuration record of a stream, with flat tables behind it where they stand there.
+/// flags  ChoiceFlag
+inline std::vector<uint8_t> MakeRecord(FormatId code, StreamSize size, uint8_t flags)
 {
-    const auto has = [&](ChoiceFlag flag) { return (choice.flags & flag) != 0; };
-    const StreamSize size = SizeOf(choice);
-    const FormatId code = RouteOf(choice).code;
+    const auto has = [&](ChoiceFlag flag) { return (flags & flag) != 0; };
     const bool recordTables = has(kChooseOtherTables) && has(kChooseRecordTables);
     const CoderType tables = recordTables              ? CoderType::InRecord
                              : has(kChooseOtherTables) ? CoderType::None
@@ -112,6 +112,11 @@ inline std::vector<uint8_t> MakeRecord(const StreamChoice& choice)
     for (size_t i = 0; i < tableCount; ++i)
         record.insert(record.end(), kFlatTable.begin(), kFlatTable.end());
     return record;
+}
+
+inline std::vector<uint8_t> MakeRecord(const StreamChoice& choice)
+{
+    return MakeRecord(RouteOf(choice).code, SizeOf(choice), choice.flags);
 }
 
 /// The frame of a tight picture of the native layout, or of `host` if it is given.
