@@ -12,8 +12,10 @@ if(WIN32)
   include(cmake/icons.cmake)
   set_target_properties(orvane_library PROPERTIES PREFIX "" IMPORT_PREFIX "")
   file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/packaging/windows/*.rc)
+  configure_file(${CMAKE_SOURCE_DIR}/packaging/windows/version.rc.in ${CMAKE_BINARY_DIR}/version.rc @ONLY)
   target_sources(orvane_library PRIVATE
-    ${CMAKE_SOURCE_DIR}/src/driver/windows/library_entry.cpp ${CMAKE_SOURCE_DIR}/packaging/orvane.def ${resources})
+    ${CMAKE_SOURCE_DIR}/src/driver/windows/library_entry.cpp ${CMAKE_SOURCE_DIR}/packaging/orvane.def ${resources}
+    ${CMAKE_BINARY_DIR}/version.rc)
 else()
   # Pool threads are joined, but a host may unload us while a thread is on its way out: the code stays.
   target_link_options(orvane_library PRIVATE

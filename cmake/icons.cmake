@@ -12,8 +12,9 @@ add_custom_command(
   DEPENDS ${CMAKE_SOURCE_DIR}/packaging/windows/draw_icons.cpp
   COMMENT "Drawing icons"
   VERBATIM)
+configure_file(${CMAKE_SOURCE_DIR}/packaging/windows/orvane.manifest.in ${icons}/orvane.manifest @ONLY)
 set_source_files_properties(${CMAKE_SOURCE_DIR}/packaging/windows/icons.rc PROPERTIES
   INCLUDE_DIRECTORIES ${icons}
-  OBJECT_DEPENDS "${icon_files};${CMAKE_SOURCE_DIR}/packaging/windows/orvane.manifest")
+  OBJECT_DEPENDS "${icon_files};${icons}/orvane.manifest")
 set_source_files_properties(${CMAKE_SOURCE_DIR}/packaging/windows/dialogs.rc PROPERTIES
   OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/src/surroundings/resource_ids.h)
