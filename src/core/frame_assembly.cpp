@@ -82,6 +82,6 @@ void FrameAssembly::Copy(const BlockInfo& block, size_t index)
     uint8_t* const out = offsetTable + block.dataOffset;
     out[0] = block.flags;
     out[1] = static_cast<uint8_t>(block.predictor);
-    std::memcpy(out + kBlockHeadBytes, SlotBytes(index), block.compressedSize);
+    std::copy_n(SlotBytes(index), block.compressedSize, out + kBlockHeadBytes);
     slots[index % slots.size()].block.store(index + slots.size(), std::memory_order_release);
 }
