@@ -51,8 +51,8 @@ struct HeaderClass {
 };
 
 /// Classifies a header, which may be null. For a compressed header biSize says how many bytes lie at
-/// `header`. wantAlpha  which of two layouts under the same header is meant: the one with alpha or the one
-/// without
+/// `header`.
+/// wantAlpha  which of two layouts under the same header is meant: the one with alpha or the one without
 HeaderClass ClassifyHeader(const BITMAPINFOHEADER* header, bool wantAlpha);
 
 /// The bytes between the 40-byte header and its end, none for a biSize of 40 or less.

@@ -8,8 +8,10 @@
 bool InRun(const DriverInstance& instance, Direction direction);
 
 /// Opens a run that the core has been prepared for: resets the counters, shows the icon as the user wants it,
-/// logs the opening block. picture    header of the uncompressed side pictureId  its format record     the
-/// configuration record that governs the run
+/// logs the opening block.
+/// picture    header of the uncompressed side
+/// pictureId  its format
+/// record     the configuration record that governs the run
 void OpenRun(DriverInstance& instance, Direction direction, const BITMAPINFOHEADER& picture,
              FormatId pictureId, const FrameHeader& record);
 
@@ -24,6 +26,7 @@ void LogQuery(DriverInstance& instance, const char* action, const BITMAPINFOHEAD
 
 /// The stride that rows have when they are rounded up to four bytes, if the image is large enough for that.
 /// Hosts do not say whether they pad the rows of these layouts: the size of the image is all there is to tell
-/// it by. picture    header of the frame: its height is multiplied as it stands, without sign imageSize bytes
-/// of the host's image
+/// it by.
+/// picture    header of the frame: its height is multiplied as it stands, without sign
+/// imageSize  bytes of the host's image
 void AdoptPaddedRows(CompressInfo& info, const BITMAPINFOHEADER& picture, uint32_t imageSize);

@@ -11,6 +11,6 @@ void RunConfigDialog(void* parent) noexcept;
 void RunAdobeConfigDialog(void* parent) noexcept;
 
 /// The compression settings of the variant that a host has opened. Nothing is stored unless the user asks for
-/// it in the dialog. variant  not the generic one; takes the dialog's settings when the user confirms, else
-/// it stays Gives whether the user confirmed.
+/// it in the dialog. Gives whether the user confirmed.
+/// variant  not the generic one; takes the dialog's settings when the user confirms, else it stays
 bool RunClientDialog(void* parent, CodecVariant& variant) noexcept;

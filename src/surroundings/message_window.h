@@ -19,7 +19,8 @@ class MessageWindow
     virtual ~MessageWindow() = default;
 
     /// On the window's own thread, before anything is posted. Without success Handle stays null, and Run
-    /// waits for the stop all the same. index  makes the window's class the only one of its name
+    /// waits for the stop all the same.
+    /// index  makes the window's class the only one of its name
     virtual void Create(uint32_t index, MessageHandler handler, void* owner) noexcept = 0;
 
     /// Null while there is no window.

@@ -14,11 +14,10 @@
 class ImgProcConverter
 {
   public:
-    ImgProcConverter(const ImgProcBackend& source, const ImgProcBackend& target, std::array<bool, 4> converted,
-                     int passes)
+    ImgProcConverter(const ImgProcBackend& source, const ImgProcBackend& target,
+                     std::array<bool, 4> converted, int passes)
         : sourceBackend(source), targetBackend(target), planeConverted(converted), passCount(passes)
-    {
-    }
+    {}
     ImgProcConverter(const ImgProcConverter&) = delete;
     ImgProcConverter& operator=(const ImgProcConverter&) = delete;
     virtual ~ImgProcConverter() = default;

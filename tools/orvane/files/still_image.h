@@ -16,8 +16,8 @@ struct StillImage {
 enum class StillKind { Png, Pnm };
 
 /// By the first bytes. Throws ToolError when they belong to neither, when the picture has more than 8 bits a
-/// sample or more than 2^28 pixels (both seen before anything is decoded), and when it is damaged. name  for
-/// errors
+/// sample or more than 2^28 pixels (both seen before anything is decoded), and when it is damaged.
+/// name  for errors
 StillImage DecodeStill(std::span<const uint8_t> bytes, const std::string& name);
 
 /// Throws ToolError for a layout that the kind cannot hold.
