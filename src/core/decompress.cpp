@@ -51,14 +51,14 @@ struct BandItems {
     int Begin(int item) const { return static_cast<int>(int64_t{bands} * item / count); }
 };
 
-/// As few items as go, though one for each thread.
+/// As few items as go, though one for each thread if there are so many bands.
 BandItems LargeItems(int bands, int threads)
 {
     const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
     return {bands, std::max(fewest, std::min(bands, threads))};
 }
 
-/// As few items as go, though as many for each thread as for the others.
+/// As few items as go, though as many for each thread as for the others if there are so many bands.
 BandItems EvenItems(int bands, int threads)
 {
     const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;

@@ -3,6 +3,7 @@
 #include "platform/event.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -11,6 +12,8 @@ namespace {
 /// Slots for each thread where there are several: a thread that is held up stops the others when they are so many
 /// blocks ahead.
 constexpr size_t kSlotsPerThread = 4;
+
+constexpr std::chrono::microseconds kNap{50};
 
 void StoreWord(uint8_t* at, size_t value)
 {
@@ -51,8 +54,10 @@ std::span<uint8_t> FrameAssembly::SlotOf(size_t index)
     for (int turns = 0; block.load(std::memory_order_acquire) != index; ++turns) {
         if (turns < 64)
             platform::Pause();
-        else
+        else if (turns < 128)
             std::this_thread::yield();
+        else // a thread of lower priority may need our processor
+            std::this_thread::sleep_for(kNap);
     }
     return {SlotBytes(index), static_cast<size_t>(slotBytes)};
 }

@@ -18,8 +18,8 @@
 class FrameAssembly
 {
   public:
-    /// Makes room for coding blocks of `blockBytes` at most, on `threads` threads. Throws std::bad_alloc; not during
-    /// a frame.
+    /// Makes room for coding blocks of `blockBytes` at most, on `threads` threads. Called between frames. Throws
+    /// std::bad_alloc.
     void Prepare(size_t blockCount, uint64_t blockBytes, int threads);
 
     /// Begins with a frame.
@@ -28,14 +28,15 @@ class FrameAssembly
     /// offset  of the first block
     void Begin(std::span<BlockInfo> blocks, uint8_t* table, size_t offset);
 
-    // Any thread, once for each block. Blocks are begun in rising order.
+    // Any thread, once for each block. Blocks are begun in rising order, and each that is begun must be finished:
+    // others wait for it.
 
     /// Where to code block `index`. Waits for the block that had the slot before.
     std::span<uint8_t> SlotOf(size_t index);
     /// The block's payload stands in its slot, and its size, flags and predictor are known.
     void Finish(size_t index);
 
-    /// The offset behind the last block, when all are finished.
+    /// The offset behind the last block. Called when all are finished and the threads have met.
     size_t End() const { return end; }
 
   private:
@@ -54,7 +55,7 @@ class FrameAssembly
     std::span<BlockInfo> frameBlocks;
     uint8_t* offsetTable = nullptr;
 
-    std::mutex lock;         ///< of what follows
+    std::mutex lock;         ///< of what follows, the offset table and the blocks' offsets
     size_t placed = 0;       ///< blocks whose place is known
     size_t end = 0;          ///< the offset behind them
     std::vector<bool> coded; ///< by block

@@ -17,6 +17,7 @@
 #include "core/plane_set.h"
 #include "core/stage_timers.h"
 #include "entropy/huff_coder_8.h"
+#include "entropy/interleaved_decode.h"
 #include "imgproc/frontend/frontend_set.h"
 #include "threading/worker_pool.h"
 
@@ -43,7 +44,7 @@ inline constexpr uint64_t kMaxBlocks = uint64_t{1} << 20;
 
 /// Bands that one thread decodes side by side: as many as the entropy stage has lanes, and few enough that
 /// their planes stay in a processor's cache until they are joined.
-inline constexpr int kMaxBandsPerItem = 7;
+inline constexpr int kMaxBandsPerItem = kDecodeLanes;
 
 /// One entry of a pass's work list. Entries with the same `step` run in one pool run, in list order.
 struct PassStep {

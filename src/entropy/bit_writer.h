@@ -11,7 +11,7 @@ struct BitRun {
     uint64_t length;
 };
 
-/// `first` with `second` behind it. Where that is more than 63 bits, the length is right and the bits are not.
+/// `first` with `second` behind it. Where that is more than 64 bits, which is no run, the length still tells so.
 inline BitRun Join(BitRun first, BitRun second)
 {
     return {ShiftLeft(first.bits, second.length) | second.bits, first.length + second.length};

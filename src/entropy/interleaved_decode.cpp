@@ -27,7 +27,6 @@
 
 namespace {
 
-constexpr int kMaxLanes = 7;
 constexpr int kTableBits = 12;
 constexpr int kLookUps = 4;
 constexpr ptrdiff_t kRoundBytesOut = kLookUps * kWideRowSymbols;
@@ -142,14 +141,14 @@ void RunRounds(Lane* lanes, const WideRow* table, ptrdiff_t rounds)
 }
 
 using Kernel = void (*)(Lane*, const WideRow*, ptrdiff_t);
-constexpr Kernel kKernels[kMaxLanes] = {RunRounds<1>, RunRounds<2>, RunRounds<3>, RunRounds<4>,
-                                        RunRounds<5>, RunRounds<6>, RunRounds<7>};
+constexpr Kernel kKernels[kDecodeLanes] = {RunRounds<1>, RunRounds<2>, RunRounds<3>, RunRounds<4>,
+                                           RunRounds<5>, RunRounds<6>, RunRounds<7>};
 
 } // namespace
 
 void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs)
 {
-    std::array<Lane, kMaxLanes> lanes;
+    std::array<Lane, kDecodeLanes> lanes;
     size_t active = 0;
     auto next = jobs.begin();
     for (;;) {

@@ -14,6 +14,9 @@ struct DecodeJob {
     uint32_t count;
 };
 
+/// Jobs that are done side by side.
+inline constexpr int kDecodeLanes = 7;
+
 /// Does all jobs, several side by side. Every job writes exactly its `count` symbols; bits behind its end are
 /// zeros. Nothing outside a job's range is read. The table has 1 << 12 rows.
 void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs);

@@ -58,7 +58,7 @@ class WideTableBuilder
         const WideRow* const tails = smaller.data() + count - 1;
         const RowWord front =
             (RowWord{1} << kTotalShift) + (RowWord{code.length} << kBitCountShift) + code.symbol;
-        // As many codes fit into the bits of few tails only.
+        // A tail can be full already where six of the shortest codes fit into its bits.
         if (static_cast<int>(records.back().length) * kWideRowSymbols <= left)
             for (size_t i = 0; i < count; ++i)
                 Store(at + i, Joined(front, WithRoom(Load(tails + i))));
@@ -73,7 +73,7 @@ class WideTableBuilder
         return (tail << 8 & kSymbolBits) + (tail & ~kSymbolBits) + front;
     }
 
-    /// A full row without its last symbol.
+    /// The row, if full with the counts of its last symbol taken off: Joined shifts the symbol out.
     RowWord WithRoom(RowWord row) const
     {
         const auto last = static_cast<uint8_t>(row >> kLastSymbolShift);

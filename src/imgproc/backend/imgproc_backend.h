@@ -54,7 +54,7 @@ class ImgProcBackend
                          PredictMethod method) const = 0;
     /// Turns the samples of a block into their residuals. width, height: 1 or more.
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
-    /// Turns the residuals of blocks of one width back into samples. width, heights: 1 or more. Many at once are
+    /// Turns the residuals of blocks of one width, which do not overlap, back into samples. width, heights: 1 or more. Many at once are
     /// faster than one by one where blocks are low.
     virtual void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const = 0;
 
