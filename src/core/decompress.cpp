@@ -38,8 +38,9 @@ void CopyRows(const uint8_t* from, const BlockRows& to)
         std::memcpy(RowAt(to.plane, row), from, static_cast<size_t>(to.width));
 }
 
-/// All bands in items of neighbours, whose sizes differ by one at most: bands that are decoded side by side help each
-/// other, so that a small item would cost more than its share.
+/// All bands in items of neighbours. Their sizes differ by one at most: bands that are decoded side by side help each
+/// other, so that a small item would cost more than its share. The larger items come first: threads that take turns then
+/// come out as even as can be.
 struct BandItems {
     int bands;
     int count;
@@ -48,7 +49,7 @@ struct BandItems {
     BandRange Of(int item) const { return {Begin(item), Begin(item + 1)}; }
 
   private:
-    int Begin(int item) const { return static_cast<int>(int64_t{bands} * item / count); }
+    int Begin(int item) const { return item * (bands / count) + std::min(item, bands % count); }
 };
 
 /// As few items as go, though one for each thread if there are so many bands.
