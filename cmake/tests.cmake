@@ -85,7 +85,7 @@ if(TARGET orvane_tool)
   endif()
   target_sources(reliability_tests PRIVATE
     ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp ${CMAKE_SOURCE_DIR}/tests/driver/${system}/process_state.cpp
-    ${CMAKE_SOURCE_DIR}/tests/driver/test_log.cpp ${CMAKE_SOURCE_DIR}/tests/tool/tool_test_support.cpp)
+    ${CMAKE_SOURCE_DIR}/tests/tool/tool_test_support.cpp)
   target_link_options(reliability_tests PRIVATE -Wl,--wrap=calloc,--wrap=free)
 endif()
 

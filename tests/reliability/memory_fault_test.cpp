@@ -1,6 +1,5 @@
 // Memory that runs out at every point of every operation: the answer is -3, nothing of the picture is written,
 // nothing stays allocated, and the same operation then gives the bytes that it always gives.
-#include "driver/test_log.h"
 #include "platform/profile_folder.h"
 #include "reliability/memory_faults.h"
 #include "reliability/streams.h"
@@ -357,21 +356,4 @@ TEST_F(MemoryFault, LogAndIconDoWithout)
     for (const Operation& operation : kOperations)
         FailEverywhere(rehearsal, operation, true);
     SetEnvironment("HOME", kept);
-}
-
-TEST(MemoryFaultLog, SaysThatMemoryIsOut)
-{
-    TestUser user;
-    const Rehearsal rehearsal(MakeHostStream("O8Y2", "YUY2", 16, 64, 48));
-    TestUser::EnableLog();
-    Host host(rehearsal);
-    ASSERT_EQ(host.Open(), 0);
-    user.NewLines();
-    const auto beginWithoutMemory = [&] {
-        const AllocationFault fault(0, AllocationFault::Kind::FromThenOn);
-        return host.BeginCompress();
-    };
-    EXPECT_EQ(beginWithoutMemory(), ICERR_MEMORY);
-    EXPECT_EQ(user.NewLines(), std::vector<std::string>{"#### INTERNAL ERROR #### : Out of memory"});
-    EXPECT_EQ(host.BeginCompress(), 0);
 }

@@ -1,0 +1,15 @@
+// Allocation that can be made to fail: this program has operator new of its own.
+#pragma once
+
+/// While it lives, the calling thread's next `count` allocations succeed and all behind them fail. One at a time.
+class AllocationBudget
+{
+  public:
+    explicit AllocationBudget(long count);
+    ~AllocationBudget();
+    AllocationBudget(const AllocationBudget&) = delete;
+    AllocationBudget& operator=(const AllocationBudget&) = delete;
+
+    /// Whether nothing is left: an allocation has failed, or the next one would.
+    bool IsUsedUp() const;
+};
