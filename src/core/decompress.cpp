@@ -52,18 +52,21 @@ struct BandItems {
     int Begin(int item) const { return item * (bands / count) + std::min(item, bands % count); }
 };
 
+int FewestItems(int bands)
+{
+    return (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
+}
+
 /// As few items as go, though one for each thread if there are so many bands.
 BandItems LargeItems(int bands, int threads)
 {
-    const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
-    return {bands, std::max(fewest, std::min(bands, threads))};
+    return {bands, std::max(FewestItems(bands), std::min(bands, threads))};
 }
 
 /// As few items as go, though as many for each thread as for the others if there are so many bands.
 BandItems EvenItems(int bands, int threads)
 {
-    const int fewest = (bands + kMaxBandsPerItem - 1) / kMaxBandsPerItem;
-    return {bands, std::min(bands, (fewest + threads - 1) / threads * threads)};
+    return {bands, std::min(bands, (FewestItems(bands) + threads - 1) / threads * threads)};
 }
 
 /// Puts a value back at the end of a scope, however it is left.

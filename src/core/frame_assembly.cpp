@@ -1,19 +1,15 @@
 #include "core/frame_assembly.h"
 
-#include "platform/event.h"
+#include "threading/backoff.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
-#include <thread>
 
 namespace {
 
 /// Slots for each thread where there are several: a thread that is held up stops the others when they are so many
 /// blocks ahead.
 constexpr size_t kSlotsPerThread = 4;
-
-constexpr std::chrono::microseconds kNap{50};
 
 void StoreWord(uint8_t* at, size_t value)
 {
@@ -51,14 +47,9 @@ std::span<uint8_t> FrameAssembly::SlotOf(size_t index)
 {
     // The thread with the first unplaced block never waits long: all blocks before it are on their way into the frame.
     const std::atomic<size_t>& block = slots[index % slots.size()].block;
-    for (int turns = 0; block.load(std::memory_order_acquire) != index; ++turns) {
-        if (turns < 64)
-            platform::Pause();
-        else if (turns < 128)
-            std::this_thread::yield();
-        else // a thread of lower priority may need our processor
-            std::this_thread::sleep_for(kNap);
-    }
+    threading::Backoff backoff;
+    while (block.load(std::memory_order_acquire) != index)
+        backoff.Wait();
     return {SlotBytes(index), static_cast<size_t>(slotBytes)};
 }
 

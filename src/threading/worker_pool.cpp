@@ -5,10 +5,10 @@
 
 #include "platform/processor_count.h"
 #include "platform/thread.h"
+#include "threading/backoff.h"
 
 #include <algorithm>
 #include <new>
-#include <thread>
 #include <utility>
 
 namespace threading {
@@ -118,13 +118,9 @@ void WorkerPool::Shutdown() noexcept
 void WorkerPool::WaitUntilReady() const noexcept
 {
     // Workers have nothing to do but to come here; with more threads than processors they need ours for it.
-    for (int turns = 0; readyCount.load(std::memory_order_acquire) < static_cast<int>(threads.size());
-         ++turns) {
-        if (turns < 64)
-            platform::Pause();
-        else
-            std::this_thread::yield();
-    }
+    Backoff backoff;
+    while (readyCount.load(std::memory_order_acquire) < static_cast<int>(threads.size()))
+        backoff.Wait();
 }
 
 void WorkerPool::ThreadEntry(void* record)
