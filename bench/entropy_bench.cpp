@@ -213,7 +213,7 @@ BENCHMARK_CAPTURE(Tables, reader, false)
     ->Arg(kHard)
     ->Unit(benchmark::kMicrosecond);
 
-void PairTable(benchmark::State& state, const PairTableForm& form, PairRange range)
+void PairTable(benchmark::State& state, const PairTableImplementation& form, PairRange range)
 {
     std::vector<CodeEntry> codes(256, CodeEntry{77, 8});
     std::vector<PairEntry> pairs(kPairRows);
@@ -223,7 +223,7 @@ void PairTable(benchmark::State& state, const PairTableForm& form, PairRange ran
     }
 }
 const bool pairTablesRegistered = [] {
-    for (const PairTableForm& form : kFillPairTableForms)
+    for (const PairTableImplementation& form : kPairTableImplementations)
         for (const PairRange range : {PairRange::All, PairRange::Core}) {
             const std::string name =
                 std::string("Entropy/PairTable/") + (range == PairRange::All ? "all/" : "core/");

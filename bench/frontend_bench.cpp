@@ -72,10 +72,14 @@ void Frontend(benchmark::State& state, FormatId host, FormatId planes, bool spli
     const int pitch = alignUp(kWidth * frontend.GetGroupBytes(0) / frontend.GetGroupPixels(0), 4);
     const size_t pictureBytes = static_cast<size_t>(pitch) * kHeight;
     Memory picture(pictureBytes);
-    Memory arena(size_t{kWidth + 128} * kHeight * 4 + 8192);
     const PlaneArray hostPicture{{{picture.data(), pitch}}};
+    const PlaneShapes shapes = frontend.PrepareBuffers(hostPicture[0], kWidth, kHeight, false);
+    const PlaneLayout layout = LayOutPlanes(shapes);
+    Memory arena(kPlaneBoundary + layout.size);
     PlaneArray planeRows;
-    frontend.PrepareBuffers(hostPicture, kWidth, kHeight, arena.data(), planeRows, false, split);
+    for (size_t p = 0; p < planeRows.size(); ++p)
+        if (shapes[p].Bytes() > 0)
+            planeRows[p] = {alignUp(arena.data(), kPlaneBoundary) + layout.offset[p], shapes[p].pitch};
     RunBesideCopy(state, pictureBytes, [&] {
         if (split)
             frontend.Split(hostPicture, kWidth, kHeight, planeRows);

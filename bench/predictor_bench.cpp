@@ -54,7 +54,7 @@ void Register(const std::string& name, int width, int rows,
         });
 }
 
-void RegisterForm(const PredictorForm& form, int width, int rows)
+void RegisterForm(const PredictorKernels& form, int width, int rows)
 {
     constexpr struct {
         const char* name;
@@ -86,7 +86,7 @@ void RegisterForm(const PredictorForm& form, int width, int rows)
 }
 
 const bool kRegistered = [] {
-    for (const PredictorForm& form : kPredictorForms)
+    for (const PredictorKernels& form : kPredictorImplementations)
         for (const auto& [width, rows] :
              {std::pair(1920, kRows), std::pair(960, kRows), std::pair(960, kRows / 2)})
             RegisterForm(form, width, rows);

@@ -7,7 +7,8 @@ if(ORVANE_BENCH)
   add_executable(orvane_bench EXCLUDE_FROM_ALL ${bench_sources})
   set_target_properties(orvane_bench PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
   target_include_directories(orvane_bench PRIVATE ${CMAKE_SOURCE_DIR}/bench)
-  target_link_libraries(orvane_bench PRIVATE orvane_options orvane_driver orvane_core benchmark::benchmark benchmark::benchmark_main)
+  target_link_libraries(orvane_bench PRIVATE
+    orvane_options orvane_driver orvane_core benchmark::benchmark benchmark::benchmark_main)
 endif()
 
 # orvane_codec_bench, from bench/codec: the driver as a whole, on every system. It loads the driver when it runs.

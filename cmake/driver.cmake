@@ -7,6 +7,7 @@ add_library(orvane_library SHARED ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp)
 # The exports are the only visible symbols of all: the list of exports can only take visibility away.
 set_target_properties(orvane_library PROPERTIES OUTPUT_NAME orvane CXX_VISIBILITY_PRESET default)
 target_link_libraries(orvane_library PRIVATE orvane_driver)
+orvane_include_root(orvane_library INTERFACE exports driver/exports.h) # all that others include of the driver
 if(WIN32)
   enable_language(RC)
   include(cmake/icons.cmake)

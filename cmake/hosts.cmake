@@ -15,4 +15,4 @@ target_compile_definitions(hosts_tests PRIVATE ORVANE_NATIVE_TOOL="${ORVANE_NATI
 # The host of scripts/demo; built only when asked for.
 add_executable(orvane_demo_host EXCLUDE_FROM_ALL ${CMAKE_SOURCE_DIR}/tests/hosts/demo/demo_host.cpp)
 target_include_directories(orvane_demo_host PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-target_link_libraries(orvane_demo_host PRIVATE orvane_options avifil32 msvfw32)
+target_link_libraries(orvane_demo_host PRIVATE orvane_platform avifil32 msvfw32)

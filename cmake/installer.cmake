@@ -13,9 +13,11 @@ add_custom_command(
   COMMAND ${CMAKE_STRIP} -o ${contents}/orvane.dll $<TARGET_FILE:orvane_library>
   COMMAND ${CMAKE_STRIP} -o ${contents}/orvane.exe $<TARGET_FILE:orvane_program>
   COMMAND ${ORVANE_MAKENSIS} -V2 -WX -DVERSION=${PROJECT_VERSION} -DDRIVER=${contents}/orvane.dll
-          -DTOOL=${contents}/orvane.exe -DICON=${icons}/compressing.ico -DOUTPUT=${installer}
+          -DTOOL=${contents}/orvane.exe -DNOTICES=${CMAKE_SOURCE_DIR}/THIRD-PARTY-NOTICES.txt
+          -DICON=${icons}/compressing.ico -DOUTPUT=${installer}
           ${CMAKE_SOURCE_DIR}/packaging/windows/orvane.nsi
   DEPENDS orvane_library orvane_program ${CMAKE_SOURCE_DIR}/packaging/windows/orvane.nsi
+          ${CMAKE_SOURCE_DIR}/THIRD-PARTY-NOTICES.txt
   COMMENT "Packing orvane-setup.exe"
   VERBATIM)
 add_custom_target(orvane_installer ALL DEPENDS ${installer})

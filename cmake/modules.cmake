@@ -1,6 +1,45 @@
+# orvane_include_root(TARGET SCOPE NAME PATH)
+# Gives TARGET an include path, build/<preset>/include/NAME, on which src/PATH (a folder or a header) is found by its
+# path below src/, and nothing else is: an include from a folder that a target does not use does not compile.
+function(orvane_include_root target scope name path)
+  set(link ${CMAKE_BINARY_DIR}/include/${name}/${path})
+  cmake_path(GET link PARENT_PATH folder)
+  file(MAKE_DIRECTORY ${folder})
+  file(RELATIVE_PATH source ${folder} ${CMAKE_SOURCE_DIR}/src/${path})
+  file(CREATE_LINK ${source} ${link} SYMBOLIC)
+  target_include_directories(${target} ${scope} ${CMAKE_BINARY_DIR}/include/${name})
+endfunction()
+
+# orvane_headers(NAME ROOT FOLDER [USES LIBRARY...])
+# Compiles every header of ROOT/FOLDER, and of this system's folder beneath it, by itself, with what the libraries let
+# it include. Part of the target orvane_headers, which is built only when asked for.
+add_custom_target(orvane_headers)
+function(orvane_headers name root folder)
+  cmake_parse_arguments(ARG "" "" "USES" ${ARGN})
+  set(system posix)
+  if(WIN32)
+    set(system windows)
+  endif()
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${root} ${root}/${folder}/*.h ${root}/${folder}/${system}/*.h)
+  set(sources)
+  foreach(header ${headers})
+    string(MAKE_C_IDENTIFIER ${header} source)
+    set(source ${CMAKE_BINARY_DIR}/headers/${source}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${header}\"\n")
+    list(APPEND sources ${source})
+  endforeach()
+  if(sources)
+    add_library(orvane_${name}_headers OBJECT EXCLUDE_FROM_ALL ${sources})
+    target_link_libraries(orvane_${name}_headers PRIVATE ${ARG_USES})
+    target_compile_options(orvane_${name}_headers PRIVATE -O0)
+    add_dependencies(orvane_headers orvane_${name}_headers)
+  endif()
+endfunction()
+
 # orvane_module(NAME FOLDER PATH [USES MODULE...])
-# The folder src/PATH as static library orvane_NAME. Sources in windows/ and posix/ beneath it are built
-# for their own system only. A folder that has no source file yet is an interface library.
+# The folder src/PATH as static library orvane_NAME. It may include from itself, from the modules that it uses, and from
+# those that they use. Sources in windows/ and posix/ beneath the folder are built for their own system only. A folder
+# that has no source file is an interface library.
 function(orvane_module name)
   cmake_parse_arguments(ARG "" "FOLDER" "USES" ${ARGN})
   set(root ${CMAKE_SOURCE_DIR}/src/${ARG_FOLDER})
@@ -11,15 +50,21 @@ function(orvane_module name)
     file(GLOB system_sources CONFIGURE_DEPENDS ${root}/posix/*.cpp)
   endif()
   list(APPEND sources ${system_sources})
+  if(NOT ORVANE_SSE2)
+    list(FILTER sources EXCLUDE REGEX "_sse2\\.cpp$")
+  endif()
   # The exports and the entry are compiled into the shared library itself.
   list(FILTER sources EXCLUDE REGEX "/driver/(exports|windows/library_entry)\\.cpp$")
 
   list(TRANSFORM ARG_USES PREPEND orvane_ OUTPUT_VARIABLE uses)
   if(sources)
     add_library(orvane_${name} STATIC ${sources})
-    target_link_libraries(orvane_${name} PUBLIC orvane_options ${uses})
+    set(scope PUBLIC)
   else()
     add_library(orvane_${name} INTERFACE)
-    target_link_libraries(orvane_${name} INTERFACE orvane_options ${uses})
+    set(scope INTERFACE)
   endif()
+  orvane_include_root(orvane_${name} ${scope} ${name} ${ARG_FOLDER})
+  target_link_libraries(orvane_${name} ${scope} orvane_options ${uses})
+  orvane_headers(${name} ${CMAKE_SOURCE_DIR}/src ${ARG_FOLDER} USES orvane_${name})
 endfunction()

@@ -12,11 +12,11 @@ file(GLOB support_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/support/*.
 if(support_sources)
   add_library(orvane_test_support STATIC ${support_sources})
   target_include_directories(orvane_test_support PUBLIC ${CMAKE_SOURCE_DIR}/tests)
-  target_link_libraries(orvane_test_support PUBLIC orvane_options gtest)
+  target_link_libraries(orvane_test_support PUBLIC orvane_common gtest)
 else()
   add_library(orvane_test_support INTERFACE)
   target_include_directories(orvane_test_support INTERFACE ${CMAKE_SOURCE_DIR}/tests)
-  target_link_libraries(orvane_test_support INTERFACE orvane_options gtest)
+  target_link_libraries(orvane_test_support INTERFACE orvane_common gtest)
 endif()
 
 # Most of the time of a build goes into the tests' own sources: they share one precompiled header, and are not
@@ -56,6 +56,8 @@ function(orvane_tests name)
     endif()
   endforeach()
   add_test(NAME ${name} COMMAND ${name}_tests)
+  orvane_headers(${name}_tests ${CMAKE_SOURCE_DIR}/tests ${name} USES
+                 orvane_test_options orvane_test_support ${ARG_UNPARSED_ARGUMENTS})
 endfunction()
 
 orvane_tests(platform orvane_platform)
@@ -69,6 +71,10 @@ orvane_tests(golden orvane_core)
 orvane_tests(settings orvane_settings)
 orvane_tests(surroundings orvane_surroundings NEEDS orvane_library)
 orvane_tests(driver orvane_driver NEEDS orvane_library)
+# Where memory can be made to run out.
+foreach(name threading driver)
+  target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/memory/allocation_budget.cpp)
+endforeach()
 if(TARGET orvane_tool)
   orvane_tests(tool orvane_tool orvane_driver NEEDS orvane_program orvane_library)
   # Writes golden files that are new: tests/make_golden FOLDER.
@@ -86,6 +92,7 @@ if(TARGET orvane_tool)
   target_sources(reliability_tests PRIVATE
     ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp ${CMAKE_SOURCE_DIR}/tests/driver/${system}/process_state.cpp
     ${CMAKE_SOURCE_DIR}/tests/tool/tool_test_support.cpp)
+  set_source_files_properties(${CMAKE_SOURCE_DIR}/src/driver/exports.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   target_link_options(reliability_tests PRIVATE -Wl,--wrap=calloc,--wrap=free)
 endif()
 
@@ -95,6 +102,6 @@ if(WIN32)
     ${CMAKE_SOURCE_DIR}/tests/surroundings/screens/show_window.cpp
     ${CMAKE_SOURCE_DIR}/tests/surroundings/windows/dialog_driver.cpp)
   set_target_properties(show_window PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  target_link_libraries(show_window PRIVATE orvane_test_support orvane_options)
+  target_link_libraries(show_window PRIVATE orvane_test_support orvane_platform)
   add_dependencies(show_window orvane_library)
 endif()

@@ -1,9 +1,11 @@
-// Any bytes as an AVI file: the reader ends, stays inside the file, and what it finds is in order. What stands beside
-// the frames is read: checksums, fields of Y4M. A repaired file is whole, and has the frames that were found.
+// Any bytes as an AVI file: the reader ends, stays inside the file, and what it finds is in order. What
+// stands beside the frames is read: checksums, fields of Y4M. A repaired file is whole, and has the frames
+// that were found.
 
 #include "files/avi_records.h"
 #include "files/avi_repair.h"
 #include "files/frame_structure.h"
+#include "files/payload_check.h"
 #include "files/video_stream.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
@@ -23,8 +25,9 @@ constexpr size_t kMaxBlocks = 1 << 16;
 
 void CheckFile(const AviFile& file, size_t size)
 {
-    Require(file.bitmapInfo.size() >= 40 && file.bitmapInfo.size() <= AviFile::kMaxBitmapInfo,
-            "the stream format has a bitmap header");
+    Require(file.bitmapInfo.empty() ||
+                (file.bitmapInfo.size() >= 40 && file.bitmapInfo.size() <= AviFile::kMaxBitmapInfo),
+            "a stream format that is not lost has a bitmap header");
     Require(file.rate.numerator > 0 && file.rate.denominator > 0, "the rate is a rate");
     for (const AviFrame& frame : file.frames)
         Require(frame.offset <= size && frame.size <= size - frame.offset, "frames lie inside the file");
@@ -94,6 +97,7 @@ void CheckChecksums(VideoStream& stream, std::span<const uint8_t> bytes) noexcep
 void CheckFrames(VideoStream& stream) noexcept
 {
     const FrameHasher hasher(stream.Format(), stream.Record());
+    PayloadCheck payload(stream.Format(), std::span(stream.BitmapInfo()).subspan(avi::kBitmapHeaderSize));
     for (size_t number = 0; number < stream.FrameCount(); ++number) {
         const AviFrame& place = stream.File().frames[number];
         const std::span<const uint8_t> frame = stream.ReadFrame(number);
@@ -107,6 +111,8 @@ void CheckFrames(VideoStream& stream) noexcept
         for (const BlockStructure& block : structure.blocks)
             Require(block.offset <= place.size && block.size <= place.size - block.offset,
                     "blocks lie inside the frame");
+        const FrameFindings findings = payload.Check(frame);
+        Require(structure.fault.empty() || !findings.fault.empty(), "a frame without structure has a fault");
     }
 }
 

@@ -1,8 +1,8 @@
-// Any bytes as a frame of a fixed stream: every format, every output layout, interlaced and not. The frame ends at a
-// guard page, the picture lies against one.
+// Any bytes as a frame of a fixed stream: every format, every output layout, interlaced and not. The frame
+// ends at a guard page, the picture lies against one.
 //
-// Held up: the result code is what the rules of the format say; a refused frame leaves the picture alone; the next
-// good frame decodes; the number of threads changes nothing.
+// Held up: the result code is what the rules of the format say; a refused frame leaves the picture alone; the
+// next good frame decodes; the number of threads changes nothing.
 
 #include "support/frame_rules.h"
 #include "support/fuzz_input.h"

@@ -1,7 +1,7 @@
 // Any code lengths into BuildFromLengths, and any bytes as streams of the code.
 //
-// Held up: lengths are refused exactly when no code has them; the fast coder says what the plain one says, in one
-// call, in many and side by side with other blocks; what is encoded decodes.
+// Held up: lengths are refused exactly when no code has them; the fast coder says what the plain one says, in
+// one call, in many and side by side with other blocks; what is encoded decodes.
 
 #include "entropy/huff_coder_8.h"
 #include "entropy/length_table.h"
@@ -16,7 +16,6 @@ namespace {
 
 constexpr size_t kMaxStream = 1 << 12;
 constexpr size_t kMaxSymbols = 1 << 12;
-constexpr int kSymbols = HuffCoder8::symbolCount;
 
 using PlainCoder = HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;
 
@@ -32,8 +31,8 @@ GuardedBuffer& SymbolMemory()
     return memory;
 }
 
-/// Lengths by a table as frames hold it, or those that the writer chooses for some counts: hardly any table that is
-/// made by chance uses its code space whole.
+/// Lengths by a table as frames hold it, or those that the writer chooses for some counts: hardly any table
+/// that is made by chance uses its code space whole.
 void TakeLengths(FuzzInput& input, uint32_t (&lengths)[kSymbols])
 {
     if (input.Choose(2) == 0) {
@@ -85,8 +84,8 @@ std::vector<uint8_t> DecodeInCalls(const HuffCoder& coder, std::span<const uint8
     return {symbols.begin(), symbols.end()};
 }
 
-/// The stream as blocks of the sizes that the input gives: all at once and one by one. The symbols of neighbouring
-/// blocks touch, as those of rows in a picture do.
+/// The stream as blocks of the sizes that the input gives: all at once and one by one. The symbols of
+/// neighbouring blocks touch, as those of rows in a picture do.
 void CompareBlocks(const HuffCoder& fast, const HuffCoder& plain, std::span<const uint8_t> stream,
                    FuzzInput input)
 {

@@ -1,7 +1,7 @@
-// Whole sessions: open, negotiate, compress, decompress, set and close in any order, on several instances, with
-// records, blobs and frames that may be hostile. The input chooses the message, the instance and the buffers.
-// Pointers are good, or null where the message has an answer to null; sizes are told truly; a host that has opened a
-// run offers frames and pictures the memory of that run.
+// Whole sessions: open, negotiate, compress, decompress, set and close in any order, on several instances,
+// with records, blobs and frames that may be hostile. The input chooses the message, the instance and the
+// buffers. Pointers are good, or null where the message has an answer to null; sizes are told truly; a host
+// that has opened a run offers frames and pictures the memory of that run.
 
 #include "common/align_up.h"
 #include "support/driver_host.h"
@@ -156,7 +156,7 @@ void Session::TakeBuffers(const MessageStep& step)
         Close(*host);
         break;
     case StepKind::MakePicture: {
-        const HostLayout& layout = kHostLayouts[(step.a & 0x7F) % std::size(kHostLayouts)];
+        const HostLayout& layout = kFuzzLayouts[(step.a & 0x7F) % std::size(kFuzzLayouts)];
         const StreamSize size = kStreamSizes[step.b % std::size(kStreamSizes)];
         *picture = {};
         picture->biSize = sizeof *picture;

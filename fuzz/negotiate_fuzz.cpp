@@ -1,8 +1,8 @@
-// Any configuration record and any bitmap headers through all messages that negotiate, and where a run opens on them,
-// one frame each way.
+// Any configuration record and any bitmap headers through all messages that negotiate, and where a run opens
+// on them, one frame each way.
 //
-// Held up: QUERY and BEGIN agree; what GET_FORMAT gives is accepted; no frame outgrows what GET_SIZE told; a frame
-// written under a record decodes under it.
+// Held up: QUERY and BEGIN agree; what GET_FORMAT gives is accepted; no frame outgrows what GET_SIZE told; a
+// frame written under a record decodes under it.
 
 #include "common/align_up.h"
 #include "support/driver_host.h"

@@ -1,7 +1,7 @@
 // Pictures of any content and size, in any layout, to frames of any format and back.
 //
-// Held up: where nothing is converted the picture comes back; a picture that came back makes the same frame again;
-// no frame outgrows its bound; the number of threads changes no byte.
+// Held up: where nothing is converted the picture comes back; a picture that came back makes the same frame
+// again; no frame outgrows its bound; the number of threads changes no byte.
 
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"

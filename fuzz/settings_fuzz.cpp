@@ -1,5 +1,5 @@
-// Any bytes as a settings file, with edits on top: lines that no edit concerns stay byte for byte, and what was
-// written is what is read.
+// Any bytes as a settings file, with edits on top: lines that no edit concerns stay byte for byte, and what
+// was written is what is read.
 
 #include "platform/registry_text.h"
 #include "support/fuzz_input.h"

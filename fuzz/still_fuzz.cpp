@@ -15,7 +15,8 @@ uint32_t BigEndian(const uint8_t* at)
     return uint32_t{at[0]} << 24 | uint32_t{at[1]} << 16 | uint32_t{at[2]} << 8 | at[3];
 }
 
-/// The reader takes memory for the picture that a PNG announces; a target does not need large ones.
+/// The reader takes memory for the picture that a PNG of enough bytes announces; a target does not need large
+/// ones.
 bool AnnouncesLargePng(std::span<const uint8_t> bytes)
 {
     return bytes.size() >= 24 && bytes[0] == 0x89 &&
@@ -24,7 +25,7 @@ bool AnnouncesLargePng(std::span<const uint8_t> bytes)
 
 void CheckRoundTrip(const StillImage& still, StillKind kind)
 {
-    const std::vector<uint8_t> file = EncodeStill(kind, still.info, still.pixels, "output");
+    const std::vector<uint8_t> file = EncodeStill(kind, still.info, still.pixels);
     const StillImage again = DecodeStill(file, "output");
     Require(again.info.layout == still.info.layout && again.info.width == still.info.width &&
                 again.info.height == still.info.height && again.pixels == still.pixels,

@@ -1,5 +1,5 @@
-// Any bytes as a Y4M stream. Pictures that were read are written and read once more: nothing changes. The first line
-// also stands for the fields that an AVI file keeps of it.
+// Any bytes as a Y4M stream. Pictures that were read are written and read once more: nothing changes. The
+// first line also stands for the fields that an AVI file keeps of it.
 
 #include "files/y4m_stream.h"
 #include "support/fuzz_input.h"
@@ -13,7 +13,8 @@
 
 namespace {
 
-/// The reader takes memory for a picture of the size that the first line says; a target does not need large ones.
+/// The reader takes memory for a picture of the size that the first line says; a target does not need large
+/// ones.
 constexpr size_t kMaxPicture = 1 << 18;
 constexpr size_t kMaxFrames = 64;
 

@@ -41,9 +41,9 @@ float ActivityAt(size_t column, double y)
         std::exp(0.8 * std::sin(static_cast<double>(column) / 130) * std::cos(y / 110)));
 }
 
-/// Draws one component: `width` samples a row, `step` bytes apart. Slow waves and edges carry a texture in which
-/// each sample follows its neighbours to the left and above, as in photographs: Median predicts it best, and
-/// Gradient better than Left.
+/// Draws one component: `width` samples a row, `step` bytes apart. Slow waves and edges carry a texture in
+/// which each sample follows its neighbours to the left and above, as in photographs: Median predicts it
+/// best, and Gradient better than Left.
 void DrawComponent(uint8_t* first, int width, int height, size_t step, size_t pitch, double phase,
                    double noise, uint64_t& random)
 {

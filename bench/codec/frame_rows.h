@@ -71,8 +71,8 @@ struct Guests {
 using GuestMaker = std::function<Guests(BenchClip& clip, const Result& model)>;
 
 /// Plans the wanted tasks of a clip: all drivers, and guests if there are any, will share their rounds. Each
-/// picture of each task is decoded and compared at once. Throws std::runtime_error when one does not come back
-/// bit for bit.
+/// picture of each task is decoded and compared at once. Throws std::runtime_error when one does not come
+/// back bit for bit.
 void PlanFrames(BenchSetup& setup, const std::string& section, const ClipPlan& plan,
                 std::span<const FrameTask> tasks, const GuestMaker& makeGuests = nullptr);
 

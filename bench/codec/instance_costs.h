@@ -9,6 +9,6 @@
 /// given: median and maximum of some openings, in milliseconds. Prints and returns the rows.
 nlohmann::json MeasureFirstFrames(BenchSetup& setup);
 
-/// Bytes on the heap that an instance holds in the middle of a run, for all formats at 1920x1080 and 3840x2160.
-/// Prints and returns the rows; none where the system does not tell the use of the heap.
+/// Bytes on the heap that an instance holds in the middle of a run, for all formats at 1920x1080 and
+/// 3840x2160. Prints and returns the rows; none where the system does not tell the use of the heap.
 nlohmann::json MeasureMemory(BenchSetup& setup);

@@ -33,7 +33,8 @@ double Spread(const std::vector<double>& values);
 inline constexpr size_t kCopyBytes = 3110400;
 
 /// Every round runs each contestant in turn, the first one another in every round, between a warm copy by
-/// memcpy and a count of core cycles. A frame that is not counted goes before each batch, if frames are short.
+/// memcpy and a count of core cycles. A frame that is not counted goes before each batch, if frames are
+/// short.
 std::vector<RoundTimes> RunRounds(std::span<const Contestant> contestants, const RoundOptions& options);
 
 double SecondsNow();

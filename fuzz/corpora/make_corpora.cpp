@@ -23,6 +23,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -277,7 +278,8 @@ void Lower(Bytes& bytes, size_t at, auto word, size_t by)
     std::memcpy(bytes.data() + at, &word, sizeof word);
 }
 
-/// Without most of the places that the index of indexes keeps for segments: four times as many zeros as all the rest.
+/// Without most of the places that the index of indexes keeps for segments: four times as many zeros as all
+/// the rest.
 Bytes WithSmallIndex(Bytes avi)
 {
     constexpr uint32_t kHead = 24, kPlaces = 3, kPlaceBytes = 16;
@@ -351,6 +353,9 @@ void MakeSettings()
                              "[HKEY_CURRENT_USER\\Software\\Orvane\\O8Y2]\r\n\"CompMethod\"=hex(b):03\r\n"
                              "@=\"te\\\"xt\"\r\n[-HKEY_CURRENT_USER\\Software\\Orvane]\r\n";
     const std::string edits = {0, 0, 1, 0, 0, 0, 3, 1, 2, 0, 0, 0, 2, 2, 4, 0, 0, 0};
+    // Two keys are opened, edited and closed, with a foreign write and a broken one in between.
+    const std::string steps = {0,  65, 2, 10, 66, 76, 5, 46, 7,  69, 0, 4,
+                               74, 5,  1, 18, 7,  12, 5, 65, 82, 69, 0, 20};
     std::string wide = "\xFF\xFE";
     for (const char c : text) {
         wide += c;
@@ -358,11 +363,27 @@ void MakeSettings()
     }
     const auto save = [&](const std::string& name, const std::string& file) {
         Save("settings_fuzz", name, BytesOf(edits + file));
+        Save("store_fuzz", name, BytesOf(steps + file));
     };
     save("empty", "");
     save("utf8", text);
     save("marked", "\xEF\xBB\xBF" + text);
     save("utf16", wide);
+}
+
+void MakeOptions()
+{
+    constexpr std::pair<const char*, const char*> lines[] = {
+        {"encode", "encode\nclip.y4m\n-o\nclip.avi\n--verify\n--threads\n4"},
+        {"raw", "encode\n-\n--raw\n64x64:YUY2\n--fps\n30000/1001\n-o\nclip.avi\n-q"},
+        {"decode", "decode\nclip.avi\n-o\nshot_%04d.png\n--frames\n1-2"},
+        {"config", "config\nset\nO8Y2.CompMethod\n3"},
+        {"reset", "config\nreset"},
+        {"help", "verify\n--help"},
+        {"version", "--version"},
+    };
+    for (const auto& [name, line] : lines)
+        Save("options_fuzz", name, BytesOf(line));
 }
 
 void MakeStills()
@@ -373,16 +394,15 @@ void MakeStills()
         info.width = 9;
         info.height = 5;
         const Bytes pixels = MakePicture(Content::Smooth, info.FrameBytes(), 27, 3);
-        Save("still_fuzz", std::string(layout) + ".png", EncodeStill(StillKind::Png, info, pixels, "corpus"));
+        Save("still_fuzz", std::string(layout) + ".png", EncodeStill(StillKind::Png, info, pixels));
         if (info.layout != &LayoutNamed("RGBA"))
-            Save("still_fuzz", std::string(layout) + ".pnm",
-                 EncodeStill(StillKind::Pnm, info, pixels, "corpus"));
+            Save("still_fuzz", std::string(layout) + ".pnm", EncodeStill(StillKind::Pnm, info, pixels));
     }
     Save("still_fuzz", "comment.pnm", BytesOf("P5 # text\n2\t2 # more\n255\nabcd"));
 }
 
-/// A session that writes two frames with one instance and reads them with another, with all that hosts ask around it.
-/// edits  steps between writing and reading
+/// A session that writes two frames with one instance and reads them with another, with all that hosts ask
+/// around it. edits  steps between writing and reading
 Bytes MakeSession(uint8_t variant, uint8_t layout, uint8_t size, const std::vector<MessageStep>& edits)
 {
     using enum StepKind;
@@ -448,7 +468,7 @@ void MakeNegotiations()
 {
     for (uint8_t variant = 0; variant < 7; ++variant) {
         const StreamChoice choice = ChoiceOf(kCodeRgb + variant, 2, variant % 2 ? kChooseInterlaced : 0);
-        const HostLayout& layout = kHostLayouts[variant * 2 % std::size(kHostLayouts)];
+        const HostLayout& layout = kFuzzLayouts[variant * 2 % std::size(kFuzzLayouts)];
         NegotiateInput input{};
         input.variant = 7;
         for (uint32_t i = 0; i < std::size(kVariantFourCCs); ++i)
@@ -485,6 +505,7 @@ try {
     MakeAvis();
     MakeY4ms();
     MakeSettings();
+    MakeOptions();
     MakeStills();
     return 0;
 } catch (const std::exception& error) {

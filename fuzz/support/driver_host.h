@@ -27,7 +27,7 @@ struct HostLayout {
     uint32_t fourCC;
     uint16_t bits;
 };
-inline constexpr HostLayout kHostLayouts[] = {
+inline constexpr HostLayout kFuzzLayouts[] = {
     {BI_RGB, 24},
     {BI_RGB, 32},
     {MakeFourCC("YUY2"), 16},
@@ -45,8 +45,8 @@ inline constexpr HostLayout kHostLayouts[] = {
     {MakeFourCC("v210"), 20},
 };
 
-/// Gives the process a settings store of its own: one thread, no icon, every conversion allowed, RGB suggested
-/// first. The file lies in memory alone.
+/// Gives the process a settings store of its own: one thread, no icon, every conversion allowed, RGB
+/// suggested first. The file lies in memory alone.
 inline void UseFuzzSettings()
 {
     constexpr std::string_view kStart =
@@ -96,8 +96,8 @@ inline bool IsSmall(const BITMAPINFOHEADER& header, uint32_t maxWidth, uint32_t 
     return WidthOf(header) <= maxWidth && HeightOf(header) <= maxHeight;
 }
 
-/// The memory that a host offers for a picture: what the layout takes at least, or what the header says if that is
-/// more.
+/// The memory that a host offers for a picture: what the layout takes at least, or what the header says if
+/// that is more.
 inline size_t PictureRoom(const BITMAPINFOHEADER& header)
 {
     static const Orvane codec(true, true);

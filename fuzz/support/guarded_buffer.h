@@ -13,8 +13,8 @@
 /// Where bytes lie in a guarded buffer: one side touches its guard page, the other is watched by a pattern.
 enum class Against : uint8_t { BackGuard, FrontGuard };
 
-/// Room for `capacity` bytes, made once and used for one input after the other: a single byte read or written beside
-/// what Place gave ends the process, if a guard page is there, or shows in IsIntact.
+/// Room for `capacity` bytes, made once and used for one input after the other: a single byte read or written
+/// beside what Place gave ends the process, if a guard page is there, or shows in IsIntact.
 class GuardedBuffer
 {
   public:
@@ -34,8 +34,8 @@ class GuardedBuffer
 
     size_t Capacity() const { return room; }
 
-    /// `size` bytes, at most Capacity(), of value `fill`; valid until the next call. Against the front guard they
-    /// are aligned to a page.
+    /// `size` bytes, at most Capacity(), of value `fill`; valid until the next call. Against the front guard
+    /// they are aligned to a page.
     std::span<uint8_t> Place(size_t size, uint8_t fill, Against side = Against::BackGuard)
     {
         uint8_t* const start = side == Against::BackGuard ? first + room - size : first;

@@ -1,5 +1,5 @@
-// The language of message inputs: a row of steps, four bytes each and for some a few bytes more. Any bytes are a
-// program.
+// The language of message inputs: a row of steps, four bytes each and for some a few bytes more. Any bytes
+// are a program.
 #pragma once
 
 #include <cstdint>

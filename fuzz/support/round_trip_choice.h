@@ -1,7 +1,10 @@
 // What the first bytes of a round trip input choose: layout, format, size and method.
 #pragma once
 
+#include "common/host_layouts.h"
 #include "support/stream_choice.h"
+
+#include <algorithm>
 
 struct RoundTripChoice {
     uint8_t route;  ///< index in RoundTripRoutes(), modulo its size
@@ -33,10 +36,10 @@ inline const std::vector<RoundTripRoute>& RoundTripRoutes()
         for (const auto& [key, route] : codec.Routes())
             if (route.kind == RouteKind::Compress && key.second != kAnyFormat) {
                 const auto [host, code] = key;
-                const bool planar420 = host == kHostYv12 || host == kHostI420 || code == kCodeYuv420;
-                const bool halfWidth =
-                    planar420 || host == kHostYuy2 || host == kHostUyvy || code == kCodeYuv422;
-                list.push_back({host, code, route.lossy, halfWidth ? 2U : 1U, planar420 ? 2U : 1U});
+                const FormatDescriptor& own = FindLayoutDescriptor(host)->Native();
+                const FormatDescriptor& coded = *FindFormatDescriptor(code);
+                list.push_back({host, code, route.lossy, uint32_t{std::max(own.horizontal, coded.horizontal)},
+                                uint32_t{std::max(own.vertical, coded.vertical)}});
             }
         return list;
     }();
@@ -59,21 +62,20 @@ inline std::vector<uint8_t> MakeRecord(const RoundTripChoice& choice)
     return MakeRecord(RouteOf(choice).code, SizeOf(choice), static_cast<uint8_t>(choice.flags & ~kTables));
 }
 
-/// Whether two tight pictures show the same: bytes between rows and bytes that stand in for alpha count for nothing.
+/// Whether two tight pictures show the same: bytes between rows and bytes that stand in for alpha count for
+/// nothing.
 inline bool IsSamePicture(FormatId host, uint32_t width, std::span<const uint8_t> a,
                           std::span<const uint8_t> b)
 {
-    if (host == kHostBgr || host == kHostRgb || host == kHostV308) {
+    const LayoutDescriptor& layout = *FindLayoutDescriptor(host);
+    if (layout.arrangement == Arrangement::Packed && layout.samples.size() == 3) {
         const size_t rowBytes = size_t{3} * width, pitch = (rowBytes + 3) / 4 * 4;
         for (size_t i = 0; i < a.size(); ++i)
             if (i % pitch < rowBytes && a[i] != b[i])
                 return false;
         return true;
     }
-    const int unused = host == kHostXrgb || host == kHostXbgr ? 0
-                       : host == kHostBgrx || host == kHostRgbx || host == kHostV408X || host == kHostVuyx
-                           ? 3
-                           : -1;
+    const int unused = layout.Place('X'); // -1 where every byte counts
     for (size_t i = 0; i < a.size(); ++i)
         if (static_cast<int>(i % 4) != unused && a[i] != b[i])
             return false;

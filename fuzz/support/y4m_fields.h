@@ -4,7 +4,8 @@
 #include "files/y4m_header.h"
 #include "support/fuzz_input.h"
 
-/// `info` comes back from the fields of an AVI file, and from the first line of a Y4M file if that can hold its layout.
+/// `info` comes back from the fields of an AVI file, and from the first line of a Y4M file if that can hold
+/// its layout.
 inline void CheckY4mFields(const VideoInfo& info)
 {
     Require(info.interlaced.value_or(false) || !info.bottomFieldFirst.value_or(false),
@@ -13,6 +14,7 @@ inline void CheckY4mFields(const VideoInfo& info)
     again.pixelAspect.reset();
     again.bottomFieldFirst.reset();
     again.chromaTag.clear();
+    again.y4mTags.clear();
     TakeY4mFields(MakeY4mFields(info), again);
     Require(again.pixelAspect == info.pixelAspect, "the pixel aspect comes back");
     Require(again.bottomFieldFirst.value_or(false) == info.bottomFieldFirst.value_or(false),
@@ -20,6 +22,7 @@ inline void CheckY4mFields(const VideoInfo& info)
     if (!Y4mKindOf(*info.layout))
         return;
     Require(again.chromaTag == info.chromaTag, "the name of the chroma comes back");
+    Require(again.y4mTags == info.y4mTags, "tags come back");
 
     const VideoInfo line = ParseY4mHeader(MakeY4mHeader(info, "output.y4m"), "output.y4m").info;
     Require(line.layout == info.layout && line.width == info.width && line.height == info.height &&

@@ -1,6 +1,6 @@
 ; Installer of the driver and the tool for 64-bit Windows 10 and later. Built with
 ;   VERSION  the project's version, three numbers
-;   DRIVER, TOOL, ICON  files to take in
+;   DRIVER, TOOL, NOTICES, ICON  files to take in
 ;   OUTPUT   the installer to write
 ;
 ; Both programs take /S (no windows). Exit codes: 0 done; 1 cancelled; 2 failed; 1150 this Windows is too old;
@@ -95,6 +95,17 @@ the codec may go on meanwhile: they get the new one when they are next started."
   Abort "${TEXT}"
 !macroend
 
+; Says why nothing was done: in a window, and silently on the console that the installer was started from.
+!macro Refuse TEXT
+  ${If} ${Silent}
+    System::Call 'kernel32::AttachConsole(i -1)'
+    System::Call 'kernel32::GetStdHandle(i -12) p .r0'
+    FileWrite $0 "orvane-setup: error: ${TEXT}$\r$\n"
+  ${Else}
+    MessageBox MB_OK|MB_ICONSTOP "${TEXT}"
+  ${EndIf}
+!macroend
+
 ; Frees the name on the stack: deletes the file, or moves it aside while a program has it loaded.
 !macro DefineClear UN
   Function ${UN}Clear
@@ -135,8 +146,7 @@ Function .onInit
   SetRegView 64
   SetShellVarContext all
   ${IfNot} ${AtLeastWin10}
-    MessageBox MB_OK|MB_ICONSTOP "Orvane needs Windows 10 or later. This Windows is older, and nothing has been \
-changed." /SD IDOK
+    !insertmacro Refuse "Orvane needs Windows 10 or later. This Windows is older, and nothing has been changed."
     SetErrorLevel ${EXIT_OLD_WINDOWS}
     Quit
   ${EndIf}
@@ -153,6 +163,7 @@ Section "Orvane" SectionAll
   SetOutPath "$INSTDIR"
   !insertmacro Install "${DRIVER}" "$SYSDIR\orvane.dll"
   !insertmacro Install "${TOOL}" "$INSTDIR\orvane.exe"
+  !insertmacro Install "${NOTICES}" "$INSTDIR\THIRD-PARTY-NOTICES.txt"
   Push "$INSTDIR\uninstall.exe"
   Call Clear
   WriteUninstaller "$INSTDIR\uninstall.exe"
@@ -164,12 +175,13 @@ Section "Orvane" SectionAll
   SetOutPath "$SYSDIR" ; where the entries start
   CreateShortcut "$SMPROGRAMS\Orvane\Orvane settings.lnk" "$SYSDIR\rundll32.exe" "orvane.dll,Configure" "$SYSDIR\orvane.dll" 0
   SetOutPath "$PROFILE"
-  CreateShortcut "$SMPROGRAMS\Orvane\Orvane command line.lnk" "$SYSDIR\cmd.exe" '/k "set PATH=$INSTDIR;%PATH%"'
+  CreateShortcut "$SMPROGRAMS\Orvane\Orvane command line.lnk" "$SYSDIR\cmd.exe" '/k "set "PATH=$INSTDIR;%PATH%""'
   SetOutPath "$INSTDIR"
 
   SectionGetSize ${SectionAll} $0
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayName" "Orvane lossless video codec"
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "Publisher" "The Orvane maintainers"
   WriteRegDWORD HKLM "${UNINSTALL_KEY}" "VersionMajor" ${MAJOR}
   WriteRegDWORD HKLM "${UNINSTALL_KEY}" "VersionMinor" ${MINOR}
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayIcon" "$SYSDIR\orvane.dll"
@@ -228,9 +240,12 @@ keep:
   ; New files that a restart was to put in place.
   Delete "$SYSDIR\orvane.dll.new"
   Delete "$INSTDIR\orvane.exe.new"
+  Delete "$INSTDIR\THIRD-PARTY-NOTICES.txt.new"
   Push "$SYSDIR\orvane.dll"
   Call un.Clear
   Push "$INSTDIR\orvane.exe"
+  Call un.Clear
+  Push "$INSTDIR\THIRD-PARTY-NOTICES.txt"
   Call un.Clear
   Push "$INSTDIR\uninstall.exe"
   Call un.Clear

@@ -6,7 +6,6 @@
 #include <cstdint>
 
 using FormatId = int32_t;
-using FormatCode = uint8_t;
 
 inline constexpr FormatId kUnknownFormat = 0;
 /// A null header, or, where a function takes an id, any format: a format's native partner.

@@ -29,6 +29,8 @@ static_assert(std::endian::native == std::endian::little, "records are stored as
 
 inline constexpr char kFrameMagic[4] = {'O', 'R', 'V', 'N'};
 inline constexpr uint8_t kFrameVersion = 7;
+/// Picture rows of one block in every frame that this system writes.
+inline constexpr uint32_t kBlockHeight = 28;
 inline constexpr uint32_t kFrameHeaderSize = sizeof(FrameHeader);
 /// A record may carry code length tables behind its 32 bytes: four of them, 512 bytes each at most.
 inline constexpr uint32_t kMaxRecordSize = kFrameHeaderSize + 4 * 512;

@@ -1,41 +1,34 @@
 #include "core/block_list.h"
 
-#include "core/orvane.h"
+namespace core {
 
-std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend)
+bool GivesWholeRows(const FrameHeader& header, int verticalSubsampling)
 {
-    const auto height = static_cast<int>(header.height);
-    const auto blockHeight = static_cast<int>(EffectiveBlockHeight(header));
-    const auto bands = static_cast<int>(CountBands(header));
+    const auto granule =
+        static_cast<uint32_t>(IsInterlaced(header) ? 2 * verticalSubsampling : verticalSubsampling);
+    return header.blockHeight >= header.height ||
+           (header.blockHeight > 0 && header.blockHeight % granule == 0);
+}
 
-    std::vector<BlockInfo> blocks(static_cast<size_t>(bands) * static_cast<size_t>(backend.GetPlaneCount()));
-    auto block = blocks.begin();
+std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend)
+{
+    const auto blockHeight = static_cast<int>(EffectiveBlockHeight(header));
+    const size_t bands = CountBands(header);
+
+    std::vector<BlockShape> blocks;
+    blocks.reserve(bands * static_cast<size_t>(backend.GetPlaneCount()));
     for (int plane = 0; plane < backend.GetPlaneCount(); ++plane) {
         const int width = backend.GetPlaneWidth(plane, static_cast<int>(header.width));
-        const int planeRows = backend.GetPlaneHeight(plane, height);
+        const int planeRows = backend.GetPlaneHeight(plane, static_cast<int>(header.height));
         const int blockRows = backend.GetPlaneHeight(plane, blockHeight);
-        for (int band = 0; band < bands; ++band, ++block) {
-            block->plane = plane;
-            block->coderId = plane;
-            block->blockInPlane = band;
-            block->width = width;
-            block->firstRow = band * blockRows;
-            block->rows = std::min(block->firstRow + blockRows, planeRows) - block->firstRow;
+        int firstRow = 0;
+        for (size_t band = 0; band < bands; ++band, firstRow += blockRows) {
+            const int rows = std::min(firstRow + blockRows, planeRows) - firstRow;
+            assert(rows >= 0);
+            blocks.push_back({static_cast<size_t>(plane), band, firstRow, width, rows});
         }
     }
     return blocks;
 }
 
-void Orvane::SetupBlocks(const CompressInfo& info)
-{
-    const ImgProcBackend& planes = info.route.frontend->planeBackend;
-    // 128 more samples a row than the picture: what PrepareBuffers needs to align rows.
-    const uint64_t rowBytes =
-        (uint64_t{info.header.width} + 128) * static_cast<uint64_t>(planes.GetBytesPerSample());
-    const uint64_t arena =
-        rowBytes * info.header.height * static_cast<uint64_t>(planes.GetPlaneCount()) + 8192;
-    imagePlanes.arena.Reserve(arena);
-    // Built aside: if memory runs out, the list of the last run stays whole.
-    blocks = MakeBlocks(info.header, *info.route.backend);
-    listBlockHeight = info.header.blockHeight;
-}
+} // namespace core

@@ -1,17 +1,20 @@
-// How planes are cut into blocks. The cut depends on the picture alone, never on the number of threads.
+// How planes are cut into bands and blocks. The cut depends on the picture alone, never on the number of
+// threads.
 #pragma once
 
 #include "common/frame_header.h"
 #include "common/plane_info.h"
 #include "core/block_info.h"
-#include "core/plane_set.h"
 #include "imgproc/backend/imgproc_backend.h"
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
+
+namespace core {
 
 /// Rows of the full-size picture in one block: a height above the picture's acts as the picture's. 0: no
 /// blocks.
@@ -31,37 +34,63 @@ constexpr uint32_t CountBands(const FrameHeader& header)
     return CountBands(header.height, header.blockHeight);
 }
 
+/// Whether the block height gives every plane of a frame, and each field of an interlaced one, whole rows. A
+/// single block always does.
+/// verticalSubsampling  of the planes: 1, or 2 for 4:2:0
+bool GivesWholeRows(const FrameHeader& header, int verticalSubsampling);
+
 /// Picture rows of one band.
 struct Band {
     int first;
     int rows;
 };
 
-constexpr Band BandOf(const FrameHeader& header, int band)
+constexpr Band BandOf(const FrameHeader& header, size_t band)
 {
-    const auto blockHeight = static_cast<int>(EffectiveBlockHeight(header));
-    const auto height = static_cast<int>(header.height);
-    const int first = band * blockHeight;
-    return {first, std::min(height - first, blockHeight)};
+    assert(band < CountBands(header));
+    const uint32_t blockHeight = EffectiveBlockHeight(header);
+    const uint32_t first = static_cast<uint32_t>(band) * blockHeight;
+    return {static_cast<int>(first), static_cast<int>(std::min(header.height - first, blockHeight))};
 }
 
 /// Bands `first` to `end` - 1.
 struct BandRange {
-    int first;
-    int end;
+    size_t first;
+    size_t end;
 };
 
-/// Where a block's samples stand in its plane.
+/// Rows of a plane from `firstRow` on, wherever they are stored.
+struct PlaneWindow {
+    PlaneInfo rows;
+    int firstRow = 0; ///< plane row
+
+    PlaneInfo From(int planeRow) const
+    {
+        assert(planeRow >= firstRow);
+        return FromRow(rows, planeRow - firstRow);
+    }
+};
+
+using PlaneWindows = std::array<PlaneWindow, kMaxPlanes>;
+
+/// The samples of a block.
 struct BlockRows {
     BlockRows() = default;
-    BlockRows(const BlockInfo& block, const PlaneWindow& window)
-        : plane(window.From(block.firstRow)), width(block.width), count(block.rows),
-          contiguous(plane.pitch == block.width)
-    {}
+    BlockRows(const BlockShape& block, const PlaneWindow& window)
+        : plane(window.From(block.firstRow)), width(static_cast<uint32_t>(block.width)),
+          count(static_cast<uint32_t>(block.rows)), contiguous(plane.pitch == block.width)
+    {
+        assert(block.width >= 0 && block.rows >= 0);
+    }
+
+    /// Samples of one run without a gap, of which the block has RunCount().
+    uint32_t RunLength() const { return contiguous ? width * count : width; }
+    uint32_t RunCount() const { return contiguous ? 1 : count; }
+    size_t Samples() const { return size_t{width} * count; }
 
     PlaneInfo plane; ///< from the block's first row on
-    int width = 0;
-    int count = 0;
+    uint32_t width = 0;
+    uint32_t count = 0;
     bool contiguous = false; ///< rows follow each other without a gap
 };
 
@@ -71,7 +100,11 @@ struct RowSet {
     int stride; ///< 1 or 2
     int rows;
 
-    PlaneInfo Of(const PlaneInfo& block) const { return {RowAt(block, first), block.pitch * stride}; }
+    template <class Sample>
+    BasicPlane<Sample> Of(const BasicPlane<Sample>& block) const
+    {
+        return {RowAt(block, first), block.pitch * stride};
+    }
 };
 
 /// The row sets of a block of `rows` rows. Sets without rows are left out.
@@ -81,17 +114,25 @@ class RowSets
     RowSets(const FrameHeader& header, int rows)
     {
         const bool interlaced = IsInterlaced(header);
-        for (int field = 0; field < (interlaced ? 2 : 1); ++field)
-            sets[static_cast<size_t>(field)] = interlaced ? RowSet{field, 2, rows / 2} : RowSet{0, 1, rows};
+        sets = interlaced ? std::array{RowSet{0, 2, rows / 2}, RowSet{1, 2, rows / 2}}
+                          : std::array{RowSet{0, 1, rows}, RowSet{}};
         count = sets[0].rows <= 0 ? 0 : interlaced ? 2 : 1;
     }
     const RowSet* begin() const { return sets.data(); }
     const RowSet* end() const { return sets.data() + count; }
 
   private:
-    std::array<RowSet, 2> sets{};
+    std::array<RowSet, 2> sets;
     size_t count;
 };
 
-/// The blocks of all planes of `backend`, in plane order, each on the coder of its plane.
-std::vector<BlockInfo> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend);
+/// The blocks of all planes of `backend`, in plane order.
+std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend);
+
+/// The record of each block, on the coder of its plane.
+inline std::vector<BlockInfo> MakeBlockInfos(const std::vector<BlockShape>& shapes)
+{
+    return {shapes.begin(), shapes.end()};
+}
+
+} // namespace core

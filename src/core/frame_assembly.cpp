@@ -1,15 +1,22 @@
 #include "core/frame_assembly.h"
 
-#include "threading/backoff.h"
+#include "common/align_up.h"
+#include "core/frame_layout.h"
+#include "threading/spin_time.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
+
+namespace core {
 
 namespace {
 
-/// Slots for each thread where there are several: a thread that is held up stops the others when they are so many
-/// blocks ahead.
+/// Slots for each thread where there are several: a thread that is held up stops the others when they are so
+/// many blocks ahead.
 constexpr size_t kSlotsPerThread = 4;
+/// Slots do not share cache lines.
+constexpr size_t kSlotAlignment = 64;
 
 void StoreWord(uint8_t* at, size_t value)
 {
@@ -19,13 +26,14 @@ void StoreWord(uint8_t* at, size_t value)
 
 } // namespace
 
-void FrameAssembly::Prepare(size_t blockCount, uint64_t blockBytes, int threads)
+void FrameAssembly::Prepare(size_t blockCount, size_t blockBytes, int threads)
 {
     const size_t wanted = threads == 1 ? 1 : kSlotsPerThread * static_cast<size_t>(threads);
     const size_t count = std::clamp<size_t>(blockCount, 1, wanted);
-    const uint64_t bytes = alignUp(blockBytes, uint64_t{64});
+    const size_t bytes = alignUp(blockBytes, kSlotAlignment);
     memory.Reserve(bytes * count);
     slotBytes = bytes;
+    spin = threading::SpinTime(threads);
     if (slots.size() != count)
         slots = std::vector<Slot>(count);
     coded.resize(blockCount);
@@ -37,7 +45,7 @@ void FrameAssembly::Begin(std::span<BlockInfo> blocks, uint8_t* table, size_t of
     offsetTable = table;
     StoreWord(table, offset); // the first block's offset once more
     for (size_t i = 0; i < slots.size(); ++i)
-        slots[i].block.store(i, std::memory_order_relaxed);
+        slots[i].block.Set(static_cast<uint32_t>(i));
     placed = 0;
     end = offset;
     coded.assign(blocks.size(), false);
@@ -45,12 +53,11 @@ void FrameAssembly::Begin(std::span<BlockInfo> blocks, uint8_t* table, size_t of
 
 std::span<uint8_t> FrameAssembly::SlotOf(size_t index)
 {
-    // The thread with the first unplaced block never waits long: all blocks before it are on their way into the frame.
-    const std::atomic<size_t>& block = slots[index % slots.size()].block;
-    threading::Backoff backoff;
-    while (block.load(std::memory_order_acquire) != index)
-        backoff.Wait();
-    return {SlotBytes(index), static_cast<size_t>(slotBytes)};
+    // The thread with the first unplaced block never waits long: all blocks before it are on their way into
+    // the frame.
+    assert(index < frameBlocks.size());
+    slots[index % slots.size()].block.Wait(static_cast<uint32_t>(index), spin);
+    return {SlotBytes(index), slotBytes};
 }
 
 void FrameAssembly::Finish(size_t index)
@@ -59,13 +66,14 @@ void FrameAssembly::Finish(size_t index)
     size_t last;
     {
         const std::lock_guard guard(lock);
+        assert(index < coded.size() && !coded[index]);
         coded[index] = true;
         first = placed;
         for (; placed < frameBlocks.size() && coded[placed]; ++placed) {
             BlockInfo& block = frameBlocks[placed];
             block.dataOffset = end;
             StoreWord(offsetTable + sizeof(uint32_t) * (placed + 1), end);
-            end += kBlockHeadBytes + block.compressedSize;
+            end += kBlockHeaderBytes + block.compressedSize;
         }
         last = placed;
     }
@@ -78,6 +86,8 @@ void FrameAssembly::Copy(const BlockInfo& block, size_t index)
     uint8_t* const out = offsetTable + block.dataOffset;
     out[0] = block.flags;
     out[1] = static_cast<uint8_t>(block.predictor);
-    std::copy_n(SlotBytes(index), block.compressedSize, out + kBlockHeadBytes);
-    slots[index % slots.size()].block.store(index + slots.size(), std::memory_order_release);
+    std::copy_n(SlotBytes(index), block.compressedSize, out + kBlockHeaderBytes);
+    slots[index % slots.size()].block.Set(static_cast<uint32_t>(index + slots.size()));
 }
+
+} // namespace core

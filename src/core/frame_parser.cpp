@@ -1,7 +1,13 @@
 #include "core/frame_parser.h"
 
+#include "core/frame_layout.h"
+#include "entropy/length_table.h"
+
 #include <algorithm>
+#include <cassert>
 #include <cstring>
+
+namespace core {
 
 namespace {
 
@@ -10,11 +16,6 @@ uint32_t WordAt(FrameBytes frame, uint64_t offset)
     uint32_t word;
     std::memcpy(&word, frame.data() + offset, sizeof word);
     return word;
-}
-
-uint64_t OffsetTableBytes(uint64_t blockCount)
-{
-    return sizeof(uint32_t) * (blockCount + 1);
 }
 
 /// Whether a frame of this header can be read under this configuration record. The version itself need not
@@ -74,13 +75,49 @@ std::optional<BlockRange> LocateBlock(FrameBytes frame, uint64_t tableOffset, ui
     return BlockRange{start, end - start};
 }
 
+bool LocateBlocks(FrameBytes frame, uint64_t tableOffset, std::span<BlockInfo> blocks)
+{
+    if (!HasOffsetTable(frame, tableOffset, blocks.size()))
+        return false;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        const auto range = LocateBlock(frame, tableOffset, blocks.size(), i);
+        if (!range)
+            return false;
+        blocks[i].dataOffset = range->offset;
+        blocks[i].dataSize = range->size;
+    }
+    return true;
+}
+
 std::optional<CoderSection> LocateCoders(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount)
 {
     const uint64_t at = tableOffset + OffsetTableBytes(blockCount);
     if (at >= frame.size() || blockCount > frame.size() - at - 1)
         return std::nullopt;
-    const FrameBytes behindCount = frame.subspan(static_cast<size_t>(at) + 1);
-    const auto idBytes = static_cast<size_t>(blockCount);
-    return CoderSection{frame[static_cast<size_t>(at)], behindCount.first(idBytes),
-                        behindCount.subspan(idBytes)};
+    const FrameBytes afterCount = frame.subspan(at + 1);
+    return CoderSection{frame[at], afterCount.first(blockCount), afterCount.subspan(blockCount)};
 }
+
+bool ReadCodeLengths(const CoderSection& section, std::span<uint32_t> lengths)
+{
+    assert(section.coderCount == 0 || lengths.size() % section.coderCount == 0);
+    const size_t symbols = section.coderCount == 0 ? 0 : lengths.size() / section.coderCount;
+    const uint8_t* at = section.tables.data();
+    const uint8_t* const end = at + section.tables.size();
+    for (size_t coder = 0; coder < section.coderCount; ++coder) {
+        at = ReadLengthTable(at, end, static_cast<int>(symbols), &lengths[coder * symbols]);
+        if (!at)
+            return false;
+    }
+    return true;
+}
+
+FrameBytes PayloadOf(FrameBytes frame, const BlockInfo& block)
+{
+    const uint64_t start = std::min<uint64_t>(block.dataOffset + kBlockHeaderBytes, frame.size());
+    const uint64_t size = block.dataSize > kBlockHeaderBytes ? block.dataSize - kBlockHeaderBytes : 0;
+    assert(size <= frame.size() - start);
+    return frame.subspan(start, size);
+}
+
+} // namespace core

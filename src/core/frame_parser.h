@@ -4,6 +4,7 @@
 #pragma once
 
 #include "common/frame_header.h"
+#include "core/block_info.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +18,8 @@ enum class FrameStatus : int {
     ForeignFrame = -2, ///< the frame belongs to another stream or is of a later version
     DamagedFrame = -3, ///< the frame is short, or its structure or code lengths are unusable
 };
+
+namespace core {
 
 using FrameBytes = std::span<const uint8_t>;
 
@@ -43,9 +46,13 @@ struct BlockRange {
 std::optional<BlockRange> LocateBlock(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount,
                                       uint64_t index);
 
-/// Where coders' ids and tables stand.
+/// Sets dataOffset and dataSize of every block. False when the table or a block does not lie inside the
+/// frame.
+bool LocateBlocks(FrameBytes frame, uint64_t tableOffset, std::span<BlockInfo> blocks);
+
+/// The coders' ids and tables.
 struct CoderSection {
-    uint32_t coderCount;
+    size_t coderCount;
     FrameBytes ids;    ///< one for each block
     FrameBytes tables; ///< all that follows, up to the frame's end
 };
@@ -53,8 +60,17 @@ struct CoderSection {
 /// The coder section behind the offset table; none when count or ids lie beyond the frame's end.
 std::optional<CoderSection> LocateCoders(FrameBytes frame, uint64_t tableOffset, uint64_t blockCount);
 
+/// Reads the code lengths of all coders, the same number for each. False when a table is cut off.
+bool ReadCodeLengths(const CoderSection& section, std::span<uint32_t> lengths);
+
+/// The payload of a block that LocateBlocks has found, header left out. Headers and ends outside the frame
+/// leave none.
+FrameBytes PayloadOf(FrameBytes frame, const BlockInfo& block);
+
 /// A byte of the frame, or zero where it has none.
 inline uint8_t ByteAt(FrameBytes frame, uint64_t offset)
 {
-    return offset < frame.size() ? frame[static_cast<size_t>(offset)] : uint8_t{0};
+    return offset < frame.size() ? frame[offset] : uint8_t{0};
 }
+
+} // namespace core

@@ -1,44 +1,30 @@
-// Lays out a finished frame: header, offset table, coder section, blocks, tail.
+#include "core/frame_writer.h"
 
-#include "core/orvane.h"
+#include "core/frame_layout.h"
 #include "entropy/length_table.h"
 
+#include <cassert>
 #include <cstring>
 
-namespace {
+namespace core {
 
-/// Zeroed behind the last block, so that a reader that loads whole words finds nothing odd.
-constexpr size_t kTailBytes = 15;
-
-} // namespace
-
-void Orvane::WriteFrameStart(const CompressInfo& info)
+size_t WriteCoderSection(std::span<const BlockInfo> blocks, std::span<const CodeLengths> coders, uint8_t* out)
 {
-    std::memcpy(info.frame, info.configBytes.data(), info.configBytes.size());
-
-    // All offsets count from the first byte of the offset table.
-    uint8_t* const table = info.frame + info.configBytes.size();
-    uint8_t* out = table + sizeof(uint32_t) * (blocks.size() + 1);
-    if (CoderTypeOf(info.header) == CoderType::InFrame) {
-        *out++ = static_cast<uint8_t>(coders.size());
-        for (const BlockInfo& block : blocks)
-            *out++ = static_cast<uint8_t>(block.coderId);
-        for (const auto& coder : coders) {
-            const std::vector<uint32_t>& lengths = coder->GetCodeLengths();
-            out += WriteLengthTable(lengths.data(), static_cast<int>(lengths.size()), out);
-        }
+    uint8_t* at = out;
+    *at++ = static_cast<uint8_t>(coders.size());
+    for (const BlockInfo& block : blocks) {
+        assert(block.coderId < coders.size());
+        *at++ = static_cast<uint8_t>(block.coderId);
     }
-    assembly.Begin(blocks, table, static_cast<size_t>(out - table));
+    for (const CodeLengths& lengths : coders)
+        at += WriteLengthTable(lengths.data(), static_cast<int>(lengths.size()), at);
+    return static_cast<size_t>(at - out);
 }
 
-uint32_t Orvane::FinalizeFrame(const CompressInfo& info)
+uint32_t FinalizeFrame(uint8_t* frame, size_t end)
 {
-    const StageScope timing(Timer(Stage::Finalize));
-    uint8_t* const tail = info.frame + info.configBytes.size() + assembly.End();
-    std::memset(tail, 0, kTailBytes);
-
-    // Even sizes only. At an even end the last reported byte is one behind the zeros and stays as the buffer
-    // held it.
-    const auto end = static_cast<size_t>(tail - info.frame);
-    return static_cast<uint32_t>((end + 16) & ~size_t{1});
+    std::memset(frame + end, 0, kTailBytes);
+    return static_cast<uint32_t>(FrameSize(end));
 }
+
+} // namespace core

@@ -1,5 +1,6 @@
 #include "driver/client_settings.h"
 
+#include "common/predict_methods.h"
 #include "common/trace.h"
 #include "driver/settings/settings_io.h"
 #include "platform/processor_count.h"
@@ -26,7 +27,12 @@ const char* NameOf(uint32_t value, const char* const (&names)[count])
 }
 
 constexpr const char* kMatrixNames[] = {"Rec.601", "Rec.709"};
-constexpr const char* kMethodNames[] = {"Left", "Gradient", "Median", "Dynamic"};
+
+const char* MethodName(uint32_t value)
+{
+    const PredictMethodInfo* const method = FindPredictMethod(value);
+    return method ? method->name : "";
+}
 
 struct Target {
     const char* name;
@@ -64,7 +70,7 @@ void LogSettings(DriverInstance& instance, const char* reason)
     LogLine(instance, "        Full range YUV:            %s\n", YesNo(encode.FullRangeYUV));
     LogLine(instance, "        Assume interlaced:         %s\n", YesNo(encode.Interlaced));
     LogLine(instance, "        Interpolate downsampling:  %s\n", YesNo(encode.InterpolateDownscale));
-    LogLine(instance, "        Compression method:        %s\n", NameOf(encode.CompMethod, kMethodNames));
+    LogLine(instance, "        Compression method:        %s\n", MethodName(encode.CompMethod));
     LogLine(instance, "    Decode:\n");
     LogThreads(instance, decode.AutoDecodeThreads, decode.NumDecodeThreads);
     LogLine(instance, "        Allow YUV 4:4:4 conv. to: %s\n",

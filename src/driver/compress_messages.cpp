@@ -147,6 +147,7 @@ LRESULT BeginCompress(DriverInstance& instance, const BITMAPINFOHEADER* in, cons
     instance.Codec.SetThreadCount(encode.AutoEncodeThreads != 0 ? 0
                                                                 : static_cast<int>(encode.NumEncodeThreads));
     instance.Codec.BeginCompress(instance.Info, formats.record.data(), formats.record.size(), formats.input);
+    instance.InputImageSize = in->biSizeImage;
     OpenRun(instance, Direction::Compress, *in, formats.input, instance.Info.header);
     return ICERR_OK;
 }
@@ -167,7 +168,7 @@ LRESULT CompressFrame(DriverInstance& instance, const ICCOMPRESS* params)
     CompressInfo& info = instance.Info;
     instance.Codec.SetImage(info, static_cast<uint8_t*>(params->lpInput));
     info.frame = static_cast<uint8_t*>(params->lpOutput);
-    AdoptPaddedRows(info, picture, picture.biSizeImage);
+    AdoptPaddedRows(info, picture, picture.biSizeImage, instance.InputImageSize);
     if (const uint64_t expected = ImageSize(info.image); expected > picture.biSizeImage) {
         LogLine(instance, "FRAME ENCODE ERROR: Input image size (%d) is less than expected size (%d)\n",
                 static_cast<int>(picture.biSizeImage), static_cast<int>(expected));

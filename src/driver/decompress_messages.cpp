@@ -1,6 +1,7 @@
 #include "driver/decompress_messages.h"
 
 #include "common/align_up.h"
+#include "common/host_layouts.h"
 #include "driver/format_table.h"
 #include "driver/format_text.h"
 #include "driver/run.h"
@@ -34,8 +35,8 @@ bool RecordFitsHeader(const HeaderClass& stream, const BITMAPINFOHEADER& in)
     return record.width == WidthOf(in) && record.height == HeightOf(in);
 }
 
-/// Whether the stream decodes to this output; a null `out` asks for the native layout. Which of the two is asked
-/// matters for the largest pictures: 24-bit RGB reaches further than the native 32-bit one.
+/// Whether the stream decodes to this output; a null `out` asks for the native layout. Which of the two is
+/// asked matters for the largest pictures: 24-bit RGB reaches further than the native 32-bit one.
 bool Accepts(const DriverInstance& instance, const BITMAPINFOHEADER& in, const BITMAPINFOHEADER* out,
              const HeaderClass& stream, FormatId output)
 {
@@ -62,7 +63,7 @@ uint32_t SuggestedSize(const DriverInstance& instance, FormatId output, const BI
     uint32_t total = 0;
     instance.Codec.ComputePlanes(image, nullptr, output, static_cast<uint32_t>(in.biWidth),
                                  static_cast<uint32_t>(in.biHeight), &total);
-    if (total == 0 || (output != kHostY8 && output != kHostV308))
+    if (total == 0 || !HasPaddedRows(output))
         return total;
     // One plane, which is suggested with its rows padded to four bytes.
     const uint64_t padded =
@@ -73,8 +74,7 @@ uint32_t SuggestedSize(const DriverInstance& instance, FormatId output, const BI
 /// 4:2:2 of Rec.709, or of no stated matrix, is offered under the FourCC that says Rec.709.
 bool IsOfferedAsHdyc(FormatId output, const FrameHeader& record)
 {
-    return (output == kHostYuy2 || output == kHostUyvy) &&
-           EffectiveMatrix(record.formatCode, record.colorMatrix) == 2;
+    return Is422(output) && EffectiveMatrix(record.formatCode, record.colorMatrix) == 2;
 }
 
 LRESULT ReportUnsuggestible(DriverInstance& instance, const BITMAPINFOHEADER* in, bool hasRow, uint32_t size)
@@ -180,7 +180,7 @@ LRESULT DecompressFrame(DriverInstance& instance, const ICDECOMPRESS* params)
     info.frame = static_cast<uint8_t*>(params->lpInput);
     info.frameSize = frameSize;
     instance.Codec.SetImage(info, static_cast<uint8_t*>(params->lpOutput));
-    AdoptPaddedRows(info, picture, picture.biSizeImage);
+    AdoptPaddedRows(info, picture, picture.biSizeImage, instance.OutputImageSize);
 
     FrameTimer& timer = instance.TimerOf(Direction::Decompress);
     timer.Begin();

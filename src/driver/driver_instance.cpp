@@ -2,6 +2,9 @@
 
 #include "driver/client_settings.h"
 #include "driver/format_table.h"
+#include "platform/clock.h"
+#include "platform/process_id.h"
+#include "platform/thread.h"
 
 #include <algorithm>
 #include <atomic>
@@ -9,12 +12,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
 namespace {
 
 std::atomic<uint32_t> instanceCounter = 0;
+
+std::mutex openLock;
+constinit uint32_t openInstances = 0;
 
 /// FourCCs are compared in upper case: hosts keep handlers as the user or a file wrote them.
 constexpr uint32_t UpperCase(uint32_t fourCC)
@@ -36,8 +43,22 @@ DriverInstance* Refuse(ICOPEN* open, LRESULT error)
 
 } // namespace
 
+OpenCount::OpenCount() noexcept
+{
+    const std::lock_guard guard(openLock);
+    ++openInstances;
+}
+
+OpenCount::~OpenCount()
+{
+    const std::lock_guard guard(openLock);
+    if (--openInstances == 0)
+        platform::WaitForDetachedThreads();
+}
+
 DriverInstance::DriverInstance(CodecVariant variant)
-    : Id(++instanceCounter), Variant(std::move(variant)), Log(Variant.Description)
+    : Process(platform::ProcessId()), Id(++instanceCounter), Variant(std::move(variant)),
+      Log(Variant.Description)
 {
     std::srand(platform::TickCount());
     ResetSettings(*this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/compiler.h"
 #include "common/settings_records.h"
 #include "core/compress_info.h"
 #include "core/orvane.h"
@@ -15,6 +16,17 @@
 /// Which way a run goes; the index of what the instance holds for each.
 enum class Direction : size_t { Compress, Decompress };
 
+/// Counts the instances of this process. The last one to go waits for the threads that the others left
+/// behind; an instance that is opened meanwhile waits for that.
+class OpenCount
+{
+  public:
+    OpenCount() noexcept;
+    OpenCount(const OpenCount&) = delete;
+    OpenCount& operator=(const OpenCount&) = delete;
+    ~OpenCount();
+};
+
 /// What a host holds as its driver id, from DRV_OPEN to DRV_CLOSE. The host sends the messages of one
 /// instance one at a time, from whatever thread; different instances share nothing but constants and the
 /// stored settings.
@@ -26,6 +38,9 @@ struct DriverInstance {
 
     FrameTimer& TimerOf(Direction direction) { return Timers[static_cast<size_t>(direction)]; }
 
+    const OpenCount Counted; ///< goes last
+    const uint32_t
+        Process; ///< it was opened in: threads and files of an instance do not come along into a forked child
     const uint32_t Id; ///< counts the opens of the process, from 1
     Orvane Codec{true, true};
     DecodeSettings Decode;
@@ -34,6 +49,7 @@ struct DriverInstance {
 
     bool Running = false;         ///< from a successful BEGIN until the statistics of its end
     uint32_t FrameCount = 0;      ///< frames handed to the core since the open
+    uint32_t InputImageSize = 0;  ///< biSizeImage of the input at compress begin
     uint32_t OutputImageSize = 0; ///< biSizeImage of the output at decompress begin
     uint64_t RawBytes = 0;        ///< of the run, uncompressed
     uint64_t CompressedBytes = 0; ///< of the run
@@ -54,4 +70,4 @@ void CloseInstance(DriverInstance* instance) noexcept;
 
 /// Writes one line to the instance's log if the log is enabled at this moment. The format carries the line
 /// end; a line has 1,000 characters at most.
-[[gnu::format(printf, 2, 3)]] void LogLine(DriverInstance& instance, const char* format, ...) noexcept;
+ORVANE_PRINTF(2, 3) void LogLine(DriverInstance& instance, const char* format, ...) noexcept;

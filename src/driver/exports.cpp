@@ -1,19 +1,23 @@
 #include "driver/exports.h"
 
 #include "driver/message_table.h"
+#include "platform/cancel_guard.h"
 #include "surroundings/dialogs.h"
 
 LRESULT CALLBACK DriverProc(DWORD_PTR driverId, HDRVR driver, UINT message, LPARAM lParam1, LPARAM lParam2)
 {
+    const platform::CancelGuard guard;
     return HandleMessage(driverId, driver, message, lParam1, lParam2);
 }
 
 void CALLBACK Configure(HWND parent, HANDLE, char*, int)
 {
+    const platform::CancelGuard guard;
     RunConfigDialog(parent);
 }
 
 void CALLBACK ConfigureAdobe(HWND parent, HANDLE, char*, int)
 {
+    const platform::CancelGuard guard;
     RunAdobeConfigDialog(parent);
 }

@@ -1,111 +1,81 @@
 #include "driver/format_table.h"
 
-#include "core/orvane.h"
+#include "common/compressed_formats.h"
+#include "common/frame_header.h"
+#include "common/host_layouts.h"
+#include "core/config_record.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 namespace {
 
-constexpr uint32_t kAlpha = kRowHasAlpha;
-constexpr uint32_t kBits = kRowExactBits;
-constexpr uint32_t kBitsAlpha = kRowExactBits | kRowHasAlpha;
-
-constexpr FormatRow Compressed(FormatId id, const char (&fourCC)[5], uint32_t bits, uint32_t flags,
-                               FormatId nativeOutput)
-{
-    return {id, MakeFourCC(fourCC), bits, flags, nativeOutput};
-}
-
-constexpr FormatRow Host(FormatId id, uint32_t fourCC, uint32_t bits, uint32_t flags = 0)
-{
-    return {id, fourCC, bits, flags, kAnyFormat};
-}
-
-constexpr FormatRow Host(FormatId id, const char (&fourCC)[5], uint32_t bits, uint32_t flags = 0)
-{
-    return Host(id, MakeFourCC(fourCC), bits, flags);
-}
-
-// The order is part of the meaning. Formats deeper than 8 bits are named so that a stream or a request is
-// recognised in the log; no route serves them.
-constexpr FormatRow kFormatTable[] = {
-    Compressed(kCodeRgba, "O8RA", 32, kAlpha, kHostBgra),
-    Compressed(kCodeRgb, "O8RG", 24, 0, kHostBgr),
-    Compressed(kCodeYuva, "O8YA", 32, kAlpha, kHostAyuvOrderAyuv),
-    Compressed(kCodeYuv444, "O8Y4", 24, 0, kHostYv24),
-    Compressed(kCodeYuv422, "O8Y2", 24, 0, kHostYuy2),
-    Compressed(kCodeYuv420, "O8Y0", 24, 0, kHostYv12),
-    Compressed(kCodeGray, "O8G0", 24, 0, kHostY8),
-    Compressed(118, "O0Y4", 30, 0, 47),
-    Compressed(108, "O0Y2", 20, 0, 11),
-    Compressed(123, "O0Y0", 15, 0, 11),
-    Compressed(115, "O0G0", 10, 0, 11),
-    Compressed(109, "O0RG", 30, 0, 33),
-    Compressed(110, "O0RA", 40, kAlpha, 31),
-    Compressed(111, "O2RG", 36, 0, 33),
-    Compressed(112, "O2RA", 48, kAlpha, 31),
-    Compressed(113, "O4RG", 42, 0, 33),
-    Compressed(114, "O4RA", 56, kAlpha, 31),
-
-    Host(kHostBgrx, BI_RGB, 32, kBits),
-    Host(kHostBgra, BI_RGB, 32, kBitsAlpha),
-    Host(kHostBgr, BI_RGB, 24, kBits),
-    Host(kHostBgrx, "DIB ", 32, kBits),
-    Host(kHostBgra, "DIB ", 32, kBitsAlpha),
-    Host(kHostBgr, "DIB ", 24, kBits),
-    Host(kHostAyuvOrderAyuv, "AYUV", 32, kAlpha),
-    Host(kHostV408X, "v408", 32),
-    Host(kHostV408, "v408", 32, kAlpha),
-    Host(kHostV308, "v308", 24),
-    Host(kHostYv24, "YV24", 24),
-    Host(kHostI444, "I444", 24),
-    Host(kHostYuy2, "YUY2", 16),
-    Host(kHostYuy2, "YUYV", 16),
-    Host(kHostUyvy, "UYVY", 16),
-    Host(kHostUyvy, "2vuy", 16),
-    Host(kHostUyvy, "2Vuy", 16),
-    Host(kHostUyvy, "HDYC", 16),
-    Host(kHostYv12, "YV12", 12),
-    Host(kHostI420, "I420", 12),
-    Host(kHostI420, "IYUV", 12),
-    Host(kHostY8, "Y8  ", 8),
-    Host(kHostY8, "Y800", 8),
-    Host(kHostY8, "GREY", 8),
-    Host(12, "r210", 30),
-    Host(13, "R10k", 30),
-    Host(47, "v410", 30),
-    Host(48, "I4AL", 30),
-    Host(48, "Y3\0\x0A", 30),
-    Host(11, "v210", 20),
-    Host(11, "V210", 20),
-    Host(34, "P210", 20),
-    Host(35, "I2AL", 20),
-    Host(35, "Y3\x0A\x0A", 20),
-    Host(57, "P010", 15),
-    Host(58, "I0AL", 15),
-    Host(58, "Y3\x0B\x0A", 15),
-    Host(25, "b48r", 48),
-    Host(24, "b64a", 64),
-    Host(23, "b64a", 64, kAlpha),
-    Host(33, "BGR\x30", 48),
-    Host(32, "BRA\x40", 64),
-    Host(31, "BRA\x40", 64, kAlpha),
-    Host(28, "RGB\x30", 48),
-    Host(27, "RBA\x40", 64),
-    Host(26, "RBA\x40", 64, kAlpha),
-    Host(36, "GBAL", 30),
-    Host(39, "GBFL", 48),
-    Host(36, "G3\0\x0A", 30),
-    Host(37, "G3\0\x0C", 36),
-    Host(38, "G3\0\x0E", 42),
-    Host(39, "G3\0\x10", 48),
-    Host(40, "G4\0\x0A", 40, kAlpha),
-    Host(41, "G4\0\x0C", 48, kAlpha),
-    Host(42, "G4\0\x0E", 56, kAlpha),
-    Host(43, "G4\0\x10", 64, kAlpha),
+struct DeepName {
+    FormatId id;
+    uint32_t fourCC;
+    uint32_t bits;
+    bool alpha = false;
 };
-static_assert(std::size(kFormatTable) == 73);
+
+/// Layouts of more than 8 bits per sample: named so that a request is recognized in the log; no route serves
+/// them.
+constexpr DeepName kDeepNames[] = {
+    {12, MakeFourCC("r210"), 30},           {13, MakeFourCC("R10k"), 30},
+    {47, MakeFourCC("v410"), 30},           {48, MakeFourCC("I4AL"), 30},
+    {48, MakeFourCC("Y3\0\x0A"), 30},       {11, MakeFourCC("v210"), 20},
+    {11, MakeFourCC("V210"), 20},           {34, MakeFourCC("P210"), 20},
+    {35, MakeFourCC("I2AL"), 20},           {35, MakeFourCC("Y3\x0A\x0A"), 20},
+    {57, MakeFourCC("P010"), 15},           {58, MakeFourCC("I0AL"), 15},
+    {58, MakeFourCC("Y3\x0B\x0A"), 15},     {25, MakeFourCC("b48r"), 48},
+    {24, MakeFourCC("b64a"), 64},           {23, MakeFourCC("b64a"), 64, true},
+    {33, MakeFourCC("BGR\x30"), 48},        {32, MakeFourCC("BRA\x40"), 64},
+    {31, MakeFourCC("BRA\x40"), 64, true},  {28, MakeFourCC("RGB\x30"), 48},
+    {27, MakeFourCC("RBA\x40"), 64},        {26, MakeFourCC("RBA\x40"), 64, true},
+    {36, MakeFourCC("GBAL"), 30},           {39, MakeFourCC("GBFL"), 48},
+    {36, MakeFourCC("G3\0\x0A"), 30},       {37, MakeFourCC("G3\0\x0C"), 36},
+    {38, MakeFourCC("G3\0\x0E"), 42},       {39, MakeFourCC("G3\0\x10"), 48},
+    {40, MakeFourCC("G4\0\x0A"), 40, true}, {41, MakeFourCC("G4\0\x0C"), 48, true},
+    {42, MakeFourCC("G4\0\x0E"), 56, true}, {43, MakeFourCC("G4\0\x10"), 64, true},
+};
+
+/// Calls visit(FormatRow) for every row, in the order in which they are searched.
+template <class Visit>
+constexpr void ForEachRow(const Visit& visit)
+{
+    const auto alpha = [](bool has) { return has ? uint32_t{kRowHasAlpha} : 0; };
+    for (const FormatDescriptor& format : kCompressedFormats)
+        visit(FormatRow{format.code, format.FourCC(), format.bitCount, alpha(format.HasAlpha()),
+                        format.suggestedOutput});
+    const auto visitLayout = [&](const LayoutDescriptor& layout, uint32_t fourCC, uint32_t flags) {
+        visit(FormatRow{layout.id, fourCC, static_cast<uint32_t>(layout.BitCount()),
+                        flags | alpha(layout.HasAlpha()), kAnyFormat});
+    };
+    for (const uint32_t fourCC : {uint32_t{BI_RGB}, kDibFourCC})
+        for (const LayoutDescriptor& layout : kHostLayouts)
+            if (layout.IsRgb() && !layout.Names().empty())
+                visitLayout(layout, fourCC, kRowExactBits);
+    for (const LayoutDescriptor& layout : kHostLayouts)
+        if (!layout.IsRgb())
+            for (const char* const name : layout.Names())
+                visitLayout(layout, PaddedFourCC(name), 0);
+    for (const DeepName& deep : kDeepNames)
+        visit(FormatRow{deep.id, deep.fourCC, deep.bits, alpha(deep.alpha), kAnyFormat});
+}
+
+constexpr size_t CountRows()
+{
+    size_t count = 0;
+    ForEachRow([&](const FormatRow&) { ++count; });
+    return count;
+}
+
+constexpr auto kFormatTable = [] {
+    std::array<FormatRow, CountRows()> rows{};
+    size_t at = 0;
+    ForEachRow([&](const FormatRow& row) { rows[at++] = row; });
+    return rows;
+}();
 
 template <class Value>
 const FormatRow* FindRow(Value FormatRow::*field, Value value)
@@ -175,17 +145,9 @@ bool IsBottomUp(int32_t height, uint32_t fourCC)
 
 bool HasPaddedRows(FormatId id)
 {
-    switch (id) {
-    case kHostY8:
-    case 25:
-    case 28:
-    case 30:
-    case 33:
-    case kHostV308:
-        return true;
-    default:
-        return false;
-    }
+    if (const LayoutDescriptor* layout = FindLayoutDescriptor(id))
+        return layout->hostsPadRows;
+    return id == 25 || id == 28 || id == 30 || id == 33;
 }
 
 uint32_t WidthOf(const BITMAPINFOHEADER& header)

@@ -1,37 +1,9 @@
 #include "driver/format_text.h"
 
-#include "core/orvane.h"
+#include "common/compressed_formats.h"
 #include "driver/format_table.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
-
-struct CodeName {
-    FormatId code;
-    const char* name;
-};
-
-constexpr CodeName kCodeNames[] = {
-    {101, "RGB"},
-    {102, "RGBA"},
-    {103, "YUV 4:4:4"},
-    {104, "YUV 4:2:2"},
-    {105, "YUV 4:2:0"},
-    {106, "YUVA 4:4:4:4"},
-    {107, "YUV 4:0:0"},
-    {108, "YUV 4:2:2 10-bit"},
-    {109, "RGB 10-bit"},
-    {110, "RGBA 10-bit"},
-    {111, "RGB 12-bit"},
-    {112, "RGBA 12-bit"},
-    {113, "RGB 14-bit"},
-    {114, "RGBA 14-bit"},
-    {115, "YUV 4:0:0 10-bit"},
-    {118, "YUV 4:4:4 10-bit"},
-    {123, "YUV 4:2:0 10-bit"},
-};
 
 constexpr bool IsPlainCharacter(uint32_t byte)
 {
@@ -68,10 +40,10 @@ std::string RecordPart(const BITMAPINFOHEADER& header)
 
 std::string CompressedFormatName(FormatId formatCode, bool fullRange, bool interlaced, uint32_t matrix)
 {
-    const auto row = std::ranges::find(kCodeNames, formatCode, &CodeName::code);
-    if (row == std::end(kCodeNames))
+    const FormatDescriptor* format = FindFormatDescriptor(formatCode);
+    if (!format)
         return "UNKNOWN";
-    std::string text = row->name;
+    std::string text(format->name);
     if (IsYuvFamily(formatCode)) {
         text += matrix == 1 ? " (Rec.601)" : matrix == 2 ? " (Rec.709)" : "";
         text += fullRange ? " (full)" : " (limited)";

@@ -6,6 +6,7 @@
 #include "driver/decompress_messages.h"
 #include "driver/driver_instance.h"
 #include "driver/info_messages.h"
+#include "platform/process_id.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -14,8 +15,8 @@
 
 namespace {
 
-/// What a message without an instance gets. The rows differ on purpose: hosts read 0 from a query as yes and from a
-/// size as none, and have come to live with it.
+/// What a message without an instance gets. The rows differ on purpose: hosts read 0 from a query as yes and
+/// from a size as none, and have come to live with it.
 enum class NullInstance : uint8_t { PassOn, Gives0, Gives1, GivesBadParam };
 
 struct MessageRow {
@@ -111,7 +112,8 @@ LRESULT DefaultQuality(DriverInstance*, LPARAM lParam1, LPARAM)
 
 using enum NullInstance;
 
-// Rising by number. DRV_FREE and DRV_DISABLE come with the id of an instance that is gone: nothing may be read through it.
+// Rising by number. DRV_FREE and DRV_DISABLE come with the id of an instance that is gone: nothing may be
+// read through it.
 constexpr MessageRow kMessages[] = {
     {DRV_LOAD, PassOn, Load},
     {DRV_ENABLE, PassOn, Answer<1>},
@@ -160,6 +162,21 @@ LRESULT AnswerWithoutInstance(NullInstance onNull)
     }
 }
 
+/// What a forked child gets for an instance of its parent.
+LRESULT AnswerInForkedChild(uint32_t message)
+{
+    switch (message) {
+    case DRV_CLOSE:
+    case ICM_COMPRESS_GET_SIZE:
+    case ICM_GETSTATE:
+    case ICM_SETSTATE:
+    case ICM_GETINFO:
+        return 0; // nothing was closed; no bytes
+    default:
+        return ICERR_BADHANDLE;
+    }
+}
+
 } // namespace
 
 LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM lParam1,
@@ -171,9 +188,13 @@ LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM
                                           : LRESULT{ICERR_UNSUPPORTED};
 
     auto* const instance = reinterpret_cast<DriverInstance*>(driverId);
-    if (!instance && row->onNull != PassOn) {
-        Trace("pi was NULL in message %d\n", static_cast<int>(message));
-        return AnswerWithoutInstance(row->onNull);
+    if (row->onNull != PassOn) {
+        if (!instance) {
+            Trace("pi was NULL in message %d\n", static_cast<int>(message));
+            return AnswerWithoutInstance(row->onNull);
+        }
+        if (instance->Process != platform::ProcessId())
+            return AnswerInForkedChild(message);
     }
     try {
         return row->handle(instance, lParam1, lParam2);

@@ -1,4 +1,5 @@
-// The entry of the driver: every message, looked up in one table of number, meaning of a null instance, and handler.
+// The entry of the driver: every message, looked up in one table of number, meaning of a null instance, and
+// handler.
 #pragma once
 
 #include "platform/vfw.h"

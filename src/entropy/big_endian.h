@@ -1,6 +1,8 @@
 // Eight bytes as one number whose top byte comes first in memory: the order of a bit stream.
 #pragma once
 
+#include "common/compiler.h"
+
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -12,12 +14,12 @@ inline uint64_t LoadBigEndian64(const uint8_t* at)
 {
     uint64_t word;
     std::memcpy(&word, at, sizeof word);
-    return __builtin_bswap64(word);
+    return ReverseBytes(word);
 }
 
 /// `at` has 8 writable bytes, of any alignment.
 inline void StoreBigEndian64(uint8_t* at, uint64_t word)
 {
-    word = __builtin_bswap64(word);
+    word = ReverseBytes(word);
     std::memcpy(at, &word, sizeof word);
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 
 /// What a look-up stores: the symbols, in a word that the processor stores at once. They come first in a row.
@@ -15,8 +16,15 @@ template <class Row>
 inline constexpr size_t kRowStoreBytes = std::bit_ceil(sizeof(Row::symbols));
 
 /// The top bit of `bits` is bit 8 * cursor + count - 64 of the stream, with `cursor` counted from its start,
-/// and the low `count` bits may be filled again. Four look-ups consume 48 bits at most, 57 are valid after
-/// Refill.
+/// and the low `count` bits may be filled again:
+///
+///     bit 63                         count          0
+///     |  next bits of the stream     |  to be filled |       bits
+///                                     ^ the byte at `cursor` goes here
+///
+/// Refill fills whole bytes, which leaves at most 7 bits empty: 57 are valid. Example: 13 bits were consumed,
+/// so that count is 13; the next byte is or-ed in as bits 12 to 5, the cursor moves by one byte and count
+/// becomes 5.
 class BitReader
 {
   public:
@@ -31,13 +39,14 @@ class BitReader
         stream.cursor = cursor;
     }
 
-    /// Loads up to the next whole byte, with zeros for what lies behind the end.
+    /// Loads up to the next whole byte; bits past the end read as zero.
     ///
-    /// A hole in the table adds 255 to `count` and leaves but one bit: `count` then exceeds 64, and the
-    /// cursor jumps over what was not read, to the end at most. Which bits stand in the buffer after that is
-    /// garbage out of a damaged frame, but the same garbage on every system.
+    /// An unused code in the table adds 255 to `count` and leaves only one bit: `count` then exceeds 64, and
+    /// the cursor jumps over what was not read, to the end at most. The bits in the buffer after that are
+    /// garbage from a damaged frame, but the same garbage on every system.
     void Refill()
     {
+        assert(cursor <= end);
         const auto left = static_cast<size_t>(end - cursor);
         if (left >= 8) [[likely]] {
             // Bits that the buffer already holds are or-ed over themselves: no mask is needed.
@@ -49,8 +58,8 @@ class BitReader
         count %= 8;
     }
 
-    /// Looks up the next `tableBits` bits and stores the row's symbols at `out`: sizeof Row::symbols bytes or more
-    /// (kRowStoreBytes) always, of which the result tells how many count.
+    /// Looks up the next `tableBits` bits and stores the row's symbols at `out`: sizeof Row::symbols bytes or
+    /// more (kRowStoreBytes) always; the return value says how many are valid.
     template <int tableBits, class Row>
     size_t LookUp(const Row* table, uint8_t* out)
     {
@@ -70,7 +79,7 @@ class BitReader
         while (shift >= 8 && cursor < end) {
             shift -= 8;
             const uint64_t byte = *cursor++;
-            if (shift < 64) // behind a hole bytes are passed over until the buffer is reached
+            if (shift < 64) // after an unused code bytes are skipped until the buffer is reached
                 bits |= byte << shift;
         }
     }

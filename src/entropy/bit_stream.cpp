@@ -2,6 +2,8 @@
 
 #include "entropy/big_endian.h"
 
+#include <cassert>
+
 void BitStreamInit(BitStream& stream, uint8_t* start, uint64_t size)
 {
     stream.bits = 0;
@@ -21,6 +23,7 @@ void BitStreamInit(BitStream& stream, const uint8_t* start, uint64_t size)
 
 int64_t BitStreamFinish(BitStream& stream)
 {
+    assert(stream.count >= 57 && stream.count <= 64);
     if (stream.count != 64) {
         StoreBigEndian64(stream.cursor, stream.bits << stream.count);
         ++stream.cursor; // at most seven bits are pending

@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-/// Symbols that a reader may have decoded ahead: less than a group asked for, one group on top. A group is 26 bytes at
-/// most.
+/// Symbols that a reader may have decoded ahead: less than a group asked for, one group on top. A group is 26
+/// bytes at most.
 inline constexpr int kScratchBytes = 64;
 
 struct BitStream {

@@ -1,27 +1,34 @@
 // The writer's state of a BitStream in locals, for the length of one run over many codes.
 #pragma once
 
+#include "common/compiler.h"
 #include "entropy/big_endian.h"
 #include "entropy/bit_stream.h"
-#include "entropy/shift_left.h"
+#include "entropy/code_limits.h"
 
-/// Up to 63 bits, right-aligned; nothing stands above them.
+#include <cassert>
+
+/// Up to 63 bits, right-aligned, with zeros above them.
 struct BitRun {
     uint64_t bits;
     uint64_t length;
 };
 
-/// `first` with `second` behind it. Where that is more than 64 bits, which is no run, the length still tells so.
+/// `first` followed by `second`. Where that is more than 64 bits, it is no run; the length still says so.
 inline BitRun Join(BitRun first, BitRun second)
 {
     return {ShiftLeft(first.bits, second.length) | second.bits, first.length + second.length};
 }
 
-/// Between calls of Store at most 64 bits are pending, behind it at most seven.
+/// Between calls of Store at most 64 bits are pending, after it at most seven.
 ///
-/// `bits` is never masked: what stands above the pending bits was stored before and falls off at the top. A
-/// store writes eight bytes and moves on by whole ones only; the next store repeats the rest with more behind
-/// it.
+///     bit 63                         used                  0
+///     |  stored before, stale        |  pending, oldest first |      bits
+///
+/// `bits` is never masked: bits above the pending ones are already stored and are shifted out here. A store
+/// writes eight bytes but advances past complete ones only; the next store rewrites the rest and adds to it.
+/// Example: 13 pending bits p0 .. p12; the store shifts them to the top and writes p0 .. p7, then p8 .. p12
+/// and three zeros, then six zero bytes. The cursor moves by one byte and 5 bits stay pending.
 class BitWriter
 {
   public:
@@ -40,14 +47,16 @@ class BitWriter
     void Append(BitRun run)
     {
         // The run's own shift and or come before it meets the pending bits, which the next run waits for.
-        asm("" : "+r"(run.bits));
+        assert(used + run.length <= kWordBits);
+        HideValue(run.bits);
         bits = ShiftLeft(bits, run.length) | run.bits;
         used += run.length;
     }
 
-    /// Needs a pending bit at least.
+    /// Needs at least one pending bit.
     void Store()
     {
+        assert(used >= 1 && used <= kWordBits);
         StoreBigEndian64(cursor, ShiftLeft(bits, 64 - used));
         cursor += used / 8;
         used %= 8;
@@ -56,6 +65,7 @@ class BitWriter
     /// Appends two runs of at most 57 bits each and stores: once if both fit, which is the rule.
     void AppendAndStore(BitRun first, BitRun second)
     {
+        assert(first.length <= kWordBits - 7 && second.length <= kWordBits - 7);
         // What does not fit is joined in vain, but what fits needs no second sum of the lengths.
         const BitRun both = Join(first, second);
         if (used + both.length < 64) [[likely]] {

@@ -1,5 +1,6 @@
 #include "entropy/canonical_codes.h"
 
+#include <cassert>
 #include <cstddef>
 
 namespace {
@@ -10,6 +11,7 @@ constexpr int kMaxLimit = 31;
 
 bool BuildCanonicalCodes(int count, const uint32_t* lengths, int limit, CodeRecord* records)
 {
+    assert(count >= 0 && limit >= 0);
     if (limit > kMaxLimit)
         return false;
     uint32_t symbolsOf[kMaxLimit + 1] = {};

@@ -9,25 +9,28 @@
 // walk back from the last level turns that into lengths.
 #include "entropy/code_lengths.h"
 
+#include "entropy/introsort.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <limits>
+#include <span>
 
 namespace {
 
 constexpr uint64_t kEndOfList = std::numeric_limits<uint64_t>::max();
 
-/// The order among equal weights is whatever std::sort makes of the symbol order. It shows in the lengths, so
-/// that another sort, a stable one too, would make other frames of the same pictures.
+/// The order among equal weights shows in the lengths: another sort, a stable one too, would give other
+/// frames for the same pictures.
 void SortCoins(size_t count, const uint64_t* frequencies, CodeLengthWork& work)
 {
     work.coins.resize(count);
     for (size_t symbol = 0; symbol < count; ++symbol)
         work.coins[symbol] = {frequencies[symbol], static_cast<uint32_t>(symbol)};
-    std::sort(
-        work.coins.begin(), work.coins.end(),
-        [](const CodeLengthWork::Coin& a, const CodeLengthWork::Coin& b) { return a.weight < b.weight; });
+    Introsort(std::span(work.coins), [](const CodeLengthWork::Coin& a, const CodeLengthWork::Coin& b) {
+        return a.weight < b.weight;
+    });
 
     work.coinWeights.resize(count + 2);
     std::ranges::transform(work.coins, work.coinWeights.begin() + 1, &CodeLengthWork::Coin::weight);

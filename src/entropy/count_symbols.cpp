@@ -1,9 +1,11 @@
 #include "entropy/count_symbols.h"
 
+#include <cassert>
 #include <cstddef>
 
 void CountSymbols(const uint8_t* plane, int width, int height, int pitch, uint64_t* frequencies)
 {
+    assert(width >= 0 && height >= 0);
     // Residuals cluster around 0. With one histogram for each of four neighbours, equal ones do not wait for
     // each other's store to the same counter.
     uint32_t histograms[4][256] = {};

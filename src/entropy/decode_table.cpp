@@ -1,6 +1,22 @@
+// Example: a table of 3 bits for A = 1, B = 01, C = 000 and no code 001. FillDecodeTable visits the codes
+// from the highest down and writes an entry where the range of its values begins, and the parent's state
+// after the range's end:
+//
+//     value                 000    001    010    011    100    101    110    111
+//     A begins at 100                                   A 1
+//       AA at 110, AAA at 111                                         AA 2   AAA 3
+//       AB at 101                                              AB 3
+//     B begins at 010                     B 2
+//       BA at 011                                BA 3
+//     C begins at 000       C 3
+//     after C: no code             hole
+//
+// An entry that nothing was written to belongs to the one before it: where a code's tail has no room for
+// another code, its values follow each other.
 #include "entropy/decode_table.h"
 
 #include <algorithm>
+#include <cassert>
 
 void FillDecodeTable(DecodeEntry parent, uint32_t prefix, std::span<const CodeRecord> records, int tableBits,
                      DecodeEntry* table)
@@ -32,6 +48,8 @@ void FillDecodeTable(DecodeEntry parent, uint32_t prefix, std::span<const CodeRe
 
 void BuildDecodeTable(std::span<const CodeRecord> records, int tableBits, DecodeEntry* table)
 {
+    assert(!records.empty() && static_cast<int>(records.front().length) <= tableBits &&
+           records.front().code == 0);
     const int rows = DecodeTableRows(tableBits);
     std::fill_n(table, rows, DecodeEntry{});
     FillDecodeTable({}, 0, records, tableBits, table);

@@ -18,8 +18,8 @@ struct PairEntry {
 
 inline constexpr int kPairRows = 65536;
 
-/// Which rows of a pair table are filled: all, or a quarter of them, those of two symbols of the core. The core
-/// is the residuals from -64 to 63, which are nearly all that there are in a picture.
+/// Which rows of a pair table are filled: all, or a quarter of them, those of two symbols of the core. The
+/// core is the residuals from -64 to 63, which are nearly all that there are in a picture.
 enum class PairRange { All, Core };
 
 inline constexpr bool IsCoreSymbol(int symbol)
@@ -33,18 +33,20 @@ inline bool AreCoreSymbols(uint64_t eightSymbols)
     return ((eightSymbols ^ eightSymbols << 1) & 0x8080808080808080) == 0;
 }
 
-/// Fills the rows of every two symbols of the range. The row of `first` and `second`, in stream order, stands at
-/// second * 256 + first: their two bytes read as one little-endian number. Other rows are left alone.
-/// codes  256 codes of 12 bits at most
-/// pairs  kPairRows rows
-void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs, PairRange range); // the meaning
-void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs, PairRange range);
-inline constexpr auto FillPairTable = kScalarOnly ? FillPairTableScalar : FillPairTableSse2;
+/// Fills the entries of every two symbols of the range. The entry of `first` and `second`, in stream order,
+/// has index second * 256 + first: their two bytes read as one little-endian number. Other entries are left
+/// alone. codes  256 codes of 12 bits at most pairs  kPairRows entries
+using PairTableKernel = void(const CodeEntry* codes, PairEntry* pairs, PairRange range);
+PairTableKernel FillPairTableScalar, FillPairTableSse2;
 
-struct PairTableForm {
+struct PairTableImplementation {
     const char* name;
-    void (*run)(const CodeEntry* codes, PairEntry* pairs, PairRange range);
+    PairTableKernel* run;
 };
-/// All forms of one meaning, reference first.
-inline constexpr PairTableForm kFillPairTableForms[] = {{"scalar", FillPairTableScalar},
-                                                        {"sse2", FillPairTableSse2}};
+inline constexpr PairTableImplementation kPairTableImplementations[] = {
+    {"scalar", FillPairTableScalar},
+#ifdef ORVANE_SSE2
+    {"sse2", FillPairTableSse2},
+#endif
+};
+inline constexpr auto FillPairTable = Fastest(kPairTableImplementations).run;

@@ -2,6 +2,7 @@
 
 #include "entropy/canonical_codes.h"
 #include "entropy/code_lengths.h"
+#include "entropy/code_limits.h"
 #include "entropy/decode_table.h"
 #include "entropy/encode_table.h"
 #include "entropy/huff_coder.h"
@@ -16,10 +17,8 @@ template <class Symbol, class Code, int bits, int limit, int tableBits>
 class HuffCoderT : public HuffCoder
 {
     static_assert(std::is_same_v<Symbol, uint8_t> && bits == 8, "rows of the tables hold 8-bit symbols");
-    static_assert(std::is_same_v<Code, decltype(CodeEntry::code)> && limit <= 14,
-                  "four codes and 7 bits fit a word");
-    static_assert(tableBits == limit,
-                  "every code ends inside one look-up; four look-ups use less than 57 bits");
+    static_assert(std::is_same_v<Code, decltype(CodeEntry::code)> && limit == kMaxCodeLength);
+    static_assert(tableBits == kTableBits, "the decoders' loops are made for it");
 
   public:
     static constexpr int symbolCount = 1 << bits;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-/// A coded block on its way out: `count` symbols of the stream in [begin, end) go to `out`.
+/// A coded block to decode: `count` symbols of the stream in [begin, end) go to `out`.
 struct DecodeJob {
     const uint8_t* begin;
     const uint8_t* end;
@@ -14,9 +14,9 @@ struct DecodeJob {
     uint32_t count;
 };
 
-/// Jobs that are done side by side.
+/// Jobs that are decoded interleaved.
 inline constexpr int kDecodeLanes = 7;
 
-/// Does all jobs, several side by side. Every job writes exactly its `count` symbols; bits behind its end are
-/// zeros. Nothing outside a job's range is read. The table has 1 << 12 rows.
+/// Does all jobs, several interleaved. Every job writes exactly its `count` symbols; bits past its end read
+/// as zero. Nothing outside a job's range is read. table  1 << kTableBits entries (BuildWideTable)
 void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs);

@@ -1,11 +1,15 @@
 #include "entropy/length_table.h"
 
+#include "entropy/code_limits.h"
+
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
 constexpr uint8_t kRunFlag = 0x80;
 constexpr int kMaxRun = 256;
+static_assert(kMaxLengthTableBytes == 2 * kSymbols, "two bytes per entry at most");
 
 } // namespace
 
@@ -13,6 +17,7 @@ size_t WriteLengthTable(const uint32_t* lengths, int count, uint8_t* out)
 {
     uint8_t* at = out;
     for (int entry = 0; entry < count;) {
+        assert(lengths[entry] < kRunFlag);
         const auto value = static_cast<uint8_t>(lengths[entry]);
         const int longest = std::min(kMaxRun, count - entry);
         int run = 1;

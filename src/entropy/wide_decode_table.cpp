@@ -1,19 +1,34 @@
-// The row of a value is the row of what is left behind its first code, with that code's symbol in front. So the table
-// is made of smaller ones: where n bits are left, the rows are those of the table of n bits, all changed alike. Codes
-// rise with the value, and as the longest are the lowest, values with no room for any code are the low end.
+// The entry of a value is the entry of the bits after its first code, with that code's symbol in front. So a
+// table is made of smaller ones: where n bits are left, the entries are those of the table of n bits, all
+// changed alike. Codes ascend with the value, and as the longest are the lowest, values with no room for any
+// code are the low end.
+//
+// Example: lengths 1, 2, 3, 3 for A, B, C, D give C = 000, D = 001, B = 01, A = 1. With up to two symbols per
+// entry, and
+// "-" for an entry without a symbol, the tables of 0 to 3 bits are
+//
+//     bits left    values     entries
+//     0                       -
+//     1            0 1        -   A                             "0" has room for no code
+//     2            00 .. 11   -   B   A-  AA                    the tails of A are the table of 1 bit
+//     3            000 .. 111 C   D   B-  BA  A-- AB  AA  AA    those of B the table of 1, those of A the
+//     table of 2
+//
+// "A-" is A followed by a tail that has no room for a code. Entry 011 (BA) consumes 3 bits and entry 100 (A)
+// only 1; entry 111 would be AAA, cut to two symbols it consumes 2 bits.
 
 #include "entropy/wide_decode_table.h"
+
+#include "entropy/code_limits.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 
 namespace {
-
-constexpr int kMaxTableBits = 12;
-constexpr int kMaxSymbols = 256;
 
 /// A row as one number. Symbols move up by a byte without a store in between.
 using RowWord = uint64_t;
@@ -90,14 +105,16 @@ class WideTableBuilder
     static void Store(WideRow* row, RowWord word) { std::memcpy(row, &word, sizeof word); }
 
     std::span<const CodeRecord> records;
-    std::array<uint32_t, kMaxSymbols> lengths{};
-    std::array<WideRow, (size_t{1} << kMaxTableBits) - 1> smaller;
+    std::array<uint32_t, kSymbols> lengths{};
+    std::array<WideRow, (size_t{1} << kTableBits) - 1> smaller;
 };
 
 } // namespace
 
 bool BuildWideTable(std::span<const CodeRecord> records, int tableBits, WideRow* table)
 {
+    assert(!records.empty() && records.size() <= kSymbols);
+    assert(tableBits <= kTableBits && static_cast<int>(records.front().length) <= tableBits);
     size_t covered = 0;
     for (const CodeRecord& record : records)
         covered += size_t{1} << (tableBits - static_cast<int>(record.length));

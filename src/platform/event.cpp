@@ -1,8 +1,8 @@
 #include "platform/event.h"
 
+#include "common/compiler.h"
 #include "platform/address_wait.h"
-
-#include <emmintrin.h>
+#include "platform/spin.h"
 
 namespace platform {
 
@@ -32,18 +32,8 @@ bool Event::Pass() noexcept
 
 void Event::Wait(std::chrono::microseconds spin) noexcept
 {
-    if (Pass())
+    if (SpinUntil(spin, [this] { return Pass(); }))
         return;
-    if (spin.count() > 0) {
-        const auto end = std::chrono::steady_clock::now() + spin;
-        do {
-            for (int i = 0; i < 16; ++i) {
-                Pause();
-                if (Pass())
-                    return;
-            }
-        } while (std::chrono::steady_clock::now() < end);
-    }
     // A sleeper leaves its mark before it sleeps, so that Set knows of it. Threads that pass leave the mark
     // to those that still wait: Set wakes all sleepers, and each that finds the event clear again marks it
     // anew.
@@ -57,7 +47,7 @@ void Event::Wait(std::chrono::microseconds spin) noexcept
 
 void Pause() noexcept
 {
-    _mm_pause();
+    PauseProcessor();
 }
 
 } // namespace platform

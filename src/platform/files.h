@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 
 namespace platform {
 
@@ -12,8 +13,12 @@ using Path = std::filesystem::path;
 /// Makes one folder; its parent must exist. True when it was made, false also where it stands already.
 bool MakeFolder(const Path& folder) noexcept;
 
-/// Opens a file in text mode, for reading, or for writing with nothing in it. Null when that cannot be done.
-std::FILE* OpenTextForReading(const Path& file) noexcept;
-std::FILE* OpenTextForWriting(const Path& file) noexcept;
+/// Makes a folder of an unused name in `parent`, for this user alone; the name begins with `prefix`. Nothing
+/// when that cannot be done.
+std::optional<Path> MakePrivateFolder(const Path& parent, const char* prefix);
+
+/// Makes a file and opens it for writing in text mode. Null when that cannot be done, and where anything has
+/// the name: a file, a pipe, also a link that leads nowhere.
+std::FILE* CreateText(const Path& file) noexcept;
 
 } // namespace platform

@@ -1,6 +1,7 @@
 #include "platform/registry_line.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <utility>
 
@@ -83,8 +84,8 @@ class ValueBytes
     uint32_t number = 0;
 };
 
-/// Between two bytes there may be blanks and the break to a line that continues this one. A break with nothing behind it
-/// stays: what stood there is lost.
+/// Between two bytes there may be blanks and the break to a line that continues this one. A break with
+/// nothing behind it stays: what stood there is lost.
 void SkipBetweenBytes(std::string_view& text)
 {
     SkipAny(text, kBlanks);
@@ -162,7 +163,7 @@ void ParseData(RegistryLine& line, std::string_view text)
 void ParseKey(RegistryLine& line, std::string_view text)
 {
     const size_t end = text.rfind(']');
-    if (end == text.npos)
+    if (end == std::string_view::npos)
         return;
     text = text.substr(0, end);
     line.kind = Skip(text, "-") ? RegistryLine::Kind::RemovedKey : RegistryLine::Kind::Key;
@@ -190,16 +191,17 @@ std::string_view TakeLine(std::string_view& rest)
 /// True for bytes that go on in the next line.
 bool IsContinued(std::string_view line)
 {
-    if (line.find(';') != line.npos)
+    if (line.find(';') != std::string_view::npos)
         return false; // what stands at the end is a comment
     const size_t last = line.find_last_not_of(kBlanksAndLineEnds);
-    return last != line.npos && line[last] == '\\';
+    return last != std::string_view::npos && line[last] == '\\';
 }
 
 } // namespace
 
 RegistryLine TakeRegistryLine(std::string_view& rest)
 {
+    assert(!rest.empty());
     const std::string_view begin = rest;
     std::string_view text = TakeLine(rest);
     const auto taken = [&] { return begin.substr(0, begin.size() - rest.size()); };

@@ -3,9 +3,9 @@
 //   [HKEY_CURRENT_USER\Software\Orvane]     the values that follow belong to this key
 //   [-HKEY_CURRENT_USER\Software\Orvane]    removes the key and the keys below it
 //   "Name"=dword:0000001f                   a number, one to eight digits
-//   "Name"=hex:1f,00                        bytes, hex(N): those of type N; `\` at the end goes on in the next line
-//   "Name"="text"                           a string; `\\` and `\"` stand for `\` and `"`
-//   "Name"=-                                removes the value
+//   "Name"=hex:1f,00                        bytes, hex(N): those of type N; `\` at the end goes on in the
+//   next line "Name"="text"                           a string; `\\` and `\"` stand for `\` and `"` "Name"=-
+//   removes the value
 //   @=dword:0000001f                        the key's unnamed value
 //   ; comment
 #pragma once

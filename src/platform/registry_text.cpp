@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -44,7 +45,7 @@ bool IsAtOrBelow(std::string_view key, std::string_view ancestor)
 
 bool IsBlank(const RegistryLine& line)
 {
-    return line.text.find_first_not_of(" \t\r\n") == line.text.npos;
+    return line.text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
 } // namespace
@@ -62,8 +63,17 @@ RegistryText RegistryText::FromBytes(std::string_view bytes)
         converted = Utf8FromUtf16(UnitsFromBytes(bytes.substr(2), littleEndian ? 0 : 1));
         bytes = converted;
     }
-    while (!bytes.empty())
-        result.lines.push_back(TakeRegistryLine(bytes));
+    // Blank lines in sequence are kept as one: a file of line ends takes no more memory and time than its
+    // bytes.
+    for (bool lastIsBlank = false; !bytes.empty();) {
+        RegistryLine line = TakeRegistryLine(bytes);
+        const bool isBlank = IsBlank(line);
+        if (isBlank && lastIsBlank)
+            result.lines.back().text += line.text;
+        else
+            result.lines.push_back(std::move(line));
+        lastIsBlank = isBlank;
+    }
     return result;
 }
 
@@ -196,8 +206,8 @@ void RegistryText::InsertLine(size_t at, std::string text)
     const std::string_view lineEnd = LineEnd();
     text += lineEnd;
     if (at > 0) {
-        // The last line of a file may have no end, and it may go on in a further line that is not there: an empty
-        // one keeps the new line from being taken for it.
+        // The last line of a file may have no end, and it may go on in a further line that is not there: an
+        // empty one keeps the new line from being taken for it.
         std::string& before = lines[at - 1].text;
         if (!before.ends_with('\n'))
             before += lineEnd;

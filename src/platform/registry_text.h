@@ -41,7 +41,7 @@ class RegistryText
     std::string_view LineEnd() const;
 
     Encoding encoding = Encoding::Utf8;
-    std::vector<RegistryLine> lines;
+    std::vector<RegistryLine> lines; ///< blank lines in sequence are one
 };
 
 } // namespace platform

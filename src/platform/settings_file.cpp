@@ -25,9 +25,9 @@ struct Edit {
 class SettingsFileKey final : public SettingsKey
 {
   public:
-    SettingsFileKey(const Path& file_, std::string_view path, SettingsAccess access_, MissingFolders folders_)
-        : file(file_), key("HKEY_CURRENT_USER\\" + std::string(path)), access(access_), folders(folders_),
-          text(RegistryText::FromBytes(ReadSharedFile(file).bytes))
+    SettingsFileKey(Path file_, std::string_view path, SettingsAccess access_, MissingFolders folders_)
+        : file(std::move(file_)), key("HKEY_CURRENT_USER\\" + std::string(path)), access(access_),
+          folders(folders_), text(RegistryText::FromBytes(ReadSharedFile(file).bytes))
     {}
 
     ~SettingsFileKey() override

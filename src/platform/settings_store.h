@@ -16,7 +16,7 @@ struct SettingsValue {
 };
 
 /// An open key. What fails has no visible effect: values of a key that could not be opened or read are
-/// absent, and what cannot be written is lost. Used by one thread.
+/// absent, and what cannot be written is lost. Whoever must know reads the key again. Used by one thread.
 class SettingsKey
 {
   public:

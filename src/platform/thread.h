@@ -4,8 +4,9 @@ namespace platform {
 
 using ThreadEntry = void (*)(void* argument);
 
-/// A thread that its owner waits for. While it runs, its code stays loaded: on Windows each thread holds a
-/// reference to its module, released by the system once the thread has left it.
+/// A thread that its owner waits for. It takes none of the host's signals. While it runs, its code stays
+/// loaded: on Windows each thread holds a reference to its module, released by the system once the thread has
+/// left it.
 class Thread
 {
   public:
@@ -29,8 +30,12 @@ class Thread
     void* exitEvent = nullptr; // Windows: set when `entry` has returned
 };
 
-/// Starts `entry(argument)` as a thread that nobody waits for. Its code stays loaded until it has ended.
-/// False when the system has no thread to give.
+/// Starts `entry(argument)` as a thread that its starter does not wait for. Its code stays loaded until it
+/// has ended. False when the system has no thread to give.
 bool StartDetachedThread(ThreadEntry entry, void* argument) noexcept;
+
+/// Returns when the detached threads that are on their way out have ended. Does nothing on Windows, where
+/// each holds its module, and where a wait could be for the loader's lock.
+void WaitForDetachedThreads() noexcept;
 
 } // namespace platform

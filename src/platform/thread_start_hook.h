@@ -1,4 +1,4 @@
-// For tests of what happens where threads cannot be started.
+// For tests of what happens where threads cannot be started, or start late.
 #pragma once
 
 namespace platform {
@@ -11,5 +11,10 @@ void SetThreadStartHook(ThreadStartHook hook) noexcept;
 
 /// What the hook says, true without one.
 bool ThreadMayStart() noexcept;
+
+/// Called on every new thread before its entry; null, as at the beginning, for none.
+using ThreadEntryHook = void (*)() noexcept;
+void SetThreadEntryHook(ThreadEntryHook hook) noexcept;
+void CallThreadEntryHook() noexcept;
 
 } // namespace platform

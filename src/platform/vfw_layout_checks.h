@@ -2,6 +2,8 @@
 // them: included at the end of platform/vfw.h on every system.
 #pragma once
 
+#include "platform/vfw.h"
+
 #include <cstddef>
 
 static_assert(sizeof(DWORD) == 4 && sizeof(LONG) == 4 && sizeof(UINT) == 4 && sizeof(WORD) == 2);

@@ -18,13 +18,11 @@ try {
         char name[80];
         std::snprintf(name, sizeof name, "%s_%02d.log", stem, n);
         const platform::Path path = folder / name;
-        if (std::FILE* const taken = platform::OpenTextForReading(path))
-            std::fclose(taken);
-        else if (std::FILE* const file = platform::OpenTextForWriting(path))
+        if (std::FILE* const file = platform::CreateText(path))
             return file;
     }
     return nullptr;
-} catch (...) {
+} catch (...) { // out of memory for a path, or a name that no path can hold
     return nullptr;
 }
 
@@ -34,7 +32,7 @@ CodecLog::CodecLog(std::string variantDescription) : description(std::move(varia
 {
     char opened[32];
     platform::FormatLocalTime(opened, "%Y%m%d_%H%M%S");
-    std::snprintf(LogStem, sizeof LogStem, "orvane_%s", opened);
+    std::snprintf(logStem, sizeof logStem, "orvane_%s", opened);
 }
 
 void CodecLog::LogLine(uint32_t enable, const char* format, ...) noexcept
@@ -43,12 +41,12 @@ void CodecLog::LogLine(uint32_t enable, const char* format, ...) noexcept
         return;
     char now[32];
     platform::FormatLocalTime(now, "%Y-%m-%d %H:%M:%S");
-    if (!LogFile && !Open(now))
+    if (!logFile && !Open(now))
         return;
-    std::fprintf(LogFile, "[%s] ", now);
+    std::fprintf(logFile, "[%s] ", now);
     va_list arguments;
     va_start(arguments, format);
-    std::vfprintf(LogFile, format, arguments);
+    std::vfprintf(logFile, format, arguments);
     va_end(arguments);
 }
 
@@ -56,24 +54,24 @@ bool CodecLog::Open(const char* now) noexcept
 try {
     const std::string host = platform::HostPath();
     const std::optional<platform::Path> folder = MakeLogFolder();
-    LogFile = folder ? OpenFreeFile(*folder, LogStem) : nullptr;
-    if (!LogFile)
+    logFile = folder ? OpenFreeFile(*folder, logStem) : nullptr;
+    if (!logFile)
         return false;
-    std::setvbuf(LogFile, nullptr, _IONBF, 0); // what was logged is in the file even if the host dies
-    std::fprintf(LogFile, "[%s] Log opened - Orvane lossless video codec 2.4.1 (Standard) (64 bit)\n", now);
-    std::fprintf(LogFile, "[%s] Codec variant: %s\n", now, description.c_str());
-    std::fprintf(LogFile, "[%s] Application: %s\n", now, host.c_str());
+    std::setvbuf(logFile, nullptr, _IONBF, 0); // what was logged is in the file even if the host dies
+    std::fprintf(logFile, "[%s] Log opened - Orvane lossless video codec 2.4.1 (Standard) (64 bit)\n", now);
+    std::fprintf(logFile, "[%s] Codec variant: %s\n", now, description.c_str());
+    std::fprintf(logFile, "[%s] Application: %s\n", now, host.c_str());
     return true;
-} catch (...) {
+} catch (...) { // as above
     return false;
 }
 
 void CodecLog::Close() noexcept
 {
-    if (!LogFile)
+    if (!logFile)
         return;
     LogLine(1, "--------------------------\n");
     LogLine(1, "Log closed\n");
-    std::fclose(LogFile);
-    LogFile = nullptr;
+    std::fclose(logFile);
+    logFile = nullptr;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/compiler.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -20,7 +22,7 @@ class CodecLog
     /// Writes one line with the local time before it, in the manner of printf.
     /// enable  the setting EnableCodecLog as it stands now; 0: nothing happens
     /// format  carries its own line end
-    [[gnu::format(printf, 3, 4)]] void LogLine(uint32_t enable, const char* format, ...) noexcept;
+    ORVANE_PRINTF(3, 4) void LogLine(uint32_t enable, const char* format, ...) noexcept;
 
     /// Writes the closing lines and closes the file, if there is one. A later line opens another.
     void Close() noexcept;
@@ -28,7 +30,7 @@ class CodecLog
   private:
     bool Open(const char* now) noexcept;
 
-    char LogStem[64];
+    char logStem[64];
     std::string description;
-    std::FILE* LogFile = nullptr;
+    std::FILE* logFile = nullptr;
 };

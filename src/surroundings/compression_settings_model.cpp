@@ -127,7 +127,7 @@ void CompressionSettingsModel::FillInputs(ControlPort& controls, uint32_t accept
     controls.AddItem(CONTROL_INPUTS, "All supported", kAllInputs);
     for (const InputCategory& category : kInputCategories)
         if (accepted & CategoryBit(category.category))
-            controls.AddItem(CONTROL_INPUTS, category.label, CategoryBit(category.category));
+            controls.AddItem(CONTROL_INPUTS, InputLabel(category), CategoryBit(category.category));
 
     controls.Select(CONTROL_INPUTS, 0);
     const uint32_t wanted = Row().Encode.InputColorSpace;

@@ -5,16 +5,20 @@
 #include <optional>
 
 /// Answers a message on the window's thread; nothing: the message is not the owner's.
+/// parameter  of the callback; 0 for what was posted here
 using MessageHandler = std::optional<intptr_t> (*)(void* owner, uint32_t message,
                                                    intptr_t parameter) noexcept;
 
-/// A window that nobody sees and the queue of its thread: what other threads post is handled there one by
-/// one, in the order of posting.
+/// A window that nobody sees and the queue of its thread: what is posted here is handled there one by one, in
+/// the order of posting. What anybody else sends to window or thread is not taken for it, whatever its
+/// number.
 class MessageWindow
 {
   public:
-    /// Ends Run. Goes to the thread, so that it arrives also where there is no window.
+    /// Wakes the thread for its end, also where there is no window.
     static constexpr uint32_t kStop = 1035;
+    /// From the shell, with a mouse message: the one message that comes from outside.
+    static constexpr uint32_t kCallback = 1034;
 
     virtual ~MessageWindow() = default;
 
@@ -29,9 +33,10 @@ class MessageWindow
     /// Handles messages until the stop, then destroys the window.
     virtual void Run() noexcept = 0;
 
-    /// From any thread. False when the message was not taken.
-    virtual bool Post(uint32_t message, intptr_t parameter) noexcept = 0;
-    virtual bool PostStop() noexcept = 0;
+    /// From any thread, before the stop. A message that there is no memory for is lost.
+    virtual void Post(uint32_t message) noexcept = 0;
+    /// Never lost. Nothing here may be used after it: the thread may be gone.
+    virtual void PostStop() noexcept = 0;
 };
 
 /// A window of the system; where there are none, the queue alone.

@@ -43,7 +43,7 @@ try {
     if (settings & bits.balloon)
         tray->PostShowBalloon();
 } catch (...) {
-    // A run needs no icon.
+    // Out of memory: a run needs no icon.
 }
 
 void TrayStop::operator()(TrayNotifier* notifier) const noexcept
@@ -68,9 +68,11 @@ TrayHandle TrayNotifier::Start(TrayShell& shell, std::unique_ptr<MessageWindow> 
 
 void TrayNotifier::PostStatus(const TrayStatus& status)
 {
-    auto copy = std::make_unique<TrayStatus>(status);
-    if (Post(kTrayStatus, reinterpret_cast<intptr_t>(copy.get())))
-        static_cast<void>(copy.release()); // the window's from here on
+    {
+        const std::lock_guard guard(lock);
+        NewStatuses.push_back(status);
+    }
+    Post(kTrayStatus);
 }
 
 void TrayNotifier::Run(void* notifier)
@@ -89,11 +91,10 @@ try {
     case kTrayCallback:
         return self.HandleMouse(parameter);
     case kTrayStatus:
-        self.Status.reset(reinterpret_cast<TrayStatus*>(parameter));
-        self.Update(false);
+        self.TakeStatus();
         return 0;
     case kTrayShowIcon:
-        self.shell.Add(self.window->Handle(), self.Status->Mode);
+        self.shell.Add(self.window->Handle(), self.Status.Mode);
         self.IconShown = true;
         self.Update(false);
         return 0;
@@ -120,10 +121,22 @@ intptr_t TrayNotifier::HandleMouse(intptr_t mouseMessage)
     return 1;
 }
 
+void TrayNotifier::TakeStatus()
+{
+    {
+        const std::lock_guard guard(lock);
+        if (NewStatuses.empty())
+            return;
+        Status = NewStatuses.front();
+        NewStatuses.pop_front();
+    }
+    Update(false);
+}
+
 void TrayNotifier::Update(bool balloon)
 {
     if (!IconShown)
         return;
-    const TrayTexts texts = BuildTrayTexts(*Status, ShortHostName(platform::HostPath()));
-    shell.Update(window->Handle(), Status->Mode, texts, balloon);
+    const TrayTexts texts = BuildTrayTexts(Status, ShortHostName(platform::HostPath()));
+    shell.Update(window->Handle(), Status.Mode, texts, balloon);
 }

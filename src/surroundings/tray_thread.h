@@ -8,10 +8,13 @@
 #include "surroundings/tray_notifier.h"
 #include "surroundings/tray_shell.h"
 
+#include <deque>
+#include <mutex>
+
 /// Messages to the window.
 enum TrayMessage : uint32_t {
-    kTrayCallback = 1034, ///< from the shell; the parameter is the mouse message
-    kTrayStatus = 1036,   ///< the parameter is a TrayStatus of the heap, which the receiver takes over
+    kTrayCallback = MessageWindow::kCallback,
+    kTrayStatus = 1036, ///< the next of the statuses that the owner has put in line
     kTrayShowIcon = 1037,
     kTrayRemoveIcon = 1038,
     kTrayShowBalloon = 1039,
@@ -34,9 +37,10 @@ class TrayNotifier
 
   private:
     TrayNotifier(TrayShell& shell, std::unique_ptr<MessageWindow> window);
-    bool Post(uint32_t message, intptr_t parameter = 0)
+    void Post(uint32_t message)
     {
-        return window->Handle() && window->Post(message, parameter);
+        if (window->Handle())
+            window->Post(message);
     }
 
     // The thread's side.
@@ -44,6 +48,7 @@ class TrayNotifier
     static std::optional<intptr_t> HandleMessage(void* notifier, uint32_t message,
                                                  intptr_t parameter) noexcept;
     intptr_t HandleMouse(intptr_t mouseMessage);
+    void TakeStatus();
     void Update(bool balloon);
 
     const uint32_t Index;
@@ -51,7 +56,10 @@ class TrayNotifier
     const std::unique_ptr<MessageWindow> window; ///< final once ReadyEvent is set
     platform::Event ReadyEvent{platform::Event::Kind::Manual};
 
+    std::mutex lock;
+    std::deque<TrayStatus> NewStatuses; ///< those that the thread has not taken yet; under the lock
+
     // Of the thread alone.
-    std::unique_ptr<TrayStatus> Status = std::make_unique<TrayStatus>();
+    TrayStatus Status;
     bool IconShown = false;
 };

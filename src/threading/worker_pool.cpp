@@ -5,29 +5,14 @@
 
 #include "platform/processor_count.h"
 #include "platform/thread.h"
-#include "threading/backoff.h"
+#include "threading/spin_time.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
 #include <utility>
 
 namespace threading {
-namespace {
-
-/// How long a thread looks for its event before it sleeps. An empty run of two threads takes 0.9 us when all
-/// find their events this way and 5 us when each wait sleeps; after a pause it is 11 to 13 us (Linux, two
-/// processors of 2 GHz). Longer spinning gains nothing more there and costs a multiple on processors that
-/// other programs keep busy, where a thread that sleeps is woken at once but one that has used up its share
-/// is not.
-constexpr std::chrono::microseconds kSpin{20};
-
-/// Spinning takes the processor from a thread that has work when there are more threads than processors.
-std::chrono::microseconds SpinFor(int threadCount) noexcept
-{
-    return threadCount <= platform::ProcessorCount() ? kSpin : std::chrono::microseconds{0};
-}
-
-} // namespace
 
 struct WorkerPool::WorkerThread {
     WorkerThread(WorkerPool& pool_, int index_) noexcept : pool(pool_), index(index_) {}
@@ -66,13 +51,14 @@ void WorkerPool::EnsureThreads() noexcept
 
 void WorkerPool::Execute(Work& run)
 {
+    assert(!work); // neither from inside a body nor by two threads at once
     EnsureThreads();
     work = &run;
     if (threads.empty()) {
         TakeIndices(0);
     } else {
-        WaitUntilReady();
-        readyCount.store(0, std::memory_order_relaxed);
+        readyEvent.Wait(spin); // workers have nothing else to do than to come to their places
+        ExpectWorkers(threads.size());
         releaseEvent.Reset();
         command = Command::RunWork;
         goEvent.Set();
@@ -91,9 +77,11 @@ void WorkerPool::Restart() noexcept
 {
     Shutdown();
     startedThreadCount = threadCount;
-    spin = SpinFor(threadCount);
+    spin = SpinTime(threadCount);
+    const auto wanted = static_cast<size_t>(threadCount - 1);
+    ExpectWorkers(wanted);
     try {
-        threads.reserve(static_cast<size_t>(threadCount - 1));
+        threads.reserve(wanted);
         for (int i = 1; i < threadCount; ++i) {
             auto worker = std::make_unique<WorkerThread>(*this, i);
             if (worker->thread.Start(ThreadEntry, worker.get()))
@@ -102,7 +90,10 @@ void WorkerPool::Restart() noexcept
     } catch (const std::bad_alloc&) {
         // The workers that there was memory for are enough.
     }
-    WaitUntilReady();
+    for (size_t i = threads.size(); i < wanted; ++i)
+        WorkerIsReady(); // one that there is not
+    if (!threads.empty())
+        readyEvent.Wait(spin);
 }
 
 void WorkerPool::Shutdown() noexcept
@@ -111,16 +102,20 @@ void WorkerPool::Shutdown() noexcept
     goEvent.Set();
     threads.clear(); // joins
     startedThreadCount = 1;
-    readyCount.store(0, std::memory_order_relaxed);
     goEvent.Reset();
 }
 
-void WorkerPool::WaitUntilReady() const noexcept
+void WorkerPool::ExpectWorkers(size_t count) noexcept
 {
-    // Workers have nothing to do but to come here; with more threads than processors they need ours for it.
-    Backoff backoff;
-    while (readyCount.load(std::memory_order_acquire) < static_cast<int>(threads.size()))
-        backoff.Wait();
+    readyEvent.Reset();
+    missingCount.store(static_cast<int>(count), std::memory_order_relaxed);
+}
+
+void WorkerPool::WorkerIsReady() noexcept
+{
+    // Each releases what it wrote to the last, who passes it on to the caller.
+    if (missingCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        readyEvent.Set();
 }
 
 void WorkerPool::ThreadEntry(void* record)
@@ -132,7 +127,7 @@ void WorkerPool::ThreadEntry(void* record)
 void WorkerPool::ThreadLoop(WorkerThread& worker) noexcept
 {
     for (;;) {
-        readyCount.fetch_add(1, std::memory_order_release);
+        WorkerIsReady();
         goEvent.Wait(spin);
         if (command == Command::Quit)
             return;
@@ -148,7 +143,7 @@ void WorkerPool::TakeIndices(int threadIndex) noexcept
     try {
         for (int index; (index = run.next.fetch_add(1, std::memory_order_relaxed) + 1) < run.count;)
             run.Run(index, threadIndex);
-    } catch (...) {
+    } catch (...) { // whatever a body throws is the caller's
         run.next.store(run.count, std::memory_order_relaxed);
         if (!failed.exchange(true, std::memory_order_relaxed))
             error = std::current_exception();

@@ -68,7 +68,8 @@ class WorkerPool
     void ThreadLoop(WorkerThread& worker) noexcept;
     void TakeIndices(int threadIndex) noexcept;
     void Restart() noexcept;
-    void WaitUntilReady() const noexcept;
+    void ExpectWorkers(size_t count) noexcept;
+    void WorkerIsReady() noexcept;
 
     std::vector<std::unique_ptr<WorkerThread>> threads;
     int threadCount = 1;        // wanted, the caller included
@@ -83,7 +84,9 @@ class WorkerPool
     // while a run is on, so that no worker passes `goEvent` twice.
     platform::Event goEvent{platform::Event::Kind::Manual};
     platform::Event releaseEvent{platform::Event::Kind::Manual, true};
-    std::atomic<int> readyCount{0}; // workers standing at `goEvent`
+    // Set while all workers stand at `goEvent`: the last one to come there sets it.
+    platform::Event readyEvent{platform::Event::Kind::Manual};
+    std::atomic<int> missingCount{0}; // workers on their way to `goEvent`
 };
 
 } // namespace threading

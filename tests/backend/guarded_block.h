@@ -2,12 +2,14 @@
 #pragma once
 
 #include "common/plane_info.h"
+#include "support/same_bytes.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <ostream>
 #include <random>
+#include <span>
 #include <vector>
 
 struct BlockGeometry {
@@ -36,13 +38,8 @@ class GuardedBlock
     }
     GuardedBlock& operator=(const GuardedBlock&) = delete;
 
-    PlaneInfo View()
-    {
-        const int lastRow = geometry_.height - 1;
-        uint8_t* const lowest = bytes_.data() + start_ + kGuard;
-        const ptrdiff_t upward = geometry_.pitch < 0 ? static_cast<ptrdiff_t>(-geometry_.pitch) * lastRow : 0;
-        return {lowest + upward, geometry_.pitch};
-    }
+    PlaneInfo View() { return {bytes_.data() + FirstRow(), geometry_.pitch}; }
+    ConstPlaneInfo View() const { return {bytes_.data() + FirstRow(), geometry_.pitch}; }
     uint8_t& At(int row, int column) { return RowAt(View(), row)[column]; }
     const BlockGeometry& Geometry() const { return geometry_; }
 
@@ -53,6 +50,9 @@ class GuardedBlock
         for (size_t i = 0; i < size_; ++i)
             bytes_[static_cast<size_t>(start_) + i] = static_cast<uint8_t>(next());
     }
+
+    /// Everything, guards and gaps included.
+    std::span<const uint8_t> Bytes() const { return {bytes_.data() + start_, size_}; }
 
     /// Compares everything, guards and gaps included.
     friend bool operator==(const GuardedBlock& a, const GuardedBlock& b)
@@ -65,6 +65,13 @@ class GuardedBlock
   private:
     static constexpr size_t kGuard = 64;
 
+    /// Where row 0 begins: the lowest row in memory, or the highest when rows run upward.
+    ptrdiff_t FirstRow() const
+    {
+        const int lastRow = geometry_.height - 1;
+        const ptrdiff_t upward = geometry_.pitch < 0 ? static_cast<ptrdiff_t>(-geometry_.pitch) * lastRow : 0;
+        return start_ + static_cast<ptrdiff_t>(kGuard) + upward;
+    }
     ptrdiff_t Size() const { return static_cast<ptrdiff_t>(size_); }
     size_t Span() const
     {
@@ -82,6 +89,20 @@ class GuardedBlock
     std::vector<uint8_t> bytes_;
     ptrdiff_t start_;
 };
+
+/// Whether both have the same bytes. The message shows the first sample that differs, or else the first byte
+/// around the block that was touched.
+inline testing::AssertionResult SameBlock(const GuardedBlock& actual, const GuardedBlock& expected)
+{
+    if (actual == expected)
+        return testing::AssertionSuccess();
+    const auto samples =
+        SamePlane(actual.View(), expected.View(), static_cast<size_t>(actual.Geometry().width),
+                  static_cast<size_t>(actual.Geometry().height));
+    if (!samples)
+        return samples;
+    return SameBytes(actual.Bytes(), expected.Bytes()) << "\nThese bytes are around the block.";
+}
 
 /// Random bytes, small differences, 0 and 255 only, or one value.
 inline GuardedBlock MakeBlock(const BlockGeometry& geometry, std::mt19937& random)

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+namespace core {
 namespace {
 
 FrameHeader HeaderOf(uint32_t width, uint32_t height, uint32_t blockHeight = 28)
@@ -14,10 +15,10 @@ FrameHeader HeaderOf(uint32_t width, uint32_t height, uint32_t blockHeight = 28)
     return header;
 }
 
-std::vector<int> RowsOf(const std::vector<BlockInfo>& blocks, int plane)
+std::vector<int> RowsOf(const std::vector<BlockShape>& blocks, size_t plane)
 {
     std::vector<int> rows;
-    for (const BlockInfo& block : blocks)
+    for (const BlockShape& block : blocks)
         if (block.plane == plane)
             rows.push_back(block.rows);
     return rows;
@@ -32,10 +33,10 @@ TEST(BlockList, CutsEveryPlaneAtTheSamePictureRows)
     EXPECT_EQ(RowsOf(blocks, 1), (std::vector{14, 14, 14, 8}));
     EXPECT_EQ(RowsOf(blocks, 2), (std::vector{14, 14, 14, 8}));
     for (size_t i = 0; i < blocks.size(); ++i) {
-        EXPECT_EQ(blocks[i].plane, static_cast<int>(i / 4));
-        EXPECT_EQ(blocks[i].coderId, blocks[i].plane);
-        EXPECT_EQ(blocks[i].blockInPlane, static_cast<int>(i % 4));
-        EXPECT_EQ(blocks[i].firstRow, blocks[i].blockInPlane * (blocks[i].plane ? 14 : 28));
+        EXPECT_EQ(blocks[i].plane, i / 4);
+        EXPECT_EQ(BlockInfo(blocks[i]).coderId, i / 4);
+        EXPECT_EQ(blocks[i].blockInPlane, i % 4);
+        EXPECT_EQ(blocks[i].firstRow, static_cast<int>(i % 4) * (i / 4 ? 14 : 28));
         EXPECT_EQ(blocks[i].width, blocks[i].plane ? 32 : 64);
     }
 }
@@ -56,10 +57,10 @@ TEST(BlockList, AnyBlockHeightKeepsBlocksInsideTheirPlane)
     const TImgProcBackend<unsigned char, 8, 3, 2, 2> yuv420;
     for (uint32_t height = 2; height <= 80; height += 2)
         for (uint32_t blockHeight = 1; blockHeight <= 90; ++blockHeight)
-            for (const BlockInfo& block : MakeBlocks(HeaderOf(8, height, blockHeight), yuv420)) {
+            for (const BlockShape& block : MakeBlocks(HeaderOf(8, height, blockHeight), yuv420)) {
                 ASSERT_GE(block.rows, 0);
                 ASSERT_LE(block.firstRow + block.rows,
-                          yuv420.GetPlaneHeight(block.plane, static_cast<int>(height)));
+                          yuv420.GetPlaneHeight(static_cast<int>(block.plane), static_cast<int>(height)));
             }
 }
 
@@ -86,3 +87,4 @@ TEST(RowSets, GivesTheWholeBlockOrItsTwoFields)
 }
 
 } // namespace
+} // namespace core

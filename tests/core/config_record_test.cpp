@@ -178,7 +178,9 @@ TEST(CanCompressWith, TakesForeignRecordsThatSuitThePicture)
     EXPECT_TRUE(accepts(changed)) << "everything else governs the run as it came";
     changed = good;
     changed.blockHeight = 0;
-    EXPECT_TRUE(accepts(changed));
+    EXPECT_FALSE(accepts(changed)) << "frames without blocks hold no picture";
+    changed.blockHeight = 27;
+    EXPECT_FALSE(accepts(changed)) << "half a chroma row";
     changed.blockHeight = 0xFFFFFFFF;
     EXPECT_TRUE(accepts(changed));
 

@@ -143,8 +143,8 @@ TEST(RoundTrip, HostPitchesMayExceedTheirRows)
                                                                  streamSpec.height, streamSpec.code));
         const auto place = [&](CompressInfo& info, uint8_t* base) {
             for (size_t i = 0; i < 3; ++i)
-                info.image[i] = {
-                    {base + i * planeBytes, pitch}, static_cast<uint32_t>(pitch) * streamSpec.height, false};
+                info.image[i] = {{base + i * planeBytes, pitch},
+                                 static_cast<uint32_t>(pitch) * streamSpec.height};
         };
         place(run.compressInfo, picture.data());
         run.compressInfo.frame = frame.data();

@@ -384,6 +384,26 @@ TEST(CompressBegin, RefusesInSilence)
     EXPECT_EQ(instance.Send(ICM_COMPRESS_END), 0);
 }
 
+TEST(CompressBegin, RefusesRecordsWhosePicturesCouldNotComeBack)
+{
+    const TestUser user;
+    StreamHeader bad = MakeStream(105, 64, 48);
+    const Instance yuv420("O8Y0");
+    const BITMAPINFOHEADER planar = MakeHeader("I420", 12, 64, 48);
+    for (const auto& [rows, flags, result] : {std::tuple{0U, 0U, -2},
+                                              {27U, 0U, -2},
+                                              {26U, 0U, 0},
+                                              {26U, 2U, -2},
+                                              {24U, 2U, 0},
+                                              {48U, 2U, 0},
+                                              {49U, 2U, 0}}) {
+        bad.record.blockHeight = rows;
+        bad.record.flags = (bad.record.flags & ~2U) | flags;
+        EXPECT_EQ(yuv420.Send(ICM_COMPRESS_BEGIN, &planar, &bad), result) << rows << " rows, flags " << flags;
+        yuv420.Send(ICM_COMPRESS_END);
+    }
+}
+
 TEST(CompressBegin, LogsNullFormats)
 {
     TestUser user;

@@ -4,6 +4,7 @@
 
 #include "common/four_cc.h"
 #include "platform/vfw.h"
+#include "support/plain_layouts.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -59,6 +60,24 @@ inline uint32_t FourCCOf(const std::string& name)
     return code;
 }
 
+/// The family of a layout, 101 to 107; 0 for layouts that no frame of 8 bits serves.
+inline int FamilyOf(int hostId)
+{
+    const PlainLayout* layout = FindPlainLayout(hostId);
+    return layout ? layout->code : 0;
+}
+
+/// The layouts of some families that a header can name.
+inline std::set<int> LayoutsOf(const std::set<int>& families)
+{
+    std::set<int> ids;
+    for (const HostFormat& format : kHostFormats)
+        for (const int id : {format.id, format.idWithAlpha})
+            if (families.contains(FamilyOf(id)))
+                ids.insert(id);
+    return ids;
+}
+
 struct Variant {
     const char* fourCC;
     int id;
@@ -71,13 +90,14 @@ struct Variant {
 
 /// The compressed formats with what goes in and what comes out.
 inline const Variant kVariants[] = {
-    {"O8RG", 101, false, 24, {1, 3}, {}, {}},
-    {"O8RA", 102, true, 32, {2}, {}, {}},
-    {"O8YA", 106, true, 32, {8, 46}, {2}, {2}},
-    {"O8Y4", 103, false, 24, {7, 29, 44, 45}, {1, 3}, {1, 3}},
-    {"O8Y2", 104, false, 24, {4, 5}, {1, 3, 7, 29, 44, 45}, {1, 3, 7, 29, 44, 45}},
-    {"O8Y0", 105, false, 24, {6, 10}, {1, 3, 4, 5, 7, 29, 44, 45}, {1, 3, 4, 5, 7, 29, 44, 45}},
-    {"O8G0", 107, false, 24, {9}, {1, 3, 4, 5, 6, 10, 7, 29, 44, 45}, {1, 3, 4, 5, 6, 10, 7, 29, 44, 45}},
+    {"O8RG", 101, false, 24, LayoutsOf({101}), {}, {}},
+    {"O8RA", 102, true, 32, LayoutsOf({102}), {}, {}},
+    {"O8YA", 106, true, 32, LayoutsOf({106}), LayoutsOf({102}), LayoutsOf({102})},
+    {"O8Y4", 103, false, 24, LayoutsOf({103}), LayoutsOf({101}), LayoutsOf({101})},
+    {"O8Y2", 104, false, 24, LayoutsOf({104}), LayoutsOf({101, 103}), LayoutsOf({101, 103})},
+    {"O8Y0", 105, false, 24, LayoutsOf({105}), LayoutsOf({101, 103, 104}), LayoutsOf({101, 103, 104})},
+    {"O8G0", 107, false, 24, LayoutsOf({107}), LayoutsOf({101, 103, 104, 105}),
+     LayoutsOf({101, 103, 104, 105})},
 };
 
 inline const Variant& VariantOf(int id)
@@ -88,68 +108,22 @@ inline const Variant& VariantOf(int id)
     throw std::out_of_range("no variant " + std::to_string(id));
 }
 
-/// The family of a layout, 101 to 107; 0 for layouts that no frame of 8 bits serves.
-inline int FamilyOf(int hostId)
-{
-    switch (hostId) {
-    case 1:
-    case 3:
-        return 101;
-    case 2:
-        return 102;
-    case 7:
-    case 29:
-    case 44:
-    case 45:
-        return 103;
-    case 4:
-    case 5:
-        return 104;
-    case 6:
-    case 10:
-        return 105;
-    case 8:
-    case 46:
-        return 106;
-    case 9:
-        return 107;
-    default:
-        return 0;
-    }
-}
-
 inline int IdFor(const HostFormat& format, const Variant& partner)
 {
     return partner.alpha ? format.idWithAlpha : format.id;
 }
 
-/// Bytes of a tightly stored picture; RGB with 24 bits has rows of whole four bytes.
+/// Bytes of an unpadded picture; RGB with 24 bits has rows of whole four bytes.
 inline uint32_t PictureBytes(int hostId, uint32_t width, uint32_t height)
 {
-    switch (hostId) {
-    case 3:
-        return (width * 3 + 3) / 4 * 4 * height;
-    case 1:
-    case 2:
-    case 8:
-    case 45:
-    case 46:
-        return width * 4 * height;
-    case 44:
-    case 7:
-    case 29:
-        return width * 3 * height;
-    case 4:
-    case 5:
-        return width * 2 * height;
-    case 6:
-    case 10:
-        return width * height * 3 / 2;
-    case 9:
-        return width * height;
-    default:
-        throw std::out_of_range("no such layout: " + std::to_string(hostId));
+    const PlainLayout& layout = PlainLayoutOf(hostId);
+    if (layout.planar) {
+        const uint32_t samples = width * height;
+        const uint32_t shared = layout.code == kCodeYuv420 ? 4 : 1;
+        return layout.Has('U') ? samples + 2 * (samples / shared) : samples;
     }
+    const auto rowBytes = static_cast<uint32_t>(layout.RowBytes(static_cast<int>(width)));
+    return (hostId == kHostBgr ? (rowBytes + 3) / 4 * 4 : rowBytes) * height;
 }
 
 /// A layout that frames of this variant keep to the last byte: none with a fourth byte that is not alpha.
@@ -157,6 +131,6 @@ inline const HostFormat& NativeFormatOf(const Variant& variant)
 {
     return *std::ranges::find_if(kHostFormats, [&](const HostFormat& format) {
         const int id = IdFor(format, variant);
-        return variant.lossless.contains(id) && id != 1 && id != 45;
+        return variant.lossless.contains(id) && !PlainLayoutOf(id).Has('X');
     });
 }

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <thread>
 
 namespace {
@@ -66,14 +65,6 @@ void Live(const Clip& clip)
     ASSERT_EQ(instance.Decompress(stream, frame.bytes, out, target.data()), 0);
     ASSERT_EQ(instance.Send(ICM_DECOMPRESS_END), 0);
     ASSERT_TRUE(std::ranges::equal(target.Bytes(), clip.pictures[0]));
-}
-
-/// Threads on their way out are given time to be gone.
-bool ThreadsFallTo(int count)
-{
-    for (int i = 0; i < 500 && ThreadsInProcess() > count; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return ThreadsInProcess() <= count;
 }
 
 /// Lives through `cycles` after some for warming up, and expects the process to be as it was then.

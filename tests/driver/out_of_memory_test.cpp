@@ -4,8 +4,8 @@
 #include "driver/message_table.h"
 
 #include "driver/driver_session.h"
-#include "driver/failing_allocator.h"
 #include "driver/test_log.h"
+#include "support/memory/allocation_budget.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 #include "entropy/code_lengths.h"
 
+#include "entropy/introsort.h"
 #include "entropy_test_tools.h"
 #include "support/test_seed.h"
 
@@ -27,6 +28,15 @@ std::map<uint32_t, int> HowMany(const Lengths& lengths)
     return result;
 }
 
+/// A digit for each length: they are 1 to 12.
+std::string AsHexDigits(const Lengths& lengths)
+{
+    std::string digits;
+    for (const uint32_t length : lengths)
+        digits += "0123456789ABCDEF"[length & 15];
+    return digits;
+}
+
 /// Package-merge with trees: what is dropped from a list is walked, leaf by leaf.
 std::vector<uint32_t> LengthsByTrees(const std::vector<uint64_t>& frequencies, int limit)
 {
@@ -39,7 +49,7 @@ std::vector<uint32_t> LengthsByTrees(const std::vector<uint64_t>& frequencies, i
     std::vector<Node> coins;
     for (size_t symbol = 0; symbol < frequencies.size(); ++symbol)
         coins.push_back({nullptr, nullptr, static_cast<uint32_t>(symbol), frequencies[symbol]});
-    std::sort(coins.begin(), coins.end(), [](const Node& a, const Node& b) { return a.weight < b.weight; });
+    Introsort(std::span(coins), [](const Node& a, const Node& b) { return a.weight < b.weight; });
 
     std::vector<uint32_t> lengths(frequencies.size(), static_cast<uint32_t>(limit));
     const std::function<void(const Node*)> drop = [&](const Node* node) {
@@ -212,17 +222,65 @@ TEST(CodeLengths, NoCodeWithinTheLimitNeedsFewerBits)
     }
 }
 
-// Which of several equal counts gets the shorter code hangs on the order that the sort leaves them in. Every
-// build must make the same frames, so the outcome is fixed here.
+// Which of several equal counts gets the shorter code follows from the order that the sort leaves them in.
+// Every system must make the same frames, so the lengths of some histograms are fixed here. They never
+// change.
 TEST(CodeLengths, EqualCountsAreSettledTheSameOnEverySystem)
 {
-    Counts counts;
-    for (size_t symbol = 0; symbol < 256; ++symbol)
-        counts[symbol] = symbol * 37 % 11 * (symbol % 3);
-    uint64_t hash = 14695981039346656037U;
-    for (const uint32_t length : LengthsOf(counts))
-        hash = (hash ^ length) * 1099511628211U;
-    EXPECT_EQ(hash, 13047312131116221062U);
+    struct Golden {
+        const char* name;
+        uint64_t (*count)(uint32_t symbol);
+        const char* lengths;
+    };
+    constexpr Golden kGolden[] = {
+        {"few values", [](uint32_t symbol) { return uint64_t{symbol * 37 % 11 * (symbol % 3)}; },
+         "C87C86C86C8CC79C78C78CC7CA7C97C97C86C86C86C8CC79C78C78CC7CB7C97C"
+         "97C87C86C86C8CC79C78C78CC7CA7C97C97C87C86C86C8CC79C78C78CC7CA7C9"
+         "7C97C87C86C86C8CC79C78C78CC8CA7C97C97C87C86C86C8CC79C78C78CC7CA7"
+         "C97C97C87C86C86C8CC79C78C78CC7CA7C97C97C86C86C86C8CC79C78C78CC7C"},
+        {"organ pipes", [](uint32_t symbol) { return uint64_t{std::min(symbol, 255 - symbol) / 5}; },
+         "CCCCCCCCCCBBBBBAAAAAAAAAA999999999999999999998889988888888888888"
+         "8888888888888888888888888888888777777777777777777777777777777777"
+         "7777777777777777777777777777777778888888888888888888888888888888"
+         "888888888888889999999999999999999999999AAAAAAAAAABBBBBCCCCCCCCCC"},
+        {"steps of halves around 0",
+         [](uint32_t symbol) { return uint64_t{0x100000} >> std::min(symbol, 256 - symbol) / 6; },
+         "555555555566666666777777898888999999AAAAAABBBBBBCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCBBBBBCAAAAAA99999988888877777766666666666655555"},
+        {"two values", [](uint32_t symbol) { return uint64_t{symbol * 2654435761U >> 31}; },
+         "C7C7CC7C77C7CC7C77C7C77C7CC7C77C7CC7C7CC7C77C7CC7C77C7C77C7CC7C7"
+         "7C7CC7C7CC7C77C7CC7C77C7CC7C7CC7C77C7CC7C77C7C77C7CC7C77C7CC7C7C"
+         "C7C77C7CC7C77C7C77C7CC7C77C7CC7C77C7C77C7CC8C77C7CC7C8CC7C77C7CC"
+         "7C77C7C77C8CC7C77C7CC8C7CC7C77C8CC7C77C7CC7C7CC7C77C7CC8C87C7C87"},
+        {"a sample of a picture",
+         [](uint32_t symbol) {
+             const uint32_t distance = std::min(symbol, 256 - symbol);
+             return uint64_t{90000 / (1 + distance * distance)};
+         },
+         "2245677788899999AAAAABBBBBBBBBCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCC"
+         "CCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCCBBBBBBBBBAAAAAAA99998887776543"},
+        {"a killer of quicksort with the median of three, sorted as a heap",
+         [](uint32_t symbol) {
+             return uint64_t{(symbol >= 128     ? 2 * symbol - 254
+                              : symbol % 2 == 0 ? symbol + 1
+                                                : symbol + 128) /
+                             2};
+         },
+         "C8C8C8C8C8C8B8B8B8B8B8B8B8A8A8A8A8A8A8A8A8A8A8A89898989898989898"
+         "9897979797979797979797979797979787878787878787878787878787878787"
+         "CCCCCCBBBBBAAAAAAAAAAAA99999999999999999999999988888888888888888"
+         "8888888888888888888888888888888877777777777777777777777777777777"},
+    };
+    for (const auto& [name, count, expected] : kGolden) {
+        Counts counts;
+        for (uint32_t symbol = 0; symbol < 256; ++symbol)
+            counts[symbol] = count(symbol);
+        EXPECT_EQ(AsHexDigits(LengthsOf(counts)), expected) << name;
+    }
 }
 
 TEST(CodeLengths, ASecondRunOfTheSameSizeKeepsTheWorkingMemory)

@@ -10,7 +10,7 @@ TEST(PairTable, ARowIsTheFirstCodeWithTheSecondBehindIt)
     std::vector<CodeEntry> codes(256, CodeEntry{0, 12});
     codes[3] = {0b101, 3};
     codes[9] = {0b0001, 4};
-    for (const PairTableForm& form : kFillPairTableForms) {
+    for (const PairTableImplementation& form : kPairTableImplementations) {
         std::vector<PairEntry> pairs(kPairRows);
         form.run(codes.data(), pairs.data(), PairRange::All);
         EXPECT_EQ(pairs[9 * 256 + 3].code, 0b1010001U) << form.name;
@@ -33,7 +33,7 @@ TEST(PairTable, EveryFormGivesTheRowsOfTheScalarForm)
         }
         for (const PairRange range : {PairRange::All, PairRange::Core}) {
             std::vector<PairEntry> expected(kPairRows, kUntouched);
-            kFillPairTableForms[0].run(codes.data(), expected.data(), range);
+            kPairTableImplementations[0].run(codes.data(), expected.data(), range);
             for (uint32_t row = 0; row < kPairRows; ++row) {
                 const uint32_t first = row % 256;
                 const uint32_t second = row / 256;
@@ -47,7 +47,7 @@ TEST(PairTable, EveryFormGivesTheRowsOfTheScalarForm)
                           (uint32_t{codes[first].code} << codes[second].length) + codes[second].code);
                 ASSERT_EQ(expected[row].length, uint32_t{codes[first].length} + codes[second].length);
             }
-            for (const PairTableForm& form : kFillPairTableForms) {
+            for (const PairTableImplementation& form : kPairTableImplementations) {
                 std::vector<PairEntry> actual(kPairRows, kUntouched);
                 form.run(codes.data(), actual.data(), range);
                 for (size_t row = 0; row < kPairRows; ++row) {

@@ -5,6 +5,7 @@
 #include "imgproc/frontend/frontend_set.h"
 #include "support/exact_buffer.h"
 #include "support/long_tests.h"
+#include "support/same_bytes.h"
 #include "support/test_seed.h"
 
 #include <gtest/gtest.h>
@@ -257,8 +258,8 @@ TEST(ChromaConverters, GiveTheBytesOfTheFormulas)
                             const int blockHeight = std::array{4, 28, 1000}[random() % 3];
                             run.Convert(converter, blockHeight, interlaced);
                             for (size_t p = 0; p < 2; ++p)
-                                ASSERT_TRUE(std::ranges::equal(run.targets[p].memory.Bytes(),
-                                                               run.Plain(p, interpolate, interlaced)))
+                                ASSERT_TRUE(SameBytes(run.targets[p].memory.Bytes(),
+                                                      run.Plain(p, interpolate, interlaced)))
                                     << test.from << " to " << test.to << ' ' << width << 'x' << height
                                     << " interlaced " << interlaced << " interpolate " << interpolate
                                     << " content " << static_cast<int>(content) << " block " << blockHeight;
@@ -357,7 +358,7 @@ TEST(ChromaConverters, BandsReachingOverThePictureAreHeldToIt)
             held.ConvertBand(converter, 0, 12, pass, false);
             over.ConvertBand(converter, 0, 1000, pass, false);
         }
-        EXPECT_TRUE(std::ranges::equal(over.targets[0].memory.Bytes(), held.targets[0].memory.Bytes()));
+        EXPECT_TRUE(SameBytes(over.targets[0].memory.Bytes(), held.targets[0].memory.Bytes()));
     }
 }
 

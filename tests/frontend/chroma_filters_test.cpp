@@ -1,6 +1,7 @@
 #include "imgproc/frontend/chroma_filters.h"
 
 #include "support/exact_buffer.h"
+#include "support/same_bytes.h"
 #include "support/test_seed.h"
 
 #include <gtest/gtest.h>
@@ -33,11 +34,11 @@ uint8_t Sample(Fill fill, size_t i, size_t size, std::mt19937& random)
 } // namespace
 
 // Source rows and target end where their allocations end.
-TEST(ChromaFilters, Sse2GivesTheBytesOfScalar)
+TEST(ChromaFilters, EveryImplementationGivesTheBytesOfTheScalarOne)
 {
     std::mt19937 random(TestSeed());
-    for (const ChromaFilterForms& filter : kChromaFilters) {
-        const std::string_view name = filter.name;
+    for (const auto& [filterName, filter] : kNamedChromaFilters) {
+        const std::string_view name = filterName;
         const bool halves = name == "DropColumns" || name.starts_with("Halve");
         const bool doubles = name == "DoubleColumns";
         for (size_t count = 0; count <= 120; ++count)
@@ -53,11 +54,13 @@ TEST(ChromaFilters, Sse2GivesTheBytesOfScalar)
                         rows[r] = sources[r].data();
                     }
                     ExactBuffer expected(doubles ? 2 * count : count);
-                    ExactBuffer actual(expected.size(), random() % 16, 0x5A);
-                    filter.scalar(rows, expected.data(), static_cast<int>(count));
-                    filter.sse2(rows, actual.data(), static_cast<int>(count));
-                    ASSERT_TRUE(std::ranges::equal(actual.Bytes(), expected.Bytes()))
-                        << name << " count " << count;
+                    (kChromaFilterImplementations[0].*filter)(rows, expected.data(), static_cast<int>(count));
+                    for (const ChromaFilters& filters : kChromaFilterImplementations) {
+                        ExactBuffer actual(expected.size(), random() % 16, 0x5A);
+                        (filters.*filter)(rows, actual.data(), static_cast<int>(count));
+                        ASSERT_TRUE(SameBytes(actual.Bytes(), expected.Bytes()))
+                            << filters.name << ' ' << name << " count " << count;
+                    }
                 }
     }
 }
@@ -72,7 +75,7 @@ TEST(ChromaFilters, SmoothingIsExactForAllTriples)
     }
     for (int first = 0; first < 256; ++first) {
         std::ranges::fill(a, static_cast<uint8_t>(first));
-        SmoothRowsSse2({a.data(), b.data(), c.data(), nullptr}, out.data(), 65536);
+        kChromaFilters.smoothRows({a.data(), b.data(), c.data(), nullptr}, out.data(), 65536);
         bool same = true;
         for (int i = 0; i < 65536; ++i)
             same &= out[static_cast<size_t>(i)] == (first + 2 * (i >> 8) + (i & 255) + 2) >> 2;
@@ -85,10 +88,10 @@ TEST(ChromaFilters, StepEdgeOvershootsAndIsClipped)
     const uint8_t up[] = {0, 255, 255, 255, 255};
     const uint8_t down[] = {255, 0, 0, 0, 0};
     uint8_t target[10];
-    for (const ChromaFilter filter : {DoubleColumnsScalar, DoubleColumnsSse2}) {
-        filter({up}, target, 5);
+    for (const ChromaFilters& filters : kChromaFilterImplementations) {
+        filters.doubleColumns({up}, target, 5);
         EXPECT_EQ(target[3], 255); // (9 * (255 + 255) - (0 + 255) + 8) >> 4 is 271
-        filter({down}, target, 5);
+        filters.doubleColumns({down}, target, 5);
         EXPECT_EQ(target[3], 0); // (9 * 0 - 255 + 8) >> 4 is -16
     }
 }

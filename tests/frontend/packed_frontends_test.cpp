@@ -5,6 +5,7 @@
 #include "frontend/picture_run.h"
 #include "frontend/plain_pixels.h"
 #include "support/long_tests.h"
+#include "support/same_bytes.h"
 #include "support/test_seed.h"
 
 #include <gtest/gtest.h>
@@ -126,16 +127,16 @@ void CheckShape(const FrontendKey& key, const PackedFrontend& frontend, const Pi
     run.Split(form, 0, band);
     run.Split(form, band, shape.height - band);
     split.Split();
-    ASSERT_TRUE(std::ranges::equal(run.arena.Bytes(), split.arena)) << Describe(key, shape, form);
-    ASSERT_TRUE(std::ranges::equal(run.picture.Bytes(), split.picture)) << Describe(key, shape, form);
+    ASSERT_TRUE(SameBytes(run.arena.Bytes(), split.arena)) << Describe(key, shape, form);
+    ASSERT_TRUE(SameBytes(run.picture.Bytes(), split.picture)) << Describe(key, shape, form);
 
     FillRandom(random, run.arena.data(), static_cast<int>(run.arena.size()));
     PlainRun join(key, run);
     run.Join(form, 0, band);
     run.Join(form, band, shape.height - band);
     join.Join();
-    ASSERT_TRUE(std::ranges::equal(run.picture.Bytes(), join.picture)) << Describe(key, shape, form);
-    ASSERT_TRUE(std::ranges::equal(run.arena.Bytes(), join.arena)) << Describe(key, shape, form);
+    ASSERT_TRUE(SameBytes(run.picture.Bytes(), join.picture)) << Describe(key, shape, form);
+    ASSERT_TRUE(SameBytes(run.arena.Bytes(), join.arena)) << Describe(key, shape, form);
 }
 
 } // namespace
@@ -193,6 +194,7 @@ TEST(PackedFrontends, PictureAndPlanesReachABoundaryTogetherInEveryRow)
 {
     ForEachPacked([](const FrontendKey& key, const PackedFrontend& frontend) {
         const PlainLayout& layout = *FindPlainLayout(key.host);
+        const auto planes = static_cast<size_t>(frontend.planeBackend.GetPlaneCount());
         const auto address = [](const uint8_t* p) { return reinterpret_cast<uintptr_t>(p); };
         for (size_t phase = 0; phase < 64; phase += 4)
             for (int padding = 0; padding < 64; padding += 4)
@@ -206,12 +208,12 @@ TEST(PackedFrontends, PictureAndPlanesReachABoundaryTogetherInEveryRow)
                         if (layout.GroupPixels() == 2) {
                             const uintptr_t lead = (0 - address(pixels)) % 64;
                             ASSERT_EQ((row(0) + lead / 2) % 32, 0U);
-                            ASSERT_EQ((row(1) + lead / 4) % 16, 0U);
-                            ASSERT_EQ((row(2) + lead / 4) % 16, 0U);
+                            for (size_t p = 1; p < planes; ++p)
+                                ASSERT_EQ((row(p) + lead / 4) % 16, 0U);
                         } else {
                             const uintptr_t lead = (0 - row(0)) % 16;
                             ASSERT_EQ((address(pixels) + lead * layout.bytes.size()) % 16, 0U);
-                            for (size_t p = 1; p < layout.bytes.size(); ++p)
+                            for (size_t p = 1; p < planes; ++p)
                                 ASSERT_EQ((row(p) + lead) % 16, 0U);
                         }
                     }
@@ -236,9 +238,7 @@ TEST(PackedFrontends, FlippedPictureGivesThePlanesOfItsMirror)
         flipped.Split(kForms - 1, first, std::min(4, height - first));
     }
     for (size_t p = 0; p < 3; ++p)
-        for (int y = 0; y < height; ++y)
-            ASSERT_TRUE(std::equal(RowAt(upright.planes[p], y), RowAt(upright.planes[p], y) + width,
-                                   RowAt(flipped.planes[p], y)));
+        ASSERT_TRUE(SamePlane(flipped.planes[p], upright.planes[p], width, height)) << "plane " << p;
 }
 
 TEST(PackedFrontends, LosslessLayoutsComeBackBitForBit)
@@ -262,7 +262,7 @@ TEST(PackedFrontends, LosslessLayoutsComeBackBitForBit)
         for (size_t i = x; x != layout.bytes.npos && i < expected.size(); i += 4)
             if (static_cast<int>(i) % run.shape.pitch < layout.RowBytes(width))
                 expected[i] = 255;
-        EXPECT_TRUE(std::ranges::equal(run.picture.Bytes(), expected)) << key.host;
+        EXPECT_TRUE(SameBytes(run.picture.Bytes(), expected)) << key.host;
     });
 }
 
@@ -277,30 +277,43 @@ TEST(PackedFrontends, NoRowsTouchNothing)
     });
 }
 
-TEST(PackedFrontends, MisalignedPitchLeavesThePlanesAsTheyWere)
+TEST(PackedFrontends, MisalignedPitchGivesNoRows)
 {
     const TImgProcFrontend24<3, Decorr3<2, 1, 0, DecorrAlgoRGB>> rgb24;
     const TImgProcFrontend32<4, Decorr4<2, 1, 0, 3, DecorrAlgoRGB>> rgb32;
+    alignas(16) const uint8_t memory[16] = {};
     for (const PackedFrontend* frontend : std::initializer_list<const PackedFrontend*>{&rgb24, &rgb32})
-        for (const int pitch : {401, 402, 403}) {
-            ExactBuffer arena(100000);
-            PlaneArray picture;
-            picture[0] = {arena.data(), pitch};
-            PlaneArray planes;
-            frontend->PrepareBuffers(picture, 100, 4, arena.data(), planes, false, true);
-            for (const PlaneInfo& plane : planes) {
-                EXPECT_EQ(plane.data, nullptr);
-                EXPECT_EQ(plane.pitch, 0);
-            }
-        }
+        for (const int pitch : {401, 402, 403})
+            for (const PlaneShape& shape : frontend->PrepareBuffers({memory, pitch}, 100, 4, false))
+                EXPECT_EQ(shape.Bytes(), 0U);
+}
+
+TEST(PackedFrontends, RowsAreNeverLongerThanTheirBound)
+{
+    ForEachPacked([](const FrontendKey& key, const PackedFrontend& frontend) {
+        for (int width = 2; width <= 70; width += 2)
+            for (int padding = 0; padding <= 200; padding += 4)
+                for (const bool flip : {false, true}) {
+                    const int pitch =
+                        alignUp(width * frontend.GetGroupBytes(0) / frontend.GetGroupPixels(0), 4) + padding;
+                    PictureRun run(frontend, {width, 3, pitch, static_cast<size_t>(padding % 64), flip});
+                    for (int p = 0; p < frontend.planeBackend.GetPlaneCount(); ++p) {
+                        const int samples = frontend.planeBackend.GetPlaneWidth(p, width);
+                        const int planned = run.shapes[static_cast<size_t>(p)].pitch;
+                        ASSERT_GE(planned, samples) << key.host << " width " << width << " pitch " << pitch;
+                        ASSERT_LE(planned, samples + kMaxRowPadding)
+                            << key.host << " width " << width << " pitch " << pitch;
+                    }
+                }
+    });
 }
 
 namespace {
 
-/// Distance from plane 0 of the first row to the 1024-byte boundary that PrepareBuffers aims at.
-int PlannedLead(const PictureRun& run)
+/// Samples of row 0 of a plane before the first on a boundary.
+int PlannedLead(const PictureRun& run, size_t plane = 0)
 {
-    return static_cast<int>((0 - reinterpret_cast<uintptr_t>(run.planes[0].data)) % 1024);
+    return static_cast<int>((kRowBoundary - run.shapes[plane].phase) % kRowBoundary);
 }
 
 } // namespace
@@ -325,7 +338,7 @@ TEST(PackedFrontends, WholeVectorsOfPaddingDoNotChangeThePlanePitch)
 {
     const TImgProcFrontend24<3, Decorr3<2, 1, 0, DecorrAlgoRGB>> rgb24;
     const TImgProcFrontend32<4, Decorr4<2, 1, 0, 3, DecorrAlgoRGB>> rgb32;
-    const TImgProcFrontend_YUY2_UYVY<false, false> yuy2;
+    const TImgProcFrontend_YUY2_UYVY<OrderYuyv, false> yuy2;
     const auto pitches = [](const PackedFrontend& frontend, int pitch, bool flip) {
         const PictureRun run(frontend, {100, 4, pitch, 0, flip});
         return std::array{run.planes[0].pitch, run.planes[1].pitch, run.planes[2].pitch};
@@ -339,44 +352,40 @@ TEST(PackedFrontends, WholeVectorsOfPaddingDoNotChangeThePlanePitch)
     EXPECT_EQ(pitches(yuy2, 200, false), pitches(yuy2, 264, false));
 }
 
-TEST(PackedFrontends, PlannedPlacesFollowFromTheRule)
+TEST(PackedFrontends, PlannedRowsFollowFromTheRule)
 {
+    using Leads = std::array<int, 3>;
+    const auto leads = [](const PictureRun& run) {
+        return Leads{PlannedLead(run, 0), PlannedLead(run, 1), PlannedLead(run, 2)};
+    };
     // 24-bit, 100 x 4, pitch 308, address 4 modulo 16: reduced 308 is 2 modulo 3, so widened 324; plane pitch
     // 108.
     const TImgProcFrontend24<3, Decorr3<2, 1, 0, DecorrAlgoRGB>> rgb24;
     const PictureRun run24(rgb24, {100, 4, 308, 4, false});
-    const auto offsets = [](const PictureRun& run) {
-        std::array<ptrdiff_t, 4> places{};
-        const uint8_t* const base = run.planes[0].data + PlannedLead(run);
-        EXPECT_GE(run.planes[0].data, run.arena.data());
-        EXPECT_LT(run.planes[0].data, run.arena.data() + 1024);
-        for (size_t p = 0; p < 4; ++p)
-            places[p] = run.planes[p].data ? run.planes[p].data - base : -1;
-        return places;
-    };
-    EXPECT_EQ(run24.planes[0].pitch, 108);
-    // Plane 0 at -4 ends at 428; plane 1 at 1024 - 4 + 256 ends at 1708; plane 2 at 2048 - 4 + 512.
-    EXPECT_EQ(offsets(run24), (std::array<ptrdiff_t, 4>{-4, 1276, 2556, -1}));
-    EXPECT_EQ(run24.planes[3].pitch, 0);
+    EXPECT_EQ(run24.shapes[0].pitch, 108);
+    EXPECT_EQ(run24.shapes[0].rows, 4);
+    EXPECT_EQ(leads(run24), (Leads{4, 4, 4}));
+    EXPECT_EQ(run24.shapes[3].Bytes(), 0U);
 
-    // Flipped: the last memory row stands 3 * 308 further, at 0 modulo 16; -108 is 108 + 8 modulo 16.
+    // Flipped: the last memory row lies 3 * 308 further, at 0 modulo 16; -108 is 108 + 8 modulo 16.
     const PictureRun flipped(rgb24, {100, 4, 308, 4, true});
-    EXPECT_EQ(flipped.planes[0].pitch, 116);
-    EXPECT_EQ(offsets(flipped), (std::array<ptrdiff_t, 4>{0, 1280, 2560, -1}));
+    EXPECT_EQ(flipped.shapes[0].pitch, 116);
+    EXPECT_EQ(leads(flipped), (Leads{0, 0, 0}));
 
-    // 32-bit: four planes, whatever the class uses.
+    // 32-bit to one plane.
     const TImgProcFrontend32<1, Decorr4<2, 1, 0, 3, DecorrAlgoYUV>> gray32;
     const PictureRun run32(gray32, {100, 4, 404, 12, false});
-    EXPECT_EQ(run32.planes[0].pitch, 101);
-    EXPECT_EQ(offsets(run32), (std::array<ptrdiff_t, 4>{-1, 1279, 2559, 3839}));
+    EXPECT_EQ(run32.shapes[0].pitch, 101);
+    EXPECT_EQ(PlannedLead(run32), 1);
+    EXPECT_EQ(run32.shapes[1].Bytes(), 0U);
 
     // 4:2:2: address 20 modulo 64 leaves 44 bytes, 22 luma and 11 chroma samples.
-    const TImgProcFrontend_YUY2_UYVY<true, false> uyvy;
+    const TImgProcFrontend_YUY2_UYVY<OrderUyvy, false> uyvy;
     const PictureRun run422(uyvy, {100, 4, 204, 20, false});
-    EXPECT_EQ(run422.planes[0].pitch, 102);
-    EXPECT_EQ(run422.planes[1].pitch, 51);
-    EXPECT_EQ(run422.planes[2].pitch, 51);
-    EXPECT_EQ(offsets(run422), (std::array<ptrdiff_t, 4>{-22, 1269, 2549, -1}));
+    EXPECT_EQ(run422.shapes[0].pitch, 102);
+    EXPECT_EQ(run422.shapes[1].pitch, 51);
+    EXPECT_EQ(run422.shapes[2].pitch, 51);
+    EXPECT_EQ(leads(run422), (Leads{22, 11, 11}));
 }
 
 TEST(PackedFrontends, GeometryAnswersAsTheHostLaysOutItsPictures)
@@ -461,11 +470,11 @@ TEST(PackedRgb, ThreePlanesComeBackOpaque)
 
 TEST(PackedYuv, LayoutsWithoutChromaPlanesComeBackNeutralAndOpaque)
 {
-    OneGroup<TImgProcFrontend_YUY2_UYVY<false, true>> yuy2{10, 20, 30, 40};
+    OneGroup<TImgProcFrontend_YUY2_UYVY<OrderYuyv, true>> yuy2{10, 20, 30, 40};
     EXPECT_EQ(yuy2.Sample(0, 0), 10);
     EXPECT_EQ(yuy2.Sample(0, 1), 30);
     EXPECT_EQ(yuy2.Joined(), (std::vector{10, 128, 30, 128}));
-    OneGroup<TImgProcFrontend_YUY2_UYVY<true, true>> uyvy{10, 20, 30, 40};
+    OneGroup<TImgProcFrontend_YUY2_UYVY<OrderUyvy, true>> uyvy{10, 20, 30, 40};
     EXPECT_EQ(uyvy.Joined(), (std::vector{128, 20, 128, 40}));
     OneGroup<TImgProcFrontend24<1, Decorr3<1, 2, 0, DecorrAlgoYUV>>> vyu{10, 20, 30};
     EXPECT_EQ(vyu.Joined(), (std::vector{128, 20, 128}));
@@ -480,7 +489,7 @@ TEST(PackedYuv, LayoutsWithoutChromaPlanesComeBackNeutralAndOpaque)
 
 TEST(PackedYuv, OddWidthLeavesTheLastPixelAlone)
 {
-    const TImgProcFrontend_YUY2_UYVY<false, false> frontend;
+    const TImgProcFrontend_YUY2_UYVY<OrderYuyv, false> frontend;
     for (size_t form = 0; form < kForms; ++form) {
         PictureRun run(frontend, {7, 1, 14, 0, false}); // the picture ends behind the seventh pixel
         std::ranges::fill(std::span(run.picture.data(), 14), uint8_t{9});

@@ -1,6 +1,8 @@
 // A packed host picture with its planned planes, split and joined in bands as the core does it.
 #pragma once
 
+#include "common/align_up.h"
+#include "common/plane_layout.h"
 #include "imgproc/frontend/packed_frontends.h"
 #include "support/exact_buffer.h"
 
@@ -28,12 +30,14 @@ class PictureRun
     PictureRun(const PackedFrontend& packed, const PictureShape& pictureShape)
         : frontend(packed), shape(pictureShape),
           picture(static_cast<size_t>(shape.pitch) * static_cast<size_t>(shape.height), shape.phase, kFill),
-          arena(static_cast<size_t>((shape.width + 128) * shape.height * packed.planeBackend.GetPlaneCount() +
-                                    8192),
-                16 * (shape.phase % 4), kFill)
+          host{{{picture.data(), shape.pitch}}},
+          shapes(packed.PrepareBuffers(host[0], shape.width, shape.height, shape.flip)),
+          arena(kPlaneBoundary + LayOutPlanes(shapes).size, 0, kFill)
     {
-        host[0] = {picture.data(), shape.pitch};
-        frontend.PrepareBuffers(host, shape.width, shape.height, arena.data(), planes, shape.flip, true);
+        const PlaneLayout layout = LayOutPlanes(shapes);
+        for (size_t i = 0; i < planes.size(); ++i)
+            if (shapes[i].rows > 0)
+                planes[i] = {alignUp(arena.data(), kPlaneBoundary) + layout.offset[i], shapes[i].pitch};
     }
 
     /// One band of rows, counted from the top of the image as coded.
@@ -71,8 +75,9 @@ class PictureRun
     const PackedFrontend& frontend;
     const PictureShape shape;
     ExactBuffer picture;
-    ExactBuffer arena;
     PlaneArray host;
+    PlaneShapes shapes; ///< of the planes
+    ExactBuffer arena;
     PlaneArray planes;
 
   private:

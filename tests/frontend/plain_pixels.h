@@ -3,37 +3,11 @@
 
 #include "common/format_id.h"
 #include "imgproc/frontend/frontend_set.h"
+#include "support/plain_layouts.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <string_view>
-
-/// A packed host layout by the letters of its bytes: R G B, Y U V, A alpha, X ignored. "YUYV" and "UYVY" hold
-/// two pixels.
-struct PlainLayout {
-    FormatId host;
-    std::string_view bytes;
-
-    bool IsRgb() const { return bytes.find('R') != bytes.npos; }
-    int GroupPixels() const { return std::ranges::count(bytes, 'Y') == 2 ? 2 : 1; }
-    int RowBytes(int width) const { return width * static_cast<int>(bytes.size()) / GroupPixels(); }
-};
-
-inline constexpr PlainLayout kPlainLayouts[] = {
-    {kHostBgrx, "BGRX"}, {kHostBgra, "BGRA"},          {kHostBgr, "BGR"},   {kHostYuy2, "YUYV"},
-    {kHostUyvy, "UYVY"}, {kHostXrgb, "XRGB"},          {kHostRgbx, "RGBX"}, {kHostXbgr, "XBGR"},
-    {kHostArgb, "ARGB"}, {kHostRgba, "RGBA"},          {kHostAbgr, "ABGR"}, {kHostRgb, "RGB"},
-    {kHostV308, "VYU"},  {kHostV408X, "UYVX"},         {kHostV408, "UYVA"}, {kHostVuyx, "VUYX"},
-    {kHostVuya, "VUYA"}, {kHostAyuvOrderAyuv, "AYUV"},
-};
-
-/// Null for planar layouts.
-inline const PlainLayout* FindPlainLayout(FormatId host)
-{
-    const auto* const found = std::ranges::find(kPlainLayouts, host, &PlainLayout::host);
-    return found == std::end(kPlainLayouts) ? nullptr : found;
-}
 
 /// Planes of a compressed format.
 inline int PlainPlaneCount(FormatId planes)

@@ -1,5 +1,5 @@
-// The golden frames: frames that an earlier version of this codec has written, and the pictures that they come from
-// and decode to. The list says what each one is; the bytes lie in data/.
+// The golden frames: frames that an earlier version of this codec has written, and the pictures that they
+// come from and decode to. The list says what each one is; the bytes lie in data/.
 //
 //   data/NAME.frame     a configuration record of 32 bytes and the frame
 //   data/LAYOUT.raw     the picture that all frames of a layout come from, tight

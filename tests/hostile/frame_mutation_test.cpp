@@ -1,6 +1,6 @@
-// Small frames with one byte after the other changed. What a reader has to answer is read off the changed bytes by
-// support/frame_rules.h, which shares nothing with the codec; every frame and every picture ends where its allocation
-// ends.
+// Small frames with one byte after the other changed. What a reader has to answer is read off the changed
+// bytes by support/frame_rules.h, which shares nothing with the codec; every frame and every picture ends
+// where its allocation ends.
 
 #include "support/codec_run.h"
 #include "support/frame_rules.h"
@@ -85,8 +85,8 @@ class FrameMutation : public testing::TestWithParam<StreamKind>
         ASSERT_EQ(run.Decode(good).picture, picture) << "the next good frame";
     }
 
-    /// Gives the bytes from `first` to `end` - 1 all other values, one byte at a time. `stride`: only some values are
-    /// tried in a quick run, others for each byte.
+    /// Gives the bytes from `first` to `end` - 1 all other values, one byte at a time. `stride`: only some
+    /// values are tried in a quick run, others for each byte.
     void ChangeBytes(size_t first, size_t end, unsigned stride)
     {
         if (LongTests())
@@ -164,7 +164,8 @@ TEST_P(FrameMutation, AnyBytesInFrontOfThePayload)
     std::mt19937 random(seed);
     for (int round = 0; round < (LongTests() ? 50000 : 150); ++round) {
         Bytes frame = good;
-        // Words of the format in places of the format: more of them pass the first tests than random bytes do.
+        // Words of the format in places of the format: more of them pass the first tests than random bytes
+        // do.
         constexpr uint32_t kWords[] = {0,  1,  2,   7,          12,         28,        30,
                                        32, 60, 100, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
         for (auto changes = 1 + random() % 3; changes > 0; --changes) {

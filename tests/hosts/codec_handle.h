@@ -12,7 +12,8 @@ inline void Require(LRESULT result, const char* call)
         throw std::runtime_error(std::string(call) + " answered " + std::to_string(result));
 }
 
-/// The pixels of a bitmap in one piece: header, colours, pixels. With 8 bits a pixel hosts leave room for 256 colours.
+/// The pixels of a bitmap in one piece: header, colours, pixels. With 8 bits a pixel hosts leave room for 256
+/// colours.
 inline Bytes PixelsOf(const BITMAPINFOHEADER& bitmap)
 {
     const DWORD colours =

@@ -2,6 +2,7 @@
 #include "driver/process_state.h"
 #include "hosts/codec_handle.h"
 #include "hosts/installed_driver.h"
+#include "support/eventually.h"
 #include "support/long_tests.h"
 #include "support/test_store.h"
 
@@ -31,18 +32,7 @@ class Unload : public testing::Test
     /// Threads on their way out hold the library for a moment; true when it has gone.
     bool WaitUntilGone() const
     {
-        for (int i = 0; i < 1000 && driver.IsLoaded(); ++i)
-            Sleep(5);
-        return !driver.IsLoaded();
-    }
-
-    /// A thread that has let the library go still has a few steps of the system before it; true when no more than
-    /// `count` are there.
-    static bool WaitForThreads(int count)
-    {
-        for (int i = 0; i < 1000 && ThreadsInProcess() > count; ++i)
-            Sleep(5);
-        return ThreadsInProcess() <= count;
+        return Eventually([this] { return !driver.IsLoaded(); });
     }
 
     TestStore store;
@@ -72,7 +62,8 @@ class RoundTrip
     CodecHandle decompressor;
 };
 
-/// What a host does that takes the library for a plug-in: no system library stands between. Compresses one picture.
+/// What a host does that takes the library for a plug-in: no system library stands between. Compresses one
+/// picture.
 bool PluginRun(const std::string& path)
 {
     const HMODULE library = LoadLibraryA(path.c_str());
@@ -148,7 +139,7 @@ TEST_F(Unload, HundredsOfRoundTripsLeaveNothing)
     const int threads = ThreadsInProcess();
     const size_t handles = HandleMark();
     run(rounds);
-    EXPECT_TRUE(WaitForThreads(threads));
+    EXPECT_TRUE(ThreadsFallTo(threads));
     EXPECT_EQ(HandleMark(), handles);
 }
 
@@ -165,7 +156,7 @@ TEST_F(Unload, HostsNeedNotWaitForThreadsThatEnd)
         RoundTrip(routes[static_cast<size_t>(round) % routes.size()]).Run();
     }
     EXPECT_TRUE(WaitUntilGone());
-    EXPECT_TRUE(WaitForThreads(threads));
+    EXPECT_TRUE(ThreadsFallTo(threads));
     EXPECT_EQ(HandleMark(), handles);
 }
 
@@ -221,7 +212,7 @@ TEST_F(Unload, HostsThatLoadTheLibraryThemselvesDoSoInManyThreads)
             });
     }
     EXPECT_TRUE(WaitUntilGone());
-    EXPECT_TRUE(WaitForThreads(threads));
+    EXPECT_TRUE(ThreadsFallTo(threads));
 }
 
 TEST_F(Unload, EveryLoadGivesBackWhatItTook)

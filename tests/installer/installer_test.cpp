@@ -1,12 +1,16 @@
-// Installs, upgrades and uninstalls, silently, and looks at what then stands on the machine. The installer lies in the
-// folder above this program's; what it takes in, in installer/ there.
+// Installs, upgrades and uninstalls, silently, and looks at what then stands on the machine. The installer
+// lies in the folder above this program's; what it takes in, in installer/ there.
 #include "driver/settings/codec_variant.h"
 #include "hosts/codec_handle.h"
 #include "installer/machine.h"
 #include "platform/host_path.h"
+#include "support/test_folder.h"
 #include "support/test_store.h"
 
 #include <gtest/gtest.h>
+
+#include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -142,6 +146,9 @@ TEST_F(Installer, ListsItselfWithVersionAndSize)
     ASSERT_EQ(Install(), kDone);
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, kUninstallKey, L"DisplayVersion"), Widen(ORVANE_VERSION));
     EXPECT_TRUE(ReadText(HKEY_LOCAL_MACHINE, kUninstallKey, L"DisplayName"));
+    EXPECT_TRUE(ReadText(HKEY_LOCAL_MACHINE, kUninstallKey, L"Publisher"));
+    EXPECT_NE(ReadFile(ToolFolder() / "THIRD-PARTY-NOTICES.txt").find("RUNTIME LIBRARY EXCEPTION"),
+              std::string::npos);
     EXPECT_EQ(ReadText(HKEY_LOCAL_MACHINE, kUninstallKey, L"InstallLocation"), ToolFolder().wstring());
     const auto bytes = fs::file_size(Driver()) + fs::file_size(ToolFolder() / "orvane.exe");
     const std::optional<DWORD> kibibytes = ReadNumber(HKEY_LOCAL_MACHINE, kUninstallKey, L"EstimatedSize");
@@ -158,7 +165,12 @@ TEST_F(Installer, OpensTheSettingsFromTheStartMenu)
     EXPECT_NE(shortcut.find(std::string(reinterpret_cast<const char*>(arguments.data()),
                                         arguments.size() * sizeof(wchar_t))),
               std::string::npos);
-    EXPECT_TRUE(fs::exists(StartMenu() / "Orvane command line.lnk"));
+    // Quoted as a whole, since a folder may have an ampersand in its name. Shortcuts keep UTF-16.
+    const std::wstring path = L"set \"PATH=" + ToolFolder().wstring() + L";%PATH%\"\"";
+    EXPECT_NE(
+        ReadFile(StartMenu() / "Orvane command line.lnk")
+            .find(std::string(reinterpret_cast<const char*>(path.data()), path.size() * sizeof(wchar_t))),
+        std::string::npos);
     // What rundll32 looks for, found by the bare name.
     const HMODULE library = LoadLibraryA("orvane.dll");
     ASSERT_TRUE(library);
@@ -283,7 +295,11 @@ TEST_F(Installer, RefusesAnOldWindowsAndChangesNothing)
 {
     for (const wchar_t* windows : {L"win7", L"win81"}) {
         PretendToBe(windows);
-        EXPECT_EQ(Install(), kOldWindows);
+        const TestFolder folder;
+        const fs::path errors = folder.Path() / "errors";
+        EXPECT_EQ(RunProgram(Quoted(BuildFolder() / "orvane-setup.exe") + L" /S", errors), kOldWindows);
+        EXPECT_NE(ReadFile(errors).find("Orvane needs Windows 10 or later"), std::string::npos)
+            << ReadFile(errors);
         EXPECT_FALSE(IsInstalled());
         EXPECT_FALSE(fs::exists(Driver()));
         EXPECT_FALSE(ReadText(HKEY_LOCAL_MACHINE, kDriverList, L"vidc.O8Y0"));
@@ -300,4 +316,27 @@ TEST_F(Installer, FailsWithoutATraceWhereItCannotWrite)
     EXPECT_FALSE(fs::exists(Driver()));
     fs::remove(SystemFolder() / "orvane.dll.new");
     fs::remove(ToolFolder());
+}
+
+TEST(ShippedFiles, HaveStackProtectorAndBranchMarks)
+{
+    for (const char* name : {"orvane.dll", "orvane.exe"}) {
+        const std::string bytes = ReadFile(BuildFolder() / "installer" / name);
+        EXPECT_NE(bytes.find("stack smashing detected"), std::string::npos) << name;
+        constexpr std::string_view mark = "\xF3\x0F\x1E\xFA"; // endbr64
+        int marks = 0;
+        for (size_t at = bytes.find(mark); at != std::string::npos; at = bytes.find(mark, at + 1))
+            ++marks;
+        EXPECT_GT(marks, 100) << name;
+        // Loaded at an address of 64 bits that changes, and its data is no code.
+        IMAGE_DOS_HEADER dos;
+        IMAGE_NT_HEADERS64 headers;
+        ASSERT_GT(bytes.size(), sizeof dos);
+        std::memcpy(&dos, bytes.data(), sizeof dos);
+        ASSERT_GT(bytes.size(), static_cast<size_t>(dos.e_lfanew) + sizeof headers);
+        std::memcpy(&headers, bytes.data() + dos.e_lfanew, sizeof headers);
+        constexpr WORD wanted = IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA |
+                                IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE | IMAGE_DLLCHARACTERISTICS_NX_COMPAT;
+        EXPECT_EQ(headers.OptionalHeader.DllCharacteristics & wanted, wanted) << name;
+    }
 }

@@ -85,14 +85,23 @@ bool ReadValue(HKEY root, const wchar_t* key, const wchar_t* name, DWORD type, v
 
 } // namespace
 
-DWORD RunProgram(const std::wstring& line)
+DWORD RunProgram(const std::wstring& line, const fs::path& errors)
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    if (!errors.empty()) {
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdError = CreateFileW(errors.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited,
+                                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    }
     PROCESS_INFORMATION process{};
     std::wstring copy = line;
-    if (!CreateProcessW(nullptr, copy.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &process))
+    const BOOL started = CreateProcessW(nullptr, copy.data(), nullptr, nullptr, !errors.empty(), 0, nullptr,
+                                        nullptr, &startup, &process);
+    if (!errors.empty())
+        CloseHandle(startup.hStdError);
+    if (!started)
         throw std::runtime_error("cannot start " + Narrow(line));
     const DWORD waited = WaitForSingleObject(process.hProcess, kPatience);
     DWORD code = 0;

@@ -14,7 +14,8 @@ inline constexpr wchar_t kDriverTexts[] = L"Software\\Microsoft\\Windows NT\\Cur
 inline constexpr wchar_t kUninstallKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Orvane";
 
 /// Starts a program, waits for its end and gives its exit code. The line holds program and arguments.
-DWORD RunProgram(const std::wstring& line);
+/// errors  a new file that takes what the program writes as errors; empty: it goes where ours does
+DWORD RunProgram(const std::wstring& line, const std::filesystem::path& errors = {});
 
 /// What happens to files when Windows restarts: those that were left for then are moved and deleted.
 void Restart();
@@ -36,8 +37,8 @@ std::filesystem::path SystemFolder();
 std::filesystem::path ProgramsFolder();
 std::filesystem::path ProfileFolder();
 
-/// Every value of the registry's settings of machine and user, and every file in the folders that installers write
-/// to, with size; by name.
+/// Every value of the registry's settings of machine and user, and every file in the folders that installers
+/// write to, with size; by name.
 using Snapshot = std::map<std::wstring, std::wstring>;
 Snapshot TakeSnapshot();
 

@@ -422,3 +422,16 @@ TEST(RegistryText, ValueThatGoesOnInNoLineIsNone)
                           .Read(kKey, "A"),
                       std::nullopt);
 }
+
+TEST(RegistryText, BlankLinesStayAsTheyAreAroundEdits)
+{
+    const std::string many(1 << 20, '\n');
+    EXPECT_EQ(RegistryText::FromBytes(many).ToBytes(), many);
+    const std::string text = "Windows Registry Editor Version 5.00\n" + many + std::string(kSection) +
+                             "\"A\"=dword:00000001\n \n\n\t\n; text\n" + many;
+    EXPECT_EQ(RegistryText::FromBytes(text).ToBytes(), text);
+    const std::string edited = Written(text, "B", 2);
+    EXPECT_EQ(ReadFrom(edited, "A"), 1u);
+    EXPECT_EQ(ReadFrom(edited, "B"), 2u);
+    EXPECT_EQ(Deleted(edited, "B"), text);
+}

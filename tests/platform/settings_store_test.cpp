@@ -298,7 +298,7 @@ TEST(SettingsFile, ProcessesThatWriteAtOnceLoseNothing)
     for (int writer = 0; writer < kWriters; ++writer)
         processes.emplace_back([&, writer] {
             const std::string command =
-                platform::HostPath() +
+                '"' + platform::HostPath() + '"' +
                 " --gtest_brief=1 --gtest_filter=Process/SettingsFileWriter.WritesItsShare/" +
                 std::to_string(writer);
             succeeded += std::system(command.c_str()) == 0;

@@ -51,6 +51,23 @@ TEST(Thread, ADetachedOneRunsByItself)
     done.Wait();
 }
 
+#ifndef _WIN32
+TEST(Thread, DetachedOnesCanBeWaitedFor)
+{
+    std::atomic<int> ended{0};
+    for (int i = 0; i < 8; ++i)
+        ASSERT_TRUE(platform::StartDetachedThread(
+            [](void* counter) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                AddOne(counter);
+            },
+            &ended));
+    platform::WaitForDetachedThreads();
+    EXPECT_EQ(ended, 8);
+    platform::WaitForDetachedThreads();
+}
+#endif
+
 TEST(Thread, AFailedStartIsReportedAndLeavesNothing)
 {
     std::atomic<int> counter{0};

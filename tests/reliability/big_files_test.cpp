@@ -67,7 +67,7 @@ TEST_F(BigFiles, EveryFrameOfEverySegmentIsFoundByItsNumber)
     const CompressedFormat& format = *FindFormatByOption("yuv420");
     const size_t bytes = static_cast<size_t>(PictureBytes(layout, 64, 48));
     {
-        OutputFile file(PathOf(Name("segments.avi")));
+        OutputFile file(PathOf(Name("segments.avi")), {});
         FrameCompressor coder(&HandleMessage, format, layout, 64, 48);
         AviWriter writer(file, {format.fourcc, 64, 48, Rational{}, coder.BitmapInfo()}, 30'000);
         for (uint64_t number = 0; number < kFrames; ++number) {

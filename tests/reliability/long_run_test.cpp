@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <iostream>
 #include <map>
 #include <thread>
@@ -31,7 +30,8 @@ constexpr int kQuickLargest = 160;
 #endif
 constexpr int kLongLargest = 400;
 
-/// Many hosts: one compressor for each variant and decompressors that live across runs, all now and then closed.
+/// Many hosts: one compressor for each variant and decompressors that live across runs, all now and then
+/// closed.
 class Hosts
 {
   public:
@@ -95,13 +95,6 @@ class Hosts
     Instances decompressors;
 };
 
-bool ThreadsFallTo(int count)
-{
-    for (int i = 0; i < 500 && ThreadsInProcess() > count; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return ThreadsInProcess() <= count;
-}
-
 } // namespace
 
 TEST(LongRun, FramesOfAllKindsLeaveTheProcessAsAfterTheFirstHundred)
@@ -125,7 +118,8 @@ TEST(LongRun, FramesOfAllKindsLeaveTheProcessAsAfterTheFirstHundred)
     std::cout << frames << " frames; " << ThreadsInProcess() << " threads, before " << threads << "; "
               << MemoryInUse() / 1024 << " KiB, before " << memory / 1024 << " KiB\n";
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // they keep what was freed
-    // The C library keeps some for each of its pools, too. What is ours was counted above, to the last allocation.
+    // The C library keeps some for each of its pools, too. What is ours was counted above, to the last
+    // allocation.
     EXPECT_LE(MemoryInUse(), memory + (64U << 20));
 #endif
 }

@@ -1,18 +1,17 @@
-// Memory that runs out at every point of every operation: the answer is -3, nothing of the picture is written,
-// nothing stays allocated, and the same operation then gives the bytes that it always gives.
+// Memory that runs out at every point of every operation: the answer is -3, nothing of the picture is
+// written, nothing stays allocated, and the same operation then gives the bytes that it always gives.
 #include "platform/profile_folder.h"
 #include "reliability/memory_faults.h"
 #include "reliability/streams.h"
+#include "support/eventually.h"
 #include "support/long_tests.h"
 #include "support/test_store.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <iostream>
 #include <memory>
-#include <thread>
 
 namespace {
 
@@ -46,7 +45,8 @@ struct Rehearsal {
     std::vector<uint8_t> decoded;
 };
 
-/// A host in the middle of its work: buffers that are there already, messages that allocate nothing by themselves.
+/// A host in the middle of its work: buffers that are there already, messages that allocate nothing by
+/// themselves.
 class Host
 {
   public:
@@ -123,9 +123,7 @@ class Host
 /// A notifier's thread is not waited for when its instance is closed.
 bool NothingIsHeld(const AllocationWatch& watch)
 {
-    for (int i = 0; i < 500 && watch.Held() > 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return watch.Held() == 0;
+    return Eventually([&watch] { return watch.Held() == 0; });
 }
 
 /// What is done while memory fails, what comes before, and what must be right behind it.

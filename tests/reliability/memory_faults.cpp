@@ -131,8 +131,8 @@ size_t AllocationWatch::Held() const
     return ::Held().pointers.size();
 }
 
-// The codec counts in bytes. What the compiler's runtime counts in words is what it keeps for each thread: it ends the
-// process without it, and gives it back in its own time.
+// The codec counts in bytes. What the compiler's runtime counts in words is what it keeps for each thread: it
+// ends the process without it, and gives it back in its own time.
 void* __wrap_calloc(size_t count, size_t size)
 {
     if (size != 1)

@@ -1,5 +1,5 @@
-// Memory that runs out when a test wants it to, and a list of what is still held. This program has operator new
-// of its own, and the linker leads its calloc and free here (plane memory comes from calloc).
+// Memory that runs out when a test wants it to, and a list of what is still held. This program has operator
+// new of its own, and the linker leads its calloc and free here (plane memory comes from calloc).
 #pragma once
 
 #include <cstddef>

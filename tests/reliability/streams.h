@@ -1,4 +1,5 @@
-// Pictures on their way through the driver: fixed ones that cover its kinds of routes, and any others by chance.
+// Pictures on their way through the driver: fixed ones that cover its kinds of routes, and any others by
+// chance.
 #pragma once
 
 #include "driver/driver_session.h"
@@ -30,8 +31,8 @@ struct HostStream {
 HostStream MakeHostStream(const char* fourCC, const char* layout, int bits, int width, int height,
                           bool interlaced = false);
 
-/// One for each road that a picture can take: planes of the host, planes of our own, converters of both kinds,
-/// fields.
+/// One for each road that a picture can take: planes of the host, planes of our own, converters of both
+/// kinds, fields.
 std::vector<HostStream> StreamsOfAllRoads(int width = 64, int height = 60);
 
 /// Any layout and format with a route between them, of any size up to `largest` that suits them.
@@ -54,7 +55,7 @@ void StoreChoice(const char* fourCC, const StoredChoice& choice);
 /// Begins a run for this stream in both, as a host does that turns to another stream.
 void BeginRuns(const HostStream& stream, const Instance& compressor, const Instance& decompressor);
 
-/// Compresses, decompresses, and expects what the stream promises: the picture, or where the route loses something
-/// the frame of the picture that came back.
+/// Compresses, decompresses, and expects what the stream promises: the picture, or where the route loses
+/// something the frame of the picture that came back.
 void ExpectRoundTrip(const HostStream& stream, const Instance& compressor, const Instance& decompressor,
                      uint32_t seed);

@@ -21,7 +21,8 @@ bool MayStart() noexcept
     return number < granted || (every != 0 && number % every == 0);
 }
 
-/// Thread starts while it lives: the first `first` succeed, behind them one of `oneOf`, or none when that is 0.
+/// Thread starts while it lives: the first `first` succeed, behind them one of `oneOf`, or none when that is
+/// 0.
 class ThreadStarts
 {
   public:

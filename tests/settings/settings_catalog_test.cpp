@@ -61,7 +61,7 @@ TEST(SettingsCatalog, EveryAllowedValueComesBackAndAResetBringsTheDefault)
             EXPECT_EQ(stored.has_value(), entry.rule.Allows(value)) << entry.key << ' ' << value;
             EXPECT_EQ(LoadSetting(entry), stored.value_or(before)) << entry.key << ' ' << value;
         }
-        ResetSetting(entry);
+        EXPECT_TRUE(ResetSetting(entry));
         EXPECT_EQ(LoadSetting(entry), entry.defaultValue) << entry.key;
     }
 }

@@ -1,5 +1,5 @@
-// The rules for the structure of a frame once more, written down as plainly as possible and without a line of the
-// codec: what a reader has to answer to any bytes. Tests and fuzz targets hold the codec to it.
+// The rules for the structure of a frame once more, written down as plainly as possible and without a line of
+// the codec: what a reader has to answer to any bytes. Tests and fuzz targets hold the codec to it.
 #pragma once
 
 #include <cstddef>

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <utility>
 
 /// Sets a variable of this process's environment; an empty value removes it.
 inline void SetEnvironment(const char* name, const std::string& value)
@@ -14,6 +15,25 @@ inline void SetEnvironment(const char* name, const std::string& value)
     value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
 #endif
 }
+
+/// Gives a variable of the environment another value while this object lives.
+class ScopedEnvironment
+{
+  public:
+    ScopedEnvironment(std::string variable, const std::string& value) : name(std::move(variable))
+    {
+        if (const char* old = std::getenv(name.c_str()))
+            before = old;
+        SetEnvironment(name.c_str(), value);
+    }
+    ~ScopedEnvironment() { SetEnvironment(name.c_str(), before); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+  private:
+    std::string name;
+    std::string before; ///< empty when there was none, as SetEnvironment takes it
+};
 
 /// An empty folder that goes away with this object.
 class TestFolder

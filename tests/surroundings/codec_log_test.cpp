@@ -9,31 +9,27 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <memory>
 #include <set>
+#include <thread>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 namespace {
 
 namespace fs = std::filesystem;
 
-#ifdef _WIN32
-constexpr char kProfileVariable[] = "";
-#else
-constexpr char kProfileVariable[] = "HOME";
-#endif
-
-/// The folder of the logs, taken away before and after the test. Where the system lets us, it is in a profile
-/// of the test's own.
+/// The folder of the logs, taken away before and after the test. Where HOME decides, it is in a profile of
+/// the test's own.
 class CodecLogTest : public ::testing::Test
 {
   protected:
     CodecLogTest()
     {
-        if (*kProfileVariable) {
-            oldProfile = std::getenv(kProfileVariable);
-            SetEnvironment(kProfileVariable, profile.Path().string());
-        }
         logs = *platform::ProfileFolder() / "orvane";
         kept = *platform::ProfileFolder() / "orvane.kept_by_tests";
         if (fs::exists(logs))
@@ -44,8 +40,6 @@ class CodecLogTest : public ::testing::Test
         fs::remove_all(logs);
         if (fs::exists(kept))
             fs::rename(kept, logs);
-        if (*kProfileVariable)
-            SetEnvironment(kProfileVariable, oldProfile);
     }
 
     std::set<std::string> FileNames() const
@@ -68,7 +62,7 @@ class CodecLogTest : public ::testing::Test
     }
 
     TestFolder profile;
-    std::string oldProfile;
+    ScopedEnvironment home{"HOME", profile.Path().string()};
     fs::path logs;
     fs::path kept;
 };
@@ -196,6 +190,49 @@ TEST_F(CodecLogTest, TheHundredthFileOfASecondIsTheLast)
     instances[100]->LogLine(1, "late\n");
     EXPECT_EQ(Messages(Lines(*std::next(names.begin(), 50))).back(), "late");
 }
+
+TEST_F(CodecLogTest, EightThreadsThatOpenAtOnceGetEightFiles)
+{
+    constexpr size_t count = 8;
+    for (int round = 0; round < 20; ++round) {
+        auto instances = LogsOfOneSecond(count);
+        std::atomic<size_t> ready{0};
+        std::vector<std::thread> threads;
+        for (auto& log : instances)
+            threads.emplace_back([&] {
+                ++ready;
+                while (ready < count)
+                    std::this_thread::yield();
+                log->LogLine(1, "mine\n");
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        instances.clear();
+        const std::set<std::string> names = FileNames();
+        ASSERT_EQ(names.size(), count);
+        for (const std::string& name : names)
+            ASSERT_EQ(Lines(name).size(), 6U) << name;
+        fs::remove_all(logs);
+    }
+}
+
+#ifndef _WIN32
+TEST_F(CodecLogTest, ANameThatIsALinkOrAPipeIsTaken)
+{
+    const auto instances = LogsOfOneSecond(2);
+    instances[0]->LogLine(1, "y\n");
+    const std::string first = *FileNames().begin();
+    const auto nameOf = [&](int n) {
+        return logs / (first.substr(0, first.size() - 5) + std::to_string(n) + ".log");
+    };
+    const fs::path nowhere = profile.Path() / "nowhere";
+    fs::create_symlink(nowhere, nameOf(1));
+    ASSERT_EQ(mkfifo(nameOf(2).c_str(), 0600), 0);
+    instances[1]->LogLine(1, "y\n");
+    EXPECT_FALSE(fs::exists(nowhere));
+    EXPECT_EQ(Lines(nameOf(3).filename().string()).size(), 4U);
+}
+#endif
 
 TEST_F(CodecLogTest, AFolderThatCannotBeMadeLosesTheLine)
 {

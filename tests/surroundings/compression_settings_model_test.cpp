@@ -2,6 +2,7 @@
 
 #include "driver/settings/settings_io.h"
 #include "platform/processor_count.h"
+#include "support/input_labels.h"
 #include "support/test_store.h"
 #include "surroundings/fake_controls.h"
 #include "surroundings/resource_ids.h"
@@ -81,13 +82,13 @@ TEST(CompressionSettingsModel, ListsOpenToTheirWidths)
 TEST(CompressionSettingsModel, OffersWhatEachVariantAccepts)
 {
     const Item all = {"All supported", 0xFFFFFFFF};
-    const Item rgb = {"RGB - (RGB32,RGB24)", 1};
-    const Item yuv444 = {"YUV 4:4:4 - (YV24,I444,v408,v308)", 4};
-    const Item yuv422 = {"YUV 4:2:2 - (YUY2,YUYV,UYVY,2vuy,HDYC)", 8};
-    const Item yuv420 = {"YUV 4:2:0 - (YV12,I420,IYUV)", 16};
-    const Item gray = {"YUV 4:0:0 - (Y8,Y800,GREY)", 64};
-    const Item rgba = {"RGBA - (RGB32 with alpha)", 2};
-    const Item yuva = {"YUVA 4:4:4:4 - (AYUV,v408)", 32};
+    const Item rgb = {kRgbLabel, 1};
+    const Item yuv444 = {kYuv444Label, 4};
+    const Item yuv422 = {kYuv422Label, 8};
+    const Item yuv420 = {kYuv420Label, 16};
+    const Item gray = {kGrayLabel, 64};
+    const Item rgba = {kRgbaLabel, 2};
+    const Item yuva = {kYuvaLabel, 32};
     const std::vector<std::vector<Item>> expected = {
         {all, rgb},                         // RGB
         {all, rgba},                        // RGBA
@@ -433,17 +434,68 @@ TEST(CompressionSettingsModel, HasATipForEachSetting)
         const char* text;
     };
     constexpr Row rows[] = {
-        // clang-format off
-        {kVariant, "Global defaults for this variant of the codec.\n\nThese settings normally can be overridden in the application using the codec on each run (app-specific settings).\n"},
-        {kThreads, "Number of threads to use for encoding.\n\nThis setting does not affect the structure of the encoded video.\nFor example: a video encoded by 1 thread can still be efficiently decoded by multiple threads."},
-        {kMethod, "Gradient:\nEncode speed: same as Median.\nDecode speed: 5-10% faster than Median.\nCompression ratio: 5-10% worse than Median.\nSelect this for max. decoding speed.\n\nMedian:\nGood compression, fast to encode/decode.\nRecommended for recording and capture.\n\nDynamic:\nEncode speed: 5-10% slower than Median.\nDecode speed: 1-4% faster than Median.\nCompression ratio: 1-2% better than Median.\nSelect this to get the last ounces of compression ratio.\n"},
-        {kInputs, "Accept only the formats of the selected category as input when compressing and reject anything else.\n\nThis is useful if you want to make sure and double-check that you receive the expected format.\n\nThis is needed as applications sometimes negotiate the wrong formats."},
-        {kInterlaced, "Check this if the input is interlaced.\n\nThis improves compression ratio for interlaced sources.\n\nThis option will be saved in the encoded stream and it is required for correct conversion (upsampling) from YUV to RGB formats when decompressing."},
-        {kFullRange, "This option is relevant ONLY for RGB <-> YUV conversion.\n\nYUV source:\nAssume the input is full range YUV (0-255) and store this flag in the compressed data.\n\nRGB source -> YUV conversion:\nConvert RGB to full range YUV (0-255) and store this flag in the compressed data.\n\nThis flag stored in the compressed data will be used only when decompressing YUV directly as RGB.\n\nNOTE:\nThis setting has no effect when compressing and decompressing only in YUV color space.\nThe codec always compresses/decompresses YUV data as-is, without any explicit clipping.\n\nRECOMMENDED:\nIf unsure, leave this UNCHECKED. Most of the time YUV data is expected to have limited range."},
-        {kInterpolate, "Interpolate chroma when downsampling the color (U/V) planes using a 3x3 kernel.\n\nThis avoids color aliasing artifacts, at the expense of slightly slower (5-10%) compression speed.\n\nNOTE:\nThis setting only has an effect when conversion with chroma subsampling is involved (ex. RGB -> YUV 4:2:2/4:2:0 compression)\n"},
-        {kMatrix, "Color space for YUV formats. This setting affects YUV <-> RGB conversion.\n\nThis option will be saved in the encoded stream and will also be used when decompressing from YUV to RGB formats.\n\nNOTE:\nThis option is not relevant when compressing RGB inputs as-is."},
-        {kSaveDefault, "Save current settings to the registry as defaults for the current variant of the codec.\n\nNOTE:\nApplications normally save the current codec settings while they are running, which override the defaults!"},
-        // clang-format on
+        {kVariant, "Global defaults for this variant of the codec.\n\n"
+                   "These settings normally can be overridden in the application using the codec on each run "
+                   "(app-specific settings).\n"},
+        {kThreads,
+         "Number of threads to use for encoding.\n\n"
+         "This setting does not affect the structure of the encoded video.\n"
+         "For example: a video encoded by 1 thread can still be efficiently decoded by multiple threads."},
+        {kMethod, "Gradient:\n"
+                  "Encode speed: same as Median.\n"
+                  "Decode speed: 5-10% faster than Median.\n"
+                  "Compression ratio: 5-10% worse than Median.\n"
+                  "Select this for max. decoding speed.\n\n"
+                  "Median:\n"
+                  "Good compression, fast to encode/decode.\n"
+                  "Recommended for recording and capture.\n\n"
+                  "Dynamic:\n"
+                  "Encode speed: 5-10% slower than Median.\n"
+                  "Decode speed: 1-4% faster than Median.\n"
+                  "Compression ratio: 1-2% better than Median.\n"
+                  "Select this to get the last ounces of compression ratio.\n"},
+        {kInputs,
+         "Accept only the formats of the selected category as input when compressing and reject anything "
+         "else.\n\n"
+         "This is useful if you want to make sure and double-check that you receive the expected "
+         "format.\n\n"
+         "This is needed as applications sometimes negotiate the wrong formats."},
+        {kInterlaced,
+         "Check this if the input is interlaced.\n\n"
+         "This improves compression ratio for interlaced sources.\n\n"
+         "This option will be saved in the encoded stream and it is required for correct conversion "
+         "(upsampling) from YUV to RGB formats when decompressing."},
+        {kFullRange,
+         "This option is relevant ONLY for RGB <-> YUV conversion.\n\n"
+         "YUV source:\n"
+         "Assume the input is full range YUV (0-255) and store this flag in the compressed data.\n\n"
+         "RGB source -> YUV conversion:\n"
+         "Convert RGB to full range YUV (0-255) and store this flag in the compressed data.\n\n"
+         "This flag stored in the compressed data will be used only when decompressing YUV directly as "
+         "RGB.\n\n"
+         "NOTE:\n"
+         "This setting has no effect when compressing and decompressing only in YUV color space.\n"
+         "The codec always compresses/decompresses YUV data as-is, without any explicit clipping.\n\n"
+         "RECOMMENDED:\n"
+         "If unsure, leave this UNCHECKED. Most of the time YUV data is expected to have limited range."},
+        {kInterpolate,
+         "Interpolate chroma when downsampling the color (U/V) planes using a 3x3 kernel.\n\n"
+         "This avoids color aliasing artifacts, at the expense of slightly slower (5-10%) compression "
+         "speed.\n\n"
+         "NOTE:\n"
+         "This setting only has an effect when conversion with chroma subsampling is involved (ex. RGB -> "
+         "YUV 4:2:2/4:2:0 compression)\n"},
+        {kMatrix,
+         "Color space for YUV formats. This setting affects YUV <-> RGB conversion.\n\n"
+         "This option will be saved in the encoded stream and will also be used when decompressing from "
+         "YUV to RGB formats.\n\n"
+         "NOTE:\n"
+         "This option is not relevant when compressing RGB inputs as-is."},
+        {kSaveDefault,
+         "Save current settings to the registry as defaults for the current variant of the codec.\n\n"
+         "NOTE:\n"
+         "Applications normally save the current codec settings while they are running, which override the "
+         "defaults!"},
     };
     FakeControls controls = Controls();
     ClientModel(VariantOf(kCodeYuv422)).Init(controls);

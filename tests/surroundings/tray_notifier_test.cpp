@@ -1,79 +1,14 @@
 #include "common/settings_records.h"
-#include "platform/host_path.h"
 #include "platform/thread_start_hook.h"
-#include "surroundings/tray_thread.h"
+#include "surroundings/recording_shell.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <condition_variable>
-#include <cstdio>
-#include <mutex>
 #include <string>
 #include <vector>
 
 namespace {
-
-/// Notes what the notifier asks of it, in words.
-class RecordingShell final : public TrayShell
-{
-  public:
-    void Add(void* window, TrayMode mode) override { Note(window, "add " + ModeText(mode)); }
-    void Update(void* window, TrayMode mode, const TrayTexts& texts, bool balloon) override
-    {
-        Note(window, (balloon ? "balloon " : "update ") + ModeText(mode) + ": " + texts.info);
-    }
-    void Remove(void* window) override { Note(window, "remove"); }
-
-    /// All that was noted, once there are `count` entries.
-    std::vector<std::string> WaitFor(size_t count)
-    {
-        std::unique_lock lock(mutex);
-        noted.wait(lock, [&] { return entries.size() >= count; });
-        return entries;
-    }
-
-    void* Window()
-    {
-        const std::lock_guard lock(mutex);
-        return lastWindow;
-    }
-
-  private:
-    static std::string ModeText(TrayMode mode) { return std::to_string(static_cast<int>(mode)); }
-
-    void Note(void* window, const std::string& entry)
-    {
-        const std::lock_guard lock(mutex);
-        EXPECT_NE(window, nullptr);
-        lastWindow = window;
-        entries.push_back(entry);
-        noted.notify_all();
-    }
-
-    std::mutex mutex;
-    std::condition_variable noted;
-    std::vector<std::string> entries;
-    void* lastWindow = nullptr;
-};
-
-TrayStatus StatusOf(TrayMode mode, uint32_t width)
-{
-    TrayStatus status;
-    status.Mode = mode;
-    status.Width = width;
-    status.Height = 3;
-    std::snprintf(status.FormatText, sizeof status.FormatText, "YUY2");
-    std::snprintf(status.CompressedText, sizeof status.CompressedText, "YUV");
-    return status;
-}
-
-std::string InfoOf(const TrayStatus& status)
-{
-    return BuildTrayTexts(status, ShortHostName(platform::HostPath())).info;
-}
-
-using Entries = std::vector<std::string>;
 
 TEST(TrayNotifier, ShowsUpdatesAndRemovesTheIconInTheOrderOfPosting)
 {
@@ -137,11 +72,8 @@ class OpenWindow final : public MessageWindow
     }
     void* Handle() const noexcept override { return inner->Handle(); }
     void Run() noexcept override { inner->Run(); }
-    bool Post(uint32_t message, intptr_t parameter) noexcept override
-    {
-        return inner->Post(message, parameter);
-    }
-    bool PostStop() noexcept override { return inner->PostStop(); }
+    void Post(uint32_t message) noexcept override { inner->Post(message); }
+    void PostStop() noexcept override { inner->PostStop(); }
 
   private:
     std::unique_ptr<MessageWindow> inner = MakeMessageWindow();
@@ -168,6 +100,18 @@ TEST(TrayNotifier, AClickBringsTheBalloonAgainWithTheCurrentStatus)
     shell.WaitFor(6);
 }
 
+TEST(TrayNotifier, AStatusThatNobodyPostedIsNotTaken)
+{
+    RecordingShell shell;
+    TrayHandle tray = TrayNotifier::Start(shell, std::make_unique<OpenWindow>());
+    tray->PostShowIcon();
+    shell.WaitFor(2); // nothing is pending now, so that this thread may speak for the window
+    for (const intptr_t forged : {intptr_t{0}, intptr_t{1}, intptr_t{0x12345678}})
+        EXPECT_EQ(OpenWindow::handler(OpenWindow::owner, kTrayStatus, forged), 0);
+    tray.reset();
+    EXPECT_EQ(shell.WaitFor(3), (Entries{"add 0", "update 0: " + InfoOf({}), "remove"}));
+}
+
 /// A window that could not be made: the thread waits for its stop all the same.
 class MissingWindow final : public MessageWindow
 {
@@ -181,12 +125,11 @@ class MissingWindow final : public MessageWindow
     }
     void* Handle() const noexcept override { return nullptr; }
     void Run() noexcept override { inner->Run(); }
-    bool Post(uint32_t, intptr_t) noexcept override
+    void Post(uint32_t) noexcept override
     {
         ADD_FAILURE() << "nothing is posted to a window that does not exist";
-        return false;
     }
-    bool PostStop() noexcept override { return inner->PostStop(); }
+    void PostStop() noexcept override { inner->PostStop(); }
 
   private:
     RecordingShell& shell;

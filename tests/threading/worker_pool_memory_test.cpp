@@ -1,5 +1,6 @@
-#include "failing_memory.h"
 #include "threading/worker_pool.h"
+
+#include "support/memory/allocation_budget.h"
 
 #include <gtest/gtest.h>
 
@@ -13,14 +14,14 @@ TEST(WorkerPoolMemory, ThePoolWorksWithTheThreadsThatThereIsMemoryFor)
     for (int limit = 0; limit <= 2 * kThreads; ++limit) {
         threading::WorkerPool pool;
         pool.SetThreadCount(kThreads);
-        LimitAllocations(limit);
-        pool.EnsureThreads();
-        const int left = AllocationsLeft();
         std::atomic<int> sum{0};
-        pool.Run(100, [&](int index, int) { sum += index; });
-        LiftAllocationLimit();
-        if (left > 0 && withoutFailure < 0)
-            withoutFailure = limit;
+        {
+            const AllocationBudget budget(limit);
+            pool.EnsureThreads();
+            if (!budget.IsUsedUp() && withoutFailure < 0)
+                withoutFailure = limit;
+            pool.Run(100, [&](int index, int) { sum += index; });
+        }
         EXPECT_EQ(sum, 4950) << limit;
         pool.SetThreadCount(2);
         pool.Run(100, [&](int index, int) { sum -= index; });
@@ -35,9 +36,10 @@ TEST(WorkerPoolMemory, ARunAllocatesNothing)
     pool.SetThreadCount(3);
     pool.EnsureThreads();
     std::atomic<int> sum{0};
-    LimitAllocations(0);
-    for (int run = 0; run < 100; ++run)
-        pool.Run(10, [&](int index, int) { sum += index; });
-    LiftAllocationLimit();
+    {
+        const AllocationBudget none(0);
+        for (int run = 0; run < 100; ++run)
+            pool.Run(10, [&](int index, int) { sum += index; });
+    }
     EXPECT_EQ(sum, 4500);
 }

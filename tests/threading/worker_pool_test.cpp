@@ -1,6 +1,7 @@
 #include "threading/worker_pool.h"
 
 #include "platform/thread_start_hook.h"
+#include "support/eventually.h"
 #include "support/long_tests.h"
 #include "support/test_seed.h"
 
@@ -42,9 +43,7 @@ int ThreadsAtWork(WorkerPool& pool, int expected)
     pool.Run(expected, [&](int, int threadIndex) {
         ++seen[static_cast<size_t>(threadIndex)];
         ++arrived;
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (arrived < expected && std::chrono::steady_clock::now() < end)
-            std::this_thread::yield();
+        Eventually([&] { return arrived >= expected; });
     });
     return static_cast<int>(std::count_if(seen.begin(), seen.end(), [](const auto& n) { return n > 0; }));
 }

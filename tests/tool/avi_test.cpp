@@ -218,7 +218,7 @@ TEST(Avi, HandlerZeroIsFoundByItsCompression)
     SetWord(bytes, Find(bytes, avi::kStrh) + 12, 0);
     EXPECT_EQ(ReadAviBytes(bytes).frames.size(), 3u);
     SetWord(bytes, Find(bytes, avi::kStrf) + 8 + 16, MakeFourCC("XYZW"));
-    EXPECT_THROW(ReadAviBytes(bytes), ToolError);
+    EXPECT_EQ(ReadAviBytes(bytes).frames.size(), 3u) << "by the frames themselves";
     SetWord(bytes, Find(bytes, avi::kStrh) + 12, MakeFourCC("o8y0"));
     EXPECT_EQ(ReadAviBytes(bytes).frames.size(), 3u);
 }
@@ -395,9 +395,11 @@ TEST(Avi, ForeignFilesAreRefused)
 {
     EXPECT_THROW(ReadAviBytes({}), ToolError);
     EXPECT_THROW(ReadAviBytes(Bytes(100, 0)), ToolError);
-    Bytes wave = MakeAvi(SomeFrames(1));
-    SetWord(wave, 8, MakeFourCC("WAVE"));
-    EXPECT_THROW(ReadAviBytes(wave), ToolError);
+    OtherWriter wave;
+    wave.List(avi::kRiff, MakeFourCC("WAVE"), 4 + 8 + 16 + 8 + 100);
+    wave.Chunk(MakeFourCC("fmt "), Bytes(16, 1));
+    wave.Chunk(MakeFourCC("data"), Bytes(100, 'O'));
+    EXPECT_THROW(ReadAviBytes(wave.bytes), ToolError);
     OtherWriter file;
     file.List(avi::kRiff, avi::kAvi, 0);
     file.List(avi::kList, avi::kHdrl, 0);

@@ -3,6 +3,7 @@
 #include "files/checksum_table.h"
 #include "files/frame_structure.h"
 #include "files/little_endian.h"
+#include "files/video_stream.h"
 #include "support/long_tests.h"
 #include "support/test_seed.h"
 #include "tool/run_command.h"
@@ -134,8 +135,10 @@ TEST_F(Checksums, EveryKindOfInputGetsThemAndPassesVerify)
                 << layout;
         }
     // With a conversion on the way they are those of what is stored.
-    RunGood({"encode", Name("in.raw"), "--raw", rawFile("RGB24", 8, 40), "--format", "yuv420", "-o",
-             Name("o.avi")});
+    EXPECT_EQ(Run({"encode", Name("in.raw"), "--raw", rawFile("RGB24", 8, 40), "--format", "yuv420", "-o",
+                   Name("o.avi")})
+                  .code,
+              0);
     EXPECT_EQ(RunGood({"verify", Name("o.avi")}), "2 frames are sound and match their checksums\n");
     const auto json = nlohmann::json::parse(RunGood({"info", Name("o.avi"), "--json"}));
     EXPECT_EQ(json["checksums"], true);
@@ -194,8 +197,8 @@ TEST_F(Checksums, AnyBitOfAnyFrameIsNoticed)
 TEST_F(Checksums, CuttingJoiningAndReorderingRaiseNoAlarm)
 {
     using List = std::vector<size_t>;
-    for (const List& order : {List{2, 3, 4}, List{0, 1}, List{5, 4, 3, 2, 1, 0},
-                              List{0, 1, 2, 3, 4, 5, 0, 1, 2}, List{3}, List{}}) {
+    for (const List& order :
+         {List{2, 3, 4}, List{0, 1}, List{5, 4, 3, 2, 1, 0}, List{0, 1, 2, 3, 4, 5, 0, 1, 2}, List{3}}) {
         std::vector<Bytes> edited;
         for (const size_t number : order)
             edited.push_back(frames[number]);
@@ -211,6 +214,20 @@ TEST_F(Checksums, CuttingJoiningAndReorderingRaiseNoAlarm)
     EXPECT_TRUE(result.out.starts_with("frame 1: damaged in block 4")) << result.out;
 }
 
+TEST_F(Checksums, DamagedFrameAtTheCutOfAFileIsKnownByItsNeighbors)
+{
+    for (const size_t damagedFrame : {2, 4}) {
+        std::vector<Bytes> cut = {frames[2], frames[3], frames[4]};
+        cut[damagedFrame - 2] = DamagedIn(frames[damagedFrame], 4);
+        const CommandResult result = Verify(Rewrite(cut, table));
+        ExpectError(result, 1, "1 fault found");
+        EXPECT_TRUE(result.out.starts_with("frame " + std::to_string(damagedFrame - 2) +
+                                           ": damaged in block 4 (U, "
+                                           "rows 28-55); the picture is wrong in rows 28-55"))
+            << result.out;
+    }
+}
+
 TEST_F(Checksums, ForeignFramesHaveNone)
 {
     RunGood({"encode", "-", "-o", Name("noise.avi"), "--method", "gradient"},
@@ -220,13 +237,14 @@ TEST_F(Checksums, ForeignFramesHaveNone)
     std::vector<Bytes> edited = frames;
     // One that happens to have the size of its neighbour, in the middle: the neighbour itself is still there.
     Bytes twin = frames[3];
-    twin[StructureOf(twin).blocks[0].offset + 5] ^= 1;
+    twin[StructureOf(twin).blocks[0].offset] ^= 2; // a block flag that no reader uses
     edited.insert(edited.begin() + 3, twin);
     edited.insert(edited.end(), {foreign[18], foreign[19]});
     const CommandResult result = Verify(Rewrite(edited, table));
     EXPECT_EQ(result.code, 0) << result.err << result.out;
-    EXPECT_EQ(result.out, "9 frames are sound; with checksums that match: 6, without any, so that the "
-                          "structure alone was checked: 3\n");
+    EXPECT_EQ(result.out, "remark: frame 3: block flags that no reader uses\n"
+                          "structure only for 3 of 9 frames: no checksums for them; frames that match their "
+                          "checksums: 6\n");
 }
 
 TEST_F(Checksums, FileWithoutThemIsVerifiedStructurally)
@@ -238,7 +256,9 @@ TEST_F(Checksums, FileWithoutThemIsVerifiedStructurally)
     writer.Finish();
     const CommandResult result = Verify(sink.bytes);
     EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(result.out, "6 frames are sound; there are no checksums, so this is the structure alone\n");
+    EXPECT_EQ(result.out,
+              "structure only: no checksums in this file; 6 frames decode, and all blocks end where "
+              "their samples do\n");
     EXPECT_EQ(nlohmann::json::parse(RunGood({"info", Name("other.avi"), "--json"}))["checksums"], false);
 }
 
@@ -299,6 +319,82 @@ TEST_F(Checksums, CutFileLosesThemAndSaysSo)
 {
     const Bytes part(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(file.frames[4].offset + 10));
     const CommandResult result = Verify(part);
-    ExpectError(result, 1, "1 fault found");
-    EXPECT_EQ(result.out, "the file is cut off behind its first 4 frames\n");
+    ExpectError(result, 1, "2 faults found");
+    EXPECT_EQ(result.out,
+              "the file is cut off after its first 4 frames\nother programs cannot seek in this file: the "
+              "index does not fit the frames\nrun orvane repair to have a file that other programs read\n");
+}
+
+TEST_F(Checksums, KilledRecordingHasThoseOfItsFrames)
+{
+    RunGood({"encode", "-", "-o", Name("slow.avi"), "--fps", "1"},
+            MakeY4m(kWidth, kHeight, "C420jpeg", kFrameBytes, 5)); // two seconds are two frames
+    const Bytes whole = ReadFile(Name("slow.avi"));
+    const AviFile slow = ReadAviBytes(whole);
+    ASSERT_EQ(slow.frames.size(), 5u);
+    EXPECT_EQ(VideoStream(std::make_unique<MemorySource>(whole), "whole").ReadChecksums().table->Count(), 5u);
+
+    const auto end = static_cast<ptrdiff_t>(slow.frames[4].offset + slow.frames[4].size);
+    const Bytes killed(whole.begin(), whole.begin() + end);
+    const VideoStream stream(std::make_unique<MemorySource>(killed), "killed");
+    EXPECT_EQ(stream.FrameCount(), 5u);
+    EXPECT_EQ(stream.ReadChecksums().table->Count(), 4u);
+}
+
+TEST_F(Checksums, DecodeNamesFramesAndRowsThatDoNotMatch)
+{
+    std::vector<Bytes> damaged = frames;
+    damaged[1] = DamagedIn(frames[1], 4);
+    damaged[3] = DamagedIn(DamagedIn(frames[3], 0), 2);
+    WriteFile(Name("bad.avi"), Rewrite(damaged, table));
+    const auto decode = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> line = {"decode", Name("bad.avi"), "-o", "-"};
+        line.insert(line.end(), options.begin(), options.end());
+        return Run(line);
+    };
+    const CommandResult whole = decode({});
+    ExpectError(whole, 3, "2 of 6 frames are damaged (1 in rows 28-55, 3 in rows 0-27, 56-83)");
+    EXPECT_EQ(PicturesOf(whole.out).size(),
+              PicturesOf(RunGood({"decode", Name("clip.avi"), "-o", "-"})).size())
+        << "all frames are there";
+    EXPECT_EQ(decode({"--no-check"}).code, 0);
+    EXPECT_EQ(decode({"--no-check"}).out, whole.out);
+    EXPECT_EQ(decode({"--frames", "4-5"}).code, 0);
+    ExpectError(decode({"--frames", "3"}), 3, "1 of 1 frame is damaged (3 in rows 0-27, 56-83)");
+    ExpectError(decode({"--frames", "2-5"}), 3, "1 of 4 frames is damaged (3 in rows 0-27, 56-83)");
+
+    Bytes other = table;
+    other[100] ^= 1;
+    WriteFile(Name("bad.avi"), Rewrite(frames, other));
+    ExpectError(decode({}), 3, "the checksums are damaged");
+    EXPECT_EQ(decode({"--no-check"}).code, 0);
+}
+
+TEST_F(Checksums, DecodeLooksAtPayloadsWhereThereAreNone)
+{
+    std::vector<Bytes> damaged = frames;
+    const BlockStructure block = StructureOf(frames[2]).blocks[1];
+    std::fill_n(damaged[2].begin() + block.offset + 10, 40, uint8_t{0xA5});
+    MemorySink sink;
+    AviWriter writer(sink, {file.handler, kWidth, kHeight, file.rate, file.bitmapInfo});
+    for (const Bytes& frame : damaged)
+        writer.WriteFrame(frame);
+    writer.Finish();
+    WriteFile(Name("bad.avi"), sink.bytes);
+    ExpectError(Run({"decode", Name("bad.avi"), "-o", "-"}), 3, "1 of 6 frames is damaged (2 in rows 28-55)");
+    EXPECT_EQ(Run({"decode", Name("bad.avi"), "-o", "-", "--no-check"}).code, 0);
+    EXPECT_TRUE(
+        Run({"verify", Name("bad.avi")}).out.starts_with("frame 2: damaged in block 1 (Y, rows 28-55): "));
+}
+
+TEST_F(Checksums, FileWithoutAPictureIsNotSound)
+{
+    EXPECT_EQ(Verify(Rewrite({}, table)).out, "the file has no frames\n");
+    const CommandResult first = Verify(Rewrite({{}, frames[0], {}}, table));
+    ExpectError(first, 1, "1 fault found");
+    EXPECT_EQ(first.out, "frame 0: it has no bytes, and no picture comes before it\n");
+    const CommandResult none = Verify(Rewrite({{}, {}}, table));
+    ExpectError(none, 1, "2 faults found");
+    EXPECT_EQ(none.out.find("sound"), std::string::npos);
+    EXPECT_EQ(Verify(Rewrite({frames[0], {}, frames[1]}, table)).code, 0);
 }

@@ -123,8 +123,8 @@ TEST_F(Clips, StillsAndSequencesComeBackIdentical)
     }
 }
 
-/// Real pictures in a layout: what a clip or still decodes to, or the bytes of another layout of the same size, which
-/// any layout takes.
+/// Real pictures in a layout: what a clip or still decodes to, or the bytes of another layout of the same
+/// size, which any layout takes.
 struct LayoutSource {
     const char* file;
     const char* decodedAs;

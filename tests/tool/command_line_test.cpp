@@ -78,9 +78,10 @@ TEST_F(CommandLine, JsonHasExactlyItsKeys)
     std::vector<std::string> keys;
     for (const auto& item : json.items())
         keys.push_back(item.key());
-    EXPECT_EQ(keys, (std::vector<std::string>{"fourcc", "format", "width", "height", "fps", "frames", "bytes",
-                                              "raw_bytes", "ratio", "matrix", "range", "interlaced",
-                                              "methods", "raw_blocks", "checksums", "frame_list"}));
+    EXPECT_EQ(keys,
+              (std::vector<std::string>{"fourcc", "format", "width", "height", "fps", "frames", "bytes",
+                                        "raw_bytes", "ratio", "matrix", "range", "interlaced", "methods",
+                                        "raw_blocks", "checksums", "converted", "problems", "frame_list"}));
     EXPECT_EQ(json["fourcc"], "O8Y0");
     EXPECT_EQ(json["width"], 32);
     EXPECT_EQ(json["height"], 60);

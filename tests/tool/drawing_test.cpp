@@ -125,7 +125,7 @@ TEST(BlockMap, BitsCountThePayloadAlone)
         EXPECT_EQ(SamplesOf(subject, i), samples[i]);
         EXPECT_DOUBLE_EQ(BitsOf(subject, i), bits[i]);
     }
-    EXPECT_FALSE(DrawBlockMap(subject).EncodePng("test").empty());
+    EXPECT_FALSE(DrawBlockMap(subject).EncodePng().empty());
 }
 
 TEST(BlockMap, AnyShapeOfPictureFits)
@@ -156,7 +156,7 @@ TEST(CanvasTest, NothingIsDrawnOutside)
     canvas.Tint({100, 100, 5, 5}, {9, 9, 9});
     canvas.Text(-30, -4, "long text \xC3\xA4 that leaves the canvas on both sides", {9, 9, 9});
     canvas.Text(3, 3, "", {9, 9, 9});
-    const StillImage image = DecodeStill(canvas.EncodePng("test"), "test");
+    const StillImage image = DecodeStill(canvas.EncodePng(), "test");
     EXPECT_EQ(image.pixels[0], 9);
     EXPECT_EQ(image.pixels[(6 * 20 + 2) * 3], 3);
 }

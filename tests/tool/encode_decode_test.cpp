@@ -1,11 +1,14 @@
 // The commands as users run them, over the codec itself.
 #include "common/frame_header.h"
+#include "driver/host_formats.h"
 #include "files/byte_source.h"
+#include "files/pixel_layout.h"
 #include "files/still_image.h"
 #include "platform/vfw.h"
 #include "tool/run_command.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace {
 
@@ -80,18 +83,41 @@ TEST_F(EncodeDecode, StandardStreamsCarryY4m)
               std::string::npos);
 }
 
+/// The layouts of hosts that frames keep to the last byte, as users name them.
+std::vector<std::string> LosslessLayouts()
+{
+    std::vector<std::string> names = {"RGB24", "RGBA"};
+    for (const HostFormat& format : kHostFormats) {
+        const std::string name = format.name;
+        if (FamilyOf(format.id) != 0 && name != "RGB" && name != "DIB ")
+            names.push_back(name.substr(0, name.find_last_not_of(' ') + 1));
+    }
+    return names;
+}
+
+TEST_F(EncodeDecode, TakesEveryLayoutOfTheDriver)
+{
+    std::vector<std::string> expected = LosslessLayouts();
+    expected.push_back("RGB32");
+    std::ranges::sort(expected);
+    std::vector<std::string> names;
+    std::istringstream list(LayoutNames());
+    for (std::string name; std::getline(list >> std::ws, name, ',');)
+        names.push_back(name);
+    std::ranges::sort(names);
+    EXPECT_EQ(names, expected);
+}
+
 TEST_F(EncodeDecode, RawFramesOfEveryLayoutComeBackIdentical)
 {
-    for (const char* layout :
-         {"RGB24", "RGBA", "I420", "IYUV", "YV12", "YUY2", "YUYV", "UYVY", "2vuy", "2Vuy", "HDYC", "I444",
-          "YV24", "v308", "AYUV", "v408", "Y800", "Y8", "GREY"}) {
-        const size_t frameBytes = PictureBytes(LayoutNamed(layout), 30, 20);
+    for (const std::string& layout : LosslessLayouts()) {
+        const size_t frameBytes = PictureBytes(LayoutNamed(layout.c_str()), 30, 20);
         const std::string raw = PicturesOf(MakeY4m(30, 20, "", frameBytes, 2));
         std::string frames;
         for (size_t i = 0; i < 2; ++i)
             frames += raw.substr(6 + i * (frameBytes + 6), frameBytes);
         WriteText(Name("in.raw"), frames);
-        const std::string form = "30x20:" + std::string(layout);
+        const std::string form = "30x20:" + layout;
         RunGood({"encode", Name("in.raw"), "--raw", form, "-o", Name("out.avi"), "--verify"});
         RunGood({"decode", Name("out.avi"), "--to", layout, "-o", Name("back.raw")});
         EXPECT_EQ(ReadFile(Name("back.raw")), ReadFile(Name("in.raw"))) << layout;
@@ -123,7 +149,7 @@ TEST_F(EncodeDecode, PicturesAndSequencesComeBackIdentical)
             Bytes pixels(info.FrameBytes());
             for (size_t k = 0; k < pixels.size(); ++k)
                 pixels[k] = static_cast<uint8_t>(k * 5 + i);
-            pictures.push_back(EncodeStill(StillKind::Png, info, pixels, "test"));
+            pictures.push_back(EncodeStill(StillKind::Png, info, pixels));
             WriteFile(Name("a" + std::to_string(i) + ".png"), pictures.back());
         }
         RunGood({"encode", Name("a%d.png"), "-o", Name("out.avi"), "--verify"});
@@ -136,20 +162,95 @@ TEST_F(EncodeDecode, PicturesAndSequencesComeBackIdentical)
     }
 }
 
-TEST_F(EncodeDecode, ConversionsAreVerifiedAsPlanes)
+TEST_F(EncodeDecode, WhatAConversionLosesIsSaidBeforeItStarts)
+{
+    const struct {
+        const char* layout;
+        const char* format;
+        const char* lost; ///< null: nothing
+    } cases[] = {{"RGB24", "rgb", nullptr},
+                 {"RGB32", "rgb", nullptr},
+                 {"RGB24", "yuv444", "colour"},
+                 {"RGB24", "yuv422", "colour, chroma subsampled"},
+                 {"RGB24", "gray", "colour, chroma dropped"},
+                 {"RGBA", "rgb", "alpha dropped"},
+                 {"RGBA", "yuv420", "colour, chroma subsampled, alpha dropped"}};
+    WriteText(Name("in.raw"), PicturesOf(MakeY4m(32, 24, "", 32 * 24 * 4, 1)).substr(6));
+    for (const auto& [layout, format, lost] : cases) {
+        Bytes pixels = ReadFile(Name("in.raw"));
+        pixels.resize(PictureBytes(LayoutNamed(layout), 32, 24));
+        WriteFile(Name("one.raw"), pixels);
+        const std::string raw = "32x24:" + std::string(layout);
+        const auto encode = [&](const std::vector<std::string>& options) {
+            std::vector<std::string> line = {"encode",       Name("one.raw"), "--raw",    raw,
+                                             "--format",     format,          "--verify", "-o",
+                                             Name("out.avi")};
+            line.insert(line.end(), options.begin(), options.end());
+            std::filesystem::remove(PathOf(Name("out.avi")));
+            return Run(line);
+        };
+        const CommandResult warned = encode({});
+        EXPECT_EQ(warned.code, 0) << warned.err;
+        EXPECT_NE(warned.out.find("verified"), std::string::npos);
+        EXPECT_EQ(std::ranges::count(warned.err, '\n'), lost ? 1 : 0) << warned.err;
+        const std::string info = RunGood({"info", Name("out.avi")});
+        const auto json = RunGood({"info", Name("out.avi"), "--json"});
+        const std::vector<std::string> verify = {"verify",        Name("out.avi"), "--against",
+                                                 Name("one.raw"), "--raw",         raw};
+        std::vector<std::string> afterConversion = verify;
+        afterConversion.emplace_back("--after-conversion");
+        if (lost == nullptr) {
+            EXPECT_EQ(info.find("converted"), std::string::npos) << info;
+            EXPECT_NE(json.find("\"converted\": null"), std::string::npos);
+            EXPECT_NE(RunGood(verify).find("1 frame is identical"), std::string::npos);
+            EXPECT_EQ(encode({"--lossless"}).code, 0);
+            continue;
+        }
+        EXPECT_TRUE(warned.err.starts_with("orvane: warning: " + std::string(layout) + " to ")) << warned.err;
+        EXPECT_NE(warned.err.find("not lossless: " + std::string(lost) + ","), std::string::npos)
+            << warned.err;
+        EXPECT_NE(info.find("converted  " + std::string(lost) + "\n"), std::string::npos) << info;
+        EXPECT_NE(json.find("\"converted\": \"" + std::string(lost) + "\""), std::string::npos);
+        const std::string line = "converted: " + std::string(lost) + "; equal after the same conversion\n";
+        const CommandResult compared = Run(verify);
+        ExpectError(compared, 1, "1 fault found");
+        EXPECT_EQ(compared.out, line);
+        EXPECT_EQ(RunGood(afterConversion), line);
+        ExpectError(encode({"--lossless"}), 1, "not lossless: " + std::string(lost));
+        EXPECT_FALSE(Exists("out.avi"));
+        EXPECT_FALSE(Exists("out.avi.part")) << "refused before anything is written";
+    }
+    WriteFile(Name("one.raw"), Bytes(32 * 24 * 3, 7));
+    ExpectError(
+        Run({"encode", Name("one.raw"), "--raw", "32x24:RGB24", "--format", "yuva444", "-o", Name("o.avi")}),
+        1, "no way from RGB24");
+}
+
+TEST_F(EncodeDecode, EitherWayToSubsampleChromaIsRecognized)
 {
     WriteText(Name("in.raw"), PicturesOf(MakeY4m(32, 24, "", 32 * 24 * 3, 1)).substr(6));
-    for (const char* format : {"yuv444", "yuv422", "yuv420", "gray"})
+    for (const char* format : {"yuv422", "yuv420"})
         for (const char* option : {"--interpolate", "--no-interpolate"}) {
-            const CommandResult result = Run({"encode", Name("in.raw"), "--raw", "32x24:RGB24", "--format",
-                                              format, option, "--verify", "-o", Name("out.avi")});
-            EXPECT_EQ(result.code, 0) << format << result.err;
-            EXPECT_NE(result.out.find("verified"), std::string::npos);
-            RunGood({"verify", Name("out.avi"), "--against", Name("in.raw"), "--raw", "32x24:RGB24"});
+            EXPECT_EQ(Run({"encode", Name("in.raw"), "--raw", "32x24:RGB24", "--format", format, option,
+                           "--verify", "-o", Name(std::string(format) + option + ".avi")})
+                          .code,
+                      0);
+            RunGood({"verify", Name(std::string(format) + option + ".avi"), "--against", Name("in.raw"),
+                     "--raw", "32x24:RGB24", "--after-conversion"});
         }
-    ExpectError(
-        Run({"encode", Name("in.raw"), "--raw", "32x24:RGB24", "--format", "yuva444", "-o", Name("o.avi")}),
-        1, "no way from RGB24");
+}
+
+TEST_F(EncodeDecode, DifferenceFromTheSourceStaysOneAfterTheConversion)
+{
+    WriteText(Name("in.raw"), PicturesOf(MakeY4m(32, 24, "", 32 * 24 * 3, 1)).substr(6));
+    Run({"encode", Name("in.raw"), "--raw", "32x24:RGB24", "--format", "yuv420", "-o", Name("out.avi")});
+    Bytes other = ReadFile(Name("in.raw"));
+    other[300] ^= 0x80;
+    WriteFile(Name("other.raw"), other);
+    const CommandResult result = Run({"verify", Name("out.avi"), "--against", Name("other.raw"), "--raw",
+                                      "32x24:RGB24", "--after-conversion"});
+    ExpectError(result, 1, "1 fault found");
+    EXPECT_EQ(result.out, "frame 0: differs from the source\n");
 }
 
 TEST_F(EncodeDecode, FieldsOfTheInputComeBack)
@@ -276,8 +377,7 @@ TEST_F(EncodeDecode, InputIsNeverOverwritten)
     ExpectError(Run({"encode", Name("out.avi.part"), "--raw", "4x4:RGB24", "-o", Name("out.avi")}), 1,
                 "cannot open");
     WriteFile(Name("out.avi.part"), Bytes(48, 0));
-    ExpectError(Run({"encode", Name("out.avi.part"), "--raw", "4x4:RGB24", "-o", Name("out.avi")}), 2,
-                "overwrite");
+    RunGood({"encode", Name("out.avi.part"), "--raw", "4x4:RGB24", "-o", Name("out.avi")});
     EXPECT_EQ(ReadFile(Name("out.avi.part")), Bytes(48, 0));
 }
 
@@ -290,7 +390,7 @@ TEST_F(EncodeDecode, DamagedFrameLeavesThePictureBefore)
     WriteFile(Name("bad.avi"), bytes);
 
     const CommandResult decoded = Run({"decode", Name("bad.avi"), "-o", "-"});
-    ExpectError(decoded, 3, "1 of 4 frames are damaged (2)");
+    ExpectError(decoded, 3, "1 of 4 frames is damaged (2)");
     const size_t frame = 6 + 1152;
     const std::string pictures = PicturesOf(y4m);
     EXPECT_EQ(PicturesOf(decoded.out),
@@ -336,7 +436,45 @@ TEST_F(EncodeDecode, RewrittenHeaderIsPutRight)
     std::fill_n(std::ranges::search(bytes, strh).begin() + 12, 4, uint8_t{0}); // no handler
     WriteFile(Name("odd.avi"), bytes);
     EXPECT_EQ(PicturesOf(RunGood({"decode", Name("odd.avi"), "-o", "-"})), PicturesOf(y4m));
-    RunGood({"verify", Name("odd.avi")});
+}
+
+TEST_F(EncodeDecode, FilesThatHostsCannotOpenAreNotWhole)
+{
+    EncodeClip(kClips[0]);
+    const Bytes good = ReadFile(Name("out.avi"));
+    const auto find = [&](const char* id) {
+        return static_cast<size_t>(std::search(good.begin(), good.end(), id, id + 4) - good.begin());
+    };
+    const auto replaced = [&](size_t at, std::initializer_list<uint8_t> bytes) {
+        Bytes other = good;
+        std::ranges::copy(bytes, other.begin() + static_cast<ptrdiff_t>(at));
+        return other;
+    };
+    const struct {
+        Bytes bytes;
+        const char* problem;
+    } cases[] = {{replaced(find("strf") + 8, {40}),
+                  "other programs cannot open this file: the bitmap header gave its size as 40 bytes"},
+                 {replaced(find("ix00") + 12, {1}),
+                  "other programs cannot seek in this file: the index does not fit the frames"}};
+    for (const auto& [bytes, problem] : cases) {
+        WriteFile(Name("odd.avi"), bytes);
+        const CommandResult verified = Run({"verify", Name("odd.avi")});
+        ExpectError(verified, 1, "1 fault found");
+        EXPECT_EQ(
+            verified.out.substr(verified.out.find("other")),
+            problem +
+                std::string("\nthe pictures are right; run orvane repair to have a file that other programs "
+                            "read\n"));
+        const std::string info = RunGood({"info", Name("odd.avi")});
+        EXPECT_NE(info.find(problem), std::string::npos) << info;
+        EXPECT_NE(info.find("the pictures are right"), std::string::npos) << info;
+        EXPECT_NE(info.find("run orvane repair"), std::string::npos) << info;
+        EXPECT_NE(RunGood({"info", Name("odd.avi"), "--json"}).find(problem), std::string::npos);
+        std::filesystem::remove(PathOf(Name("mended.avi")));
+        RunGood({"repair", Name("odd.avi"), "-o", Name("mended.avi")});
+        RunGood({"verify", Name("mended.avi")});
+    }
 }
 
 TEST_F(EncodeDecode, DeepAndForeignInputsAreRefused)
@@ -345,7 +483,7 @@ TEST_F(EncodeDecode, DeepAndForeignInputsAreRefused)
     ExpectError(Run({"encode", "-", "-o", Name("o.avi")}, "hello"), 1, "Y4M");
     WriteText(Name("x.avi"), "RIFF....AVI ");
     ExpectError(Run({"decode", Name("x.avi"), "-o", "-"}), 1, "no video stream");
-    ExpectError(Run({"info", Name("none.avi")}), 1, "cannot open");
+    ExpectError(Run({"info", Name("none.avi")}), 1, "cannot open the file (No such file or directory)");
     ExpectError(Run({"encode", Name("in.mov"), "-o", Name("o.avi")}), 2, "no kind of input");
     WriteFile(Name("x.raw"), Bytes(100, 0));
     ExpectError(Run({"encode", Name("x.raw"), "-o", Name("o.avi")}), 2, "--raw");

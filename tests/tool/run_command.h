@@ -27,6 +27,7 @@ class CommandTest : public testing::Test
         std::istringstream in(input);
         std::ostringstream out, err;
         ToolContext context{driver, in, out, err};
+        context.outputs.force = replaceOutputs;
         const int code = RunTool(arguments, context);
         return {code, out.str(), err.str()};
     }
@@ -55,6 +56,7 @@ class CommandTest : public testing::Test
 
     TestFolder folder;
     TestStore store;
+    bool replaceOutputs = true; ///< as with --force, so that a test may write a name again
 };
 
 /// A Y4M stream of moving content. `fields` stand behind width and height, as "C444 F30:1".

@@ -220,12 +220,61 @@ TEST_F(Y4mFields, AspectChromaNameAndFieldOrderComeBack)
               "YUV4MPEG2 W32 H24 F25:1 Ib A59:54 C422 XCOLORRANGE=FULL");
 }
 
+TEST_F(Y4mFields, ARangeThatIsNotSaidStaysUnknownUnlessAnOptionSaysIt)
+{
+    EXPECT_EQ(Back("F25:1 Ip A1:1 C420jpeg", 1152), "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420jpeg");
+    EXPECT_EQ(Back("F25:1 Ip A1:1 C420jpeg", 1152, {"--full-range"}),
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=FULL");
+}
+
+TEST_F(Y4mFields, TagsComeBack)
+{
+    EXPECT_EQ(Back("F25:1 Ip A1:1 C420jpeg XSHOT=12 XYSCSS=420JPEG XTAKE=3", 1152),
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420jpeg XSHOT=12 XTAKE=3")
+        << "C says what XYSCSS does";
+}
+
+TEST_F(Y4mFields, WhatCannotBeKeptIsWarnedOfOnce)
+{
+    const auto warningsOf = [&](const std::string& fields, const std::string& frameLine) {
+        std::string y4m = MakeY4m(32, 24, fields, 1152, 3);
+        for (size_t at = 0; (at = y4m.find("FRAME\n", at)) != y4m.npos; at += frameLine.size())
+            y4m.replace(at, 6, frameLine);
+        const CommandResult result = Run({"encode", "-", "-o", Name("out.avi")}, y4m);
+        EXPECT_EQ(result.code, 0) << result.err;
+        return result.err;
+    };
+    EXPECT_EQ(warningsOf("F25:1 C420jpeg", "FRAME\n"), "");
+    EXPECT_EQ(warningsOf("C420jpeg I? A0:0", "FRAME \n"), "");
+    EXPECT_EQ(warningsOf("F0:0 C420jpeg", "FRAME\n"), "orvane: warning: the Y4M stream says no usable frame "
+                                                      "rate (F0:0), standard input, 25 frames a second "
+                                                      "are taken; --fps sets another rate\n");
+    EXPECT_NE(warningsOf("F25:1 Im", "FRAME\n").find("the interlacing Im"), std::string::npos);
+    EXPECT_NE(warningsOf("F25:1 Zoom", "FRAME\n").find("the field Zoom"), std::string::npos);
+    EXPECT_NE(warningsOf("F25:1 XCOLORRANGE=WIDE", "FRAME\n").find("the range XCOLORRANGE=WIDE"),
+              std::string::npos);
+    const std::string frames = warningsOf("F25:1", "FRAME Ixyz\n");
+    EXPECT_NE(frames.find("parameters of their own, standard input frame 0"), std::string::npos) << frames;
+    EXPECT_EQ(std::ranges::count(frames, '\n'), 1) << "three frames, one warning";
+    const std::string tags =
+        warningsOf("F25:1 X" + std::string(1500, 'a') + " X" + std::string(1500, 'b'), "FRAME\n");
+    EXPECT_NE(tags.find("tags of the Y4M stream are too long"), std::string::npos) << tags;
+}
+
+TEST_F(Y4mFields, AStreamWithoutFramesIsAnErrorAndLeavesNothing)
+{
+    ExpectError(Run({"encode", "-", "-o", Name("none.avi")}, "YUV4MPEG2 W32 H24 F25:1\n"), 1,
+                "the input has no frames");
+    EXPECT_FALSE(Exists("none.avi"));
+    EXPECT_FALSE(Exists("none.avi.part"));
+}
+
 TEST_F(Y4mFields, OptionsAndOtherLayoutsWin)
 {
     EXPECT_EQ(Back("F25:1 Ib A1:1 C420mpeg2", 1152, {"--no-interlaced"}),
-              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420mpeg2 XCOLORRANGE=LIMITED");
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C420mpeg2");
     EXPECT_EQ(FirstLineOf(RunGood({"decode", Name("out.avi"), "-o", "-", "--to", "I444"})),
-              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C444 XCOLORRANGE=LIMITED");
+              "YUV4MPEG2 W32 H24 F25:1 Ip A1:1 C444");
 }
 
 TEST(Y4m, StrayFieldsInAFileDoNothing)
@@ -248,7 +297,7 @@ TEST(Y4m, LastInterlaceFieldHolds)
     const VideoInfo progressive = ParseY4mHeader("YUV4MPEG2 W8 H8 F25:1 Ib Ip", "test").info;
     EXPECT_EQ(progressive.interlaced, false);
     EXPECT_EQ(progressive.bottomFieldFirst, std::nullopt);
-    EXPECT_EQ(MakeY4mFields(progressive), "");
+    EXPECT_EQ(MakeY4mFields(progressive), "XCOLORRANGE=?");
     EXPECT_EQ(ParseY4mHeader("YUV4MPEG2 W8 H8 F25:1 Ip Ib", "test").info.bottomFieldFirst, true);
 }
 

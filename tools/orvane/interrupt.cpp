@@ -1,27 +1,15 @@
 #include "interrupt.h"
 
+#include "platform/end_request.h"
 #include "tool_error.h"
 
-#include <atomic>
-#include <csignal>
-
-namespace {
-
-std::atomic<bool> interrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may set it");
-
-} // namespace
-
-void CatchInterrupt()
+bool IsInterrupted()
 {
-    std::signal(SIGINT, [](int) {
-        interrupted = true;
-        std::signal(SIGINT, SIG_DFL);
-    });
+    return platform::IsEndRequested();
 }
 
 void ThrowIfInterrupted()
 {
-    if (interrupted.exchange(false))
+    if (IsInterrupted())
         throw ToolError("interrupted", "", "start again to have the whole result");
 }

@@ -1,8 +1,8 @@
-// Ctrl-C. Commands look at it between frames, so that what was written stays readable.
+// The user, or the system, asks the tool to end. Commands look at it between frames, so that what was written
+// can be finished; main then ends the process as the request would have.
 #pragma once
 
-/// From now on Ctrl-C sets a mark; a second one ends the program at once.
-void CatchInterrupt();
+bool IsInterrupted();
 
-/// Throws ToolError once the mark is set.
+/// Throws ToolError once a request has come.
 void ThrowIfInterrupted();

@@ -1,5 +1,7 @@
 #include "progress.h"
 
+#include "counted.h"
+
 #include <cstdio>
 #include <ostream>
 #include <string>
@@ -52,7 +54,7 @@ void Progress::Show()
     char text[128];
     std::snprintf(text, sizeof text, " %.1f fps %.0f MB/s ratio %.2f", speed,
                   static_cast<double>(raw) / seconds / 1e6, Ratio(raw, compressed));
-    std::string line = std::to_string(frames) + " frames" + text;
+    std::string line = Counted(frames, "frame") + text;
     if (frameCount && *frameCount > 0) {
         const double part = static_cast<double>(frames) / static_cast<double>(*frameCount);
         const auto left = static_cast<int>(seconds / part - seconds + 0.5);

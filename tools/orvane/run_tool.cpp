@@ -1,6 +1,7 @@
 #include "run_tool.h"
 
 #include "commands/command.h"
+#include "files/pixel_layout.h"
 
 #include <algorithm>
 #include <new>
@@ -26,6 +27,13 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
     CLI::App app("Lossless intra-frame video codec: encodes to AVI, decodes, looks into files.", "orvane");
     app.set_version_flag("--version", kToolVersion);
     app.add_flag("-q,--quiet", context.quiet, "No progress");
+    app.add_flag("--force", context.outputs.force,
+                 "Replace existing outputs and unfinished ones; never an input");
+    constexpr char kMaxPixels[] = "--max-pixels";
+    uint64_t maxPixels = kDefaultMaxPixels;
+    app.add_option(kMaxPixels, maxPixels, "Largest picture that an input may ask for")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     app.require_subcommand(1);
     // Names may begin with a slash. Commands inherit this, so that it comes before them.
     app.allow_windows_style_options(false);
@@ -34,8 +42,9 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
                            AddInspectCommand, AddPlotCommand, AddRepairCommand, AddConfigCommand})
         add(app, action);
     app.footer(kFooter);
-    const auto command =
-        std::ranges::find_if(arguments, [](const auto& text) { return !text.starts_with('-'); });
+    auto command = arguments.begin();
+    while (command != arguments.end() && command->starts_with('-'))
+        command += *command == kMaxPixels && command + 1 != arguments.end() ? 2 : 1;
     const auto isCommand = [&](const CLI::App* known) { return known->get_name() == *command; };
     if (command != arguments.end() && std::ranges::none_of(app.get_subcommands(nullptr), isCommand))
         throw UsageError("there is no command " + *command, "", kSeeHelp);
@@ -48,6 +57,7 @@ Action ParseCommandLine(const std::vector<std::string>& arguments, ToolContext& 
     } catch (const CLI::ParseError& error) {
         throw UsageError(arguments.empty() ? "a command is missing" : error.what(), "", kSeeHelp);
     }
+    SetMaxPixels(maxPixels);
     return action;
 }
 
@@ -60,7 +70,11 @@ int RunTool(const std::vector<std::string>& arguments, ToolContext& context)
         return static_cast<int>(error.exitCode);
     };
     try {
-        return static_cast<int>(ParseCommandLine(arguments, context)(context));
+        const ExitCode code = ParseCommandLine(arguments, context)(context);
+        context.out.flush();
+        if (!context.out)
+            throw ToolError("cannot write to standard output", "", "the reader is gone or the disk is full");
+        return static_cast<int>(code);
     } catch (const ToolError& error) {
         return fail(error);
     } catch (const std::bad_alloc&) {

@@ -38,3 +38,15 @@ struct UsageError : ToolError {
 /// The error line with its line end. Control characters of any part become '?', so that it is always one
 /// line.
 std::string ErrorLine(const ToolError& error);
+
+/// Something that is lost without harm to the rest. Prints as "orvane: warning: what, where, remedy".
+struct ToolWarning {
+    std::string what;
+    std::string where;
+    std::string remedy; ///< what is done about it, or what the user can do
+};
+std::string WarningLine(const ToolWarning& warning);
+
+/// Why the last call of the system failed, in its own words. Set errno to 0 before a call that may leave it
+/// alone.
+std::string SystemReason();

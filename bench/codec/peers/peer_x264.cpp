@@ -8,8 +8,8 @@ extern "C" {
 
 namespace {
 
-/// H.264, lossless, every frame by itself, at the fastest preset. The library has no decoder: what the encoder
-/// keeps as the decoded picture stands for one when the loss is checked.
+/// H.264, lossless, every frame by itself, at the fastest preset. The library has no decoder: what the
+/// encoder keeps as the decoded picture stands for one when the loss is checked.
 class X264Peer final : public Peer
 {
   public:

@@ -5,36 +5,41 @@
 
 #include "common/format_id.h"
 
+#include <cassert>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 
 /// InputColorSpace: every input that the variant can take.
 inline constexpr uint32_t kAllInputs = 0xFFFFFFFF;
 
+/// category  101 to 132
 constexpr uint32_t CategoryBit(FormatId category)
 {
+    assert(category >= 101 && category <= 132);
     return 1U << (category - 101);
 }
 
-/// A category with the text under which users choose it, and the host layouts in it.
 struct InputCategory {
     FormatId category;
-    const char* label;
+    /// For more than 8 bits per sample: the text under which users choose it. Other texts follow from the
+    /// layouts.
+    const char* deepLabel = "";
 };
 
 /// In the order in which they are offered.
 inline constexpr InputCategory kInputCategories[] = {
-    {101, "RGB - (RGB32,RGB24)"},
-    {103, "YUV 4:4:4 - (YV24,I444,v408,v308)"},
-    {104, "YUV 4:2:2 - (YUY2,YUYV,UYVY,2vuy,HDYC)"},
-    {105, "YUV 4:2:0 - (YV12,I420,IYUV)"},
-    {107, "YUV 4:0:0 - (Y8,Y800,GREY)"},
-    {102, "RGBA - (RGB32 with alpha)"},
-    {106, "YUVA 4:4:4:4 - (AYUV,v408)"},
+    {101},
+    {103},
+    {104},
+    {105},
+    {107},
+    {102},
+    {106},
     {118, "YUV 10-bit 4:4:4 - (v410,I4AL,Y3[0][10])"},
     {108, "YUV 10-bit 4:2:2 - (v210,P210,I2AL,Y3[10][10])"},
     {123, "YUV 10-bit 4:2:0 - (P010,I0AL,Y3[11][10])"},
-    {115, ""},
+    {115},
     {109, "RGB 10-bit - (r210,R10k,G3[0][10],GBAL)"},
     {110, "RGBA 10-bit - (G4[0][10])"},
     {111, "RGB 12-bit - (G3[0][12])"},
@@ -44,6 +49,10 @@ inline constexpr InputCategory kInputCategories[] = {
     {116, "RGB 16-bit - (b48r,b64a,BGR[48],BRA[64],G3[0][16],GBFL)"},
     {117, "RGBA 16-bit - (b64a,G4[0][16])"},
 };
+
+/// The text under which users choose a category: its format, and the names of the layouts in it, planar ones
+/// first.
+std::string InputLabel(const InputCategory& category);
 
 /// Which settings mean something to a variant.
 struct VariantTraits {

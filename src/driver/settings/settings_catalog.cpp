@@ -108,7 +108,8 @@ std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value
     return value;
 }
 
-void ResetSetting(const CatalogEntry& setting)
+bool ResetSetting(const CatalogEntry& setting)
 {
     OpenKeyOf(setting)->Delete(setting.name);
+    return !OpenKeyOf(setting)->Read(setting.name);
 }

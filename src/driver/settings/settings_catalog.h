@@ -38,5 +38,5 @@ uint32_t LoadSetting(const CatalogEntry& setting);
 /// Dynamic. Gives what was stored, nothing when the rule does not allow the value.
 std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value);
 
-/// Removes the stored value.
-void ResetSetting(const CatalogEntry& setting);
+/// Removes the stored value. False when the store still has it.
+bool ResetSetting(const CatalogEntry& setting);

@@ -4,7 +4,8 @@
 #include "platform/vfw.h"
 
 namespace __gnu_cxx {
-void __freeres(); // of the C++ runtime: gives back the memory that it keeps for exceptions when there is no other
+void __freeres(); // of the C++ runtime: gives back the memory that it keeps for exceptions when there is no
+                  // other
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds)

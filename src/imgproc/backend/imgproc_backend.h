@@ -1,5 +1,5 @@
-// What the core knows of a plane layout: how many planes there are, how large each is, and the predictors for its
-// sample type.
+// What the core knows of a plane layout: how many planes there are, how large each is, and the predictors for
+// its sample type.
 #pragma once
 
 #include "common/plane_info.h"
@@ -30,8 +30,8 @@ struct PredictorScores {
     bool operator==(const PredictorScores&) const = default;
 };
 
-/// A plane layout with its predictors. Objects have no state: any number of threads may use one at once, each on
-/// rows of its own. Nothing here fails; sizes and views are the caller's promise.
+/// A plane layout with its predictors. Objects have no state: any number of threads may use one at once, each
+/// on rows of its own. Nothing here fails; sizes and views are the caller's promise.
 class ImgProcBackend
 {
   public:
@@ -48,17 +48,18 @@ class ImgProcBackend
     virtual int GetBitsPerSample() const = 0;
 
     /// Rates the three predictors on the samples of a block.
-    virtual PredictorScores ScorePredictors(const PlaneInfo& view, int width, int height) const = 0;
-    /// Writes the residuals of a block to `target`, which does not overlap `source`. width, height: 1 or more.
-    virtual void Predict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+    virtual PredictorScores ScorePredictors(const ConstPlaneInfo& view, int width, int height) const = 0;
+    /// Writes the residuals of a block to `target`, which does not overlap `source`. width, height: 1 or
+    /// more.
+    virtual void Predict(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                          PredictMethod method) const = 0;
     /// Turns the samples of a block into their residuals. width, height: 1 or more.
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
-    /// Turns the residuals of blocks of one width, which do not overlap, back into samples. width, heights: 1 or more. Many at once are
-    /// faster than one by one where blocks are low.
+    /// Turns the residuals of blocks of one width, which do not overlap, back into samples. width, heights: 1
+    /// or more. Many at once are faster than one by one where blocks are low.
     virtual void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const = 0;
 
     /// ScorePredictors and Predict in one pass over the block.
-    virtual PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width,
+    virtual PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
                                             int height, PredictMethod method) const = 0;
 };

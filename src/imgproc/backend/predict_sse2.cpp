@@ -1,15 +1,22 @@
 // The forward step and the scores, 16 samples at a time.
 //
 // A row is covered by one vector at column 0, aligned vectors over its body, and one vector that ends with
-// the row; the first and the last may overlap the body, where they hold the same residuals. In place, all
-// samples have to be read before they are overwritten: the two outer vectors are computed first and stored
-// last, and the body runs from right to left, so that the left neighbours of a vector are untouched when its
-// turn comes.
+// the row:
+//
+//     columns   0                                        width - 1
+//     first     [0 ........ 15]
+//     body         [BodyStart ...][ ..... ][ .. BodyEnd)
+//     last                                [width - 16 ......... ]
+//
+// Where first and last overlap the body they hold the same residuals. In place, all samples have to be read
+// before they are overwritten: the two outer vectors are computed first and stored last, and the body runs
+// from right to left, so that the left neighbors of a vector are untouched when it is loaded.
 #include "imgproc/backend/predictor_rows_scalar.h"
 #include "imgproc/backend/predictor_rule_sse2.h"
 #include "imgproc/backend/predictors.h"
 #include "imgproc/backend/row_cut.h"
 
+#include <cassert>
 #include <type_traits>
 
 namespace {
@@ -60,6 +67,7 @@ template <class Rule, class Observer>
 void PredictRowSse2(Rule rule, const uint8_t* row, const uint8_t* above, uint8_t* target, int width,
                     Observer observe)
 {
+    assert(width >= 1 && (target == row || target + width <= row || row + width <= target));
     if (width < 16) {
         PredictRowScalar(rule, row, above, target, width);
         return;
@@ -115,7 +123,7 @@ class ScoreSums
 
 } // namespace
 
-void PredictSse2(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+void PredictSse2(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                  PredictMethod method)
 {
     if (width <= 0 || height <= 0)
@@ -140,7 +148,7 @@ void PredictInPlaceSse2(const PlaneInfo& view, int width, int height, PredictMet
     PredictRowSse2(LeftRule(), view.data, &kAboveFirstRow, view.data, width, NoObserver());
 }
 
-PredictorScores ScorePredictorsSse2(const PlaneInfo& view, int width, int height)
+PredictorScores ScorePredictorsSse2(const ConstPlaneInfo& view, int width, int height)
 {
     if (width <= 0)
         return {};
@@ -155,8 +163,8 @@ PredictorScores ScorePredictorsSse2(const PlaneInfo& view, int width, int height
     return sums.Total();
 }
 
-PredictorScores ScoreAndPredictSse2(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
-                                    PredictMethod method)
+PredictorScores ScoreAndPredictSse2(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
+                                    int height, PredictMethod method)
 {
     if (width <= 0 || height <= 0)
         return {};

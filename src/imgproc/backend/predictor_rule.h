@@ -1,35 +1,45 @@
-// What the three predictors mean: the prediction of one sample from its neighbours.
+// The three predictors: each gives the prediction of one sample from its neighbors.
 //
-// The neighbours are L (left), T (above) and TL (above left). The edges of a block need no rule of their own:
-// above row 0 lie zeros, and row 0 is Left with every method; left of column 0 both L and TL are taken as T,
-// which makes T the prediction of all three. So row 0 needs a row above of which only the first sample, 0, is
-// looked at.
+//     TL  T        TL  above left     T  above
+//     L   x        L   left           x  the sample
+//
+// The edges of a block need no rule of their own. Above row 0 all samples are 0, and row 0 is Left with every
+// method. Left of column 0 both L and TL are taken as T, which makes T the prediction of all three. So row 0
+// needs a row above of which only the first sample, 0, is read.
 #pragma once
 
-#include "common/settings_records.h"
+#include "common/predict_methods.h"
 
 #include <cstdint>
 
 inline constexpr uint8_t kAboveFirstRow = 0;
 
+/// L.
 struct LeftRule {
-    /// Whether samples of the row above behind its first one matter.
+    static constexpr PredictMethod kMethod = PredictMethod::Left;
+    /// Whether samples of the row above after its first one matter.
     static constexpr bool kUsesAbove = false;
+    /// Whether a row is undone by a running sum of its residuals, with the row above added where it is used.
+    static constexpr bool kRunningSum = true;
     uint8_t operator()(uint8_t left, uint8_t /*above*/, uint8_t /*aboveLeft*/) const { return left; }
 };
 
+/// L + T - TL, wrapped to a byte without clamping.
 struct GradientRule {
+    static constexpr PredictMethod kMethod = PredictMethod::Gradient;
     static constexpr bool kUsesAbove = true;
-    /// L + T - TL wraps to a byte, without clamping.
+    static constexpr bool kRunningSum = true; // along a row the terms L - TL cancel
     uint8_t operator()(uint8_t left, uint8_t above, uint8_t aboveLeft) const
     {
         return static_cast<uint8_t>(left + above - aboveLeft);
     }
 };
 
+/// The median of L, T and the wrapped gradient.
 struct MedianRule {
+    static constexpr PredictMethod kMethod = PredictMethod::Median;
     static constexpr bool kUsesAbove = true;
-    /// The median of L, T and the wrapped gradient.
+    static constexpr bool kRunningSum = false;
     uint8_t operator()(uint8_t left, uint8_t above, uint8_t aboveLeft) const
     {
         const int gradient = GradientRule()(left, above, aboveLeft);
@@ -39,14 +49,15 @@ struct MedianRule {
         return static_cast<uint8_t>(raised < high ? raised : high);
     }
 };
+static_assert(kBlockMethods == 3, "WithRule has a rule for each method that blocks store");
 
 /// Calls `work` with the rule of a method. Blocks store any byte; all but Left and Gradient mean Median.
 template <class Work>
 void WithRule(PredictMethod method, Work work)
 {
-    if (method == PredictMethod::Left)
+    if (method == LeftRule::kMethod)
         work(LeftRule());
-    else if (method == PredictMethod::Gradient)
+    else if (method == GradientRule::kMethod)
         work(GradientRule());
     else
         work(MedianRule());

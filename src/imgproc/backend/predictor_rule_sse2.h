@@ -1,6 +1,7 @@
 // The predictor rules for 16 samples at once, and loads and stores that promise no alignment.
 #pragma once
 
+#include "common/compiler.h"
 #include "imgproc/backend/predictor_rule.h"
 
 #include <emmintrin.h>
@@ -25,7 +26,7 @@ inline __m128i PredictVector(GradientRule, __m128i left, __m128i above, __m128i 
     // `above` is added last: where rows are undone, it is what comes late. The compiler must not regroup the
     // sum.
     __m128i difference = _mm_sub_epi8(left, aboveLeft);
-    asm("" : "+x"(difference));
+    HideVector(difference);
     return _mm_add_epi8(difference, above);
 }
 

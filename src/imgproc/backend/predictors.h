@@ -10,7 +10,7 @@
 #include "imgproc/backend/imgproc_backend.h"
 
 /// Writes the residuals of `source` to `target`, which does not overlap it.
-using PredictKernel = void(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+using PredictKernel = void(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                            PredictMethod method);
 /// Turns samples into residuals where they stand.
 using InPlaceKernel = void(const PlaneInfo& view, int width, int height, PredictMethod method);
@@ -19,10 +19,10 @@ using UnpredictKernel = void(std::span<const BlockView> blocks, int width, Predi
 /// Rates the predictors on the bodies (row_cut.h) of rows 1 to height - 1. Each sample adds |residual - 128|
 /// to the sum of each method: 128 where the prediction is perfect, 0 where it is worst. The sums wrap at 32
 /// bits.
-using ScoreKernel = PredictorScores(const PlaneInfo& view, int width, int height);
+using ScoreKernel = PredictorScores(const ConstPlaneInfo& view, int width, int height);
 /// Scores of `source` and its residuals by `method` in `target` in one pass. The two do not overlap.
-using ScoreAndPredictKernel = PredictorScores(const PlaneInfo& source, const PlaneInfo& target, int width,
-                                              int height, PredictMethod method);
+using ScoreAndPredictKernel = PredictorScores(const ConstPlaneInfo& source, const PlaneInfo& target,
+                                              int width, int height, PredictMethod method);
 
 // The meaning, one sample at a time.
 PredictKernel PredictScalar;
@@ -37,7 +37,7 @@ UnpredictKernel UnpredictSse2;
 ScoreKernel ScorePredictorsSse2;
 ScoreAndPredictKernel ScoreAndPredictSse2;
 
-struct PredictorForm {
+struct PredictorKernels {
     const char* name;
     PredictKernel* predict;
     InPlaceKernel* predictInPlace;
@@ -52,12 +52,11 @@ struct PredictorForm {
     }
 };
 
-/// All forms of one meaning, reference first. Tests and benchmarks walk this list.
-inline constexpr PredictorForm kPredictorForms[] = {
+inline constexpr PredictorKernels kPredictorImplementations[] = {
     {"scalar", PredictScalar, PredictInPlaceScalar, UnpredictScalar, ScorePredictorsScalar,
      ScoreAndPredictScalar},
+#ifdef ORVANE_SSE2
     {"sse2", PredictSse2, PredictInPlaceSse2, UnpredictSse2, ScorePredictorsSse2, ScoreAndPredictSse2},
+#endif
 };
-
-/// The form that callers use.
-inline constexpr const PredictorForm& kPredictors = kPredictorForms[kScalarOnly ? 0 : 1];
+inline constexpr const PredictorKernels& kPredictors = Fastest(kPredictorImplementations);

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-void PredictScalar(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+void PredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                    PredictMethod method)
 {
     if (width <= 0 || height <= 0)
@@ -43,7 +43,7 @@ void UnpredictScalar(std::span<const BlockView> blocks, int width, PredictMethod
     }
 }
 
-PredictorScores ScorePredictorsScalar(const PlaneInfo& view, int width, int height)
+PredictorScores ScorePredictorsScalar(const ConstPlaneInfo& view, int width, int height)
 {
     PredictorScores scores;
     if (width <= 0)
@@ -65,8 +65,8 @@ PredictorScores ScorePredictorsScalar(const PlaneInfo& view, int width, int heig
     return scores;
 }
 
-PredictorScores ScoreAndPredictScalar(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
-                                      PredictMethod method)
+PredictorScores ScoreAndPredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
+                                      int height, PredictMethod method)
 {
     PredictScalar(source, target, width, height, method);
     return ScorePredictorsScalar(source, width, height);

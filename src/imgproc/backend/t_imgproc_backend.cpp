@@ -5,7 +5,7 @@
 #include <type_traits>
 
 template <class Sample, int bits>
-PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const PlaneInfo& view, int width,
+PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const ConstPlaneInfo& view, int width,
                                                                    int height) const
 {
     static_assert(std::is_same_v<Sample, uint8_t> && bits == 8, "the kernels are for 8-bit samples");
@@ -13,8 +13,8 @@ PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const PlaneIn
 }
 
 template <class Sample, int bits>
-void TImgProcBackendBase<Sample, bits>::Predict(const PlaneInfo& source, const PlaneInfo& target, int width,
-                                                int height, PredictMethod method) const
+void TImgProcBackendBase<Sample, bits>::Predict(const ConstPlaneInfo& source, const PlaneInfo& target,
+                                                int width, int height, PredictMethod method) const
 {
     kPredictors.predict(source, target, width, height, method);
 }
@@ -34,7 +34,7 @@ void TImgProcBackendBase<Sample, bits>::Unpredict(std::span<const BlockView> blo
 }
 
 template <class Sample, int bits>
-PredictorScores TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const PlaneInfo& source,
+PredictorScores TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const ConstPlaneInfo& source,
                                                                    const PlaneInfo& target, int width,
                                                                    int height, PredictMethod method) const
 {

@@ -10,13 +10,13 @@ class TImgProcBackendBase : public ImgProcBackend
     int GetBytesPerSample() const override { return sizeof(Sample); }
     int GetBitsPerSample() const override { return bits; }
 
-    PredictorScores ScorePredictors(const PlaneInfo& view, int width, int height) const override;
-    void Predict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
+    PredictorScores ScorePredictors(const ConstPlaneInfo& view, int width, int height) const override;
+    void Predict(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                  PredictMethod method) const override;
     void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
     void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const override;
-    PredictorScores ScoreAndPredict(const PlaneInfo& source, const PlaneInfo& target, int width, int height,
-                                    PredictMethod method) const override;
+    PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
+                                    int height, PredictMethod method) const override;
 };
 
 /// A plane layout: `comps` planes; those behind the first are smaller by `hsub` and `vsub`.

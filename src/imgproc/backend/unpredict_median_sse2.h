@@ -2,5 +2,6 @@
 
 #include "imgproc/backend/imgproc_backend.h"
 
-/// Undoes Median for blocks, in place, row 0 included. Blocks of less than two rows are left alone. width: 1 or more.
+/// Undoes Median for blocks, in place, row 0 included. Blocks of less than two rows are left alone. width: 1
+/// or more.
 void UnpredictMedianSse2(std::span<const BlockView> blocks, int width);

@@ -6,10 +6,14 @@
 
 namespace {
 
-/// Byte i becomes the sum of bytes 0 to i.
+/// Byte i becomes the sum of bytes 0 to i. With four bytes, and "ab" for a + b:
+///
+///     a  b  c   d
+///     a  ab bc  cd      + shifted by 1
+///     a  ab abc abcd    + shifted by 2
 __m128i RunningSum(__m128i sum)
 {
-    // By doubling: after the shift by n, byte i is the sum of bytes i - 2n + 1 to i.
+    // After the shift by n, byte i is the sum of bytes i - 2n + 1 to i.
     sum = _mm_add_epi8(sum, _mm_slli_si128(sum, 1));
     sum = _mm_add_epi8(sum, _mm_slli_si128(sum, 2));
     sum = _mm_add_epi8(sum, _mm_slli_si128(sum, 4));
@@ -23,9 +27,9 @@ __m128i SpreadLast(__m128i bytes)
     return _mm_shuffle_epi32(_mm_shufflehi_epi16(pairs, 0xFF), 0xFF);
 }
 
-/// Rule is LeftRule or GradientRule; `above` as in UnpredictRowScalar.
+/// `above` as in UnpredictRowScalar.
 template <class Rule>
-void UnpredictRowSse2(Rule, uint8_t* row, const uint8_t* above, int width)
+requires(Rule::kRunningSum) void UnpredictRowSse2(Rule, uint8_t* row, const uint8_t* above, int width)
 {
     constexpr bool addsAbove = Rule::kUsesAbove;
     // Invariant at the top of the loop: all bytes of `before` hold the sum of the residuals left of column c,
@@ -49,7 +53,7 @@ void UnpredictRowSse2(Rule, uint8_t* row, const uint8_t* above, int width)
 }
 
 template <class Rule>
-void UnpredictBlocksSse2(Rule rule, std::span<const BlockView> blocks, int width)
+requires(Rule::kRunningSum) void UnpredictBlocksSse2(Rule rule, std::span<const BlockView> blocks, int width)
 {
     for (const auto& [view, height] : blocks) {
         if (height <= 0)

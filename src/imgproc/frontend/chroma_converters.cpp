@@ -48,7 +48,8 @@ void FillOddRows(const PlaneArray& planes, int count, int height, const Band& ba
     for (const size_t p : kChromaPlanes)
         for (int i = band.first / 2; i < band.first / 2 + band.half; ++i) {
             const auto even = [&](int k) { return RowAt(planes[p], 2 * std::clamp(k, 0, evenRows - 1)); };
-            FillBetween({even(i - 1), even(i), even(i + 1), even(i + 2)}, RowAt(planes[p], 2 * i + 1), count);
+            kChromaFilters.fillBetween({even(i - 1), even(i), even(i + 1), even(i + 2)},
+                                       RowAt(planes[p], 2 * i + 1), count);
         }
 }
 
@@ -58,7 +59,7 @@ void ImgProcConverter8_444_to_422::Convert(const PlaneArray& source, const Plane
                                            int height, int first, int rows, int) const
 {
     const Band band(first, rows, height);
-    const ChromaFilter filter = interpolate ? HalveColumns : DropColumns;
+    const ChromaFilter filter = interpolate ? kChromaFilters.halveColumns : kChromaFilters.dropColumns;
     for (const size_t p : kChromaPlanes)
         for (int y = band.first; y < band.last; ++y)
             filter({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
@@ -67,15 +68,15 @@ void ImgProcConverter8_444_to_422::Convert(const PlaneArray& source, const Plane
 void ImgProcConverter8_444_to_420::Convert(const PlaneArray& source, const PlaneArray& target, int width,
                                            int height, int first, int rows, int) const
 {
-    HalveRows(source, target, width / 2, Band(first, rows, height), interpolate, HalveBoth,
-              [&](const uint8_t* from, uint8_t* to) { DropColumns({from}, to, width / 2); });
+    HalveRows(source, target, width / 2, Band(first, rows, height), interpolate, kChromaFilters.halveBoth,
+              [&](const uint8_t* from, uint8_t* to) { kChromaFilters.dropColumns({from}, to, width / 2); });
 }
 
 void ImgProcConverter8_422_to_420::Convert(const PlaneArray& source, const PlaneArray& target, int width,
                                            int height, int first, int rows, int) const
 {
     HalveRows(
-        source, target, width / 2, Band(first, rows, height), interpolate, SmoothRows,
+        source, target, width / 2, Band(first, rows, height), interpolate, kChromaFilters.smoothRows,
         [&](const uint8_t* from, uint8_t* to) { std::memcpy(to, from, static_cast<size_t>(width / 2)); });
 }
 
@@ -85,7 +86,7 @@ void ImgProcConverter8_422_to_444::Convert(const PlaneArray& source, const Plane
     const Band band(first, rows, height);
     for (const size_t p : kChromaPlanes)
         for (int y = band.first; y < band.last; ++y)
-            DoubleColumns({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
+            kChromaFilters.doubleColumns({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
 }
 
 void ImgProcConverter8_420_to_422::Convert(const PlaneArray& source, const PlaneArray& target, int width,
@@ -108,7 +109,7 @@ void ImgProcConverter8_420_to_444::Convert(const PlaneArray& source, const Plane
         return FillOddRows(target, width, height, band);
     for (const size_t p : kChromaPlanes)
         for (int i = band.first / 2; i < band.first / 2 + band.half; ++i)
-            DoubleColumns({RowAt(source[p], i)}, RowAt(target[p], 2 * i), width / 2);
+            kChromaFilters.doubleColumns({RowAt(source[p], i)}, RowAt(target[p], 2 * i), width / 2);
 }
 
 void FillBand(const PlaneInfo& plane, int planeWidth, int vsub, int height, int first, int rows,

@@ -1,5 +1,6 @@
 // The chroma filters 16 samples at a time, with unaligned access; what is left of a row goes sample by
 // sample.
+#include "common/compiler.h"
 #include "imgproc/frontend/chroma_filters.h"
 #include "imgproc/frontend/chroma_samples.h"
 #include "imgproc/frontend/sse2_bytes.h"
@@ -37,7 +38,7 @@ __m128i BetweenWords(__m128i a, __m128i b, __m128i c, __m128i d)
     return _mm_srai_epi16(_mm_sub_epi16(inner, outer), 4);
 }
 
-[[gnu::always_inline]] inline __m128i Between(__m128i a, __m128i b, __m128i c, __m128i d)
+ORVANE_ALWAYS_INLINE __m128i Between(__m128i a, __m128i b, __m128i c, __m128i d)
 {
     const __m128i zero = _mm_setzero_si128();
     const __m128i low = BetweenWords(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero),

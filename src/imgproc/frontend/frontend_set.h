@@ -2,9 +2,15 @@
 #pragma once
 
 #include "common/format_id.h"
+#include "common/host_layouts.h"
 #include "imgproc/frontend/chroma_converters.h"
 #include "imgproc/frontend/packed_frontends.h"
 #include "imgproc/frontend/planar_frontends.h"
+
+#include <cstddef>
+#include <iterator>
+#include <type_traits>
+#include <utility>
 
 /// What a front end does: host pictures of layout `host` from and to planes of the compressed format
 /// `planes`, without any converter.
@@ -47,73 +53,103 @@ struct FrontendGroup : Parts... {
     }
 };
 
-template <class Algo, int... order>
-struct DecorrOf;
-template <class Algo, int i0, int i1, int i2>
-struct DecorrOf<Algo, i0, i1, i2> {
-    using Type = Decorr3<i0, i1, i2, Algo>;
-};
-template <class Algo, int i0, int i1, int i2, int i3>
-struct DecorrOf<Algo, i0, i1, i2, i3> {
-    using Type = Decorr4<i0, i1, i2, i3, Algo>;
-};
+// The front ends of one layout follow from its descriptor.
 
-template <FormatId host, FormatId planes, int planeCount, class Algo, int... order>
+template <FormatId host>
+inline constexpr LayoutDescriptor kLayout = *FindLayoutDescriptor(host);
+
+/// The arithmetic `Algo` on pixels of 3 or 4 bytes in the order of the layout.
+template <FormatId host, class Algo>
+constexpr auto MakeDecorr()
+{
+    constexpr const LayoutDescriptor& layout = kLayout<host>;
+    constexpr int first = layout.Place(layout.IsRgb() ? 'R' : 'Y');
+    constexpr int second = layout.Place(layout.IsRgb() ? 'G' : 'U');
+    constexpr int third = layout.Place(layout.IsRgb() ? 'B' : 'V');
+    if constexpr (layout.samples.size() == 3)
+        return std::type_identity<Decorr3<first, second, third, Algo>>();
+    else
+        return std::type_identity<
+            Decorr4<first, second, third, layout.Place(layout.HasAlpha() ? 'A' : 'X'), Algo>>();
+}
+
+template <FormatId host, FormatId planes, int planeCount, class Algo, ColorStandard... standard>
 using PackedEntry =
-    FrontendEntry<host, planes, TPackedPixelFrontend<planeCount, typename DecorrOf<Algo, order...>::Type>>;
-
-template <class M, FormatId host, FormatId planes, int planeCount, int... order>
-using MatrixEntry =
     FrontendEntry<host, planes,
-                  TPackedPixelFrontend<planeCount, typename DecorrOf<DecorrAlgoRGBToYUV<M>, order...>::Type>,
-                  M::kStandard>;
+                  TPackedPixelFrontend<planeCount, typename decltype(MakeDecorr<host, Algo>())::type>,
+                  standard...>;
+
+template <class M, FormatId host, FormatId planes, int planeCount>
+using MatrixEntry = PackedEntry<host, planes, planeCount, DecorrAlgoRGBToYUV<M>, M::kStandard>;
 
 /// The four matrices.
-template <FormatId host, FormatId planes, int planeCount, int... order>
-using MatrixEntries = FrontendGroup<MatrixEntry<Rec601_Full, host, planes, planeCount, order...>,
-                                    MatrixEntry<Rec709_Full, host, planes, planeCount, order...>,
-                                    MatrixEntry<Rec601_Limited, host, planes, planeCount, order...>,
-                                    MatrixEntry<Rec709_Limited, host, planes, planeCount, order...>>;
+template <FormatId host, FormatId planes, int planeCount>
+using MatrixEntries = FrontendGroup<MatrixEntry<Rec601_Full, host, planes, planeCount>,
+                                    MatrixEntry<Rec709_Full, host, planes, planeCount>,
+                                    MatrixEntry<Rec601_Limited, host, planes, planeCount>,
+                                    MatrixEntry<Rec709_Limited, host, planes, planeCount>>;
 
-template <FormatId host, int... order>
-using RgbaEntries = FrontendGroup<PackedEntry<host, kCodeRgba, 4, DecorrAlgoRGB, order...>,
-                                  MatrixEntries<host, kCodeYuva, 4, order...>>;
+template <FormatId host>
+using RgbaEntries =
+    FrontendGroup<PackedEntry<host, kCodeRgba, 4, DecorrAlgoRGB>, MatrixEntries<host, kCodeYuva, 4>>;
 
-template <FormatId host, int... order>
-using RgbEntries =
-    FrontendGroup<PackedEntry<host, kCodeRgb, 3, DecorrAlgoRGB, order...>,
-                  MatrixEntries<host, kCodeYuv444, 3, order...>, MatrixEntries<host, kCodeGray, 1, order...>>;
+template <FormatId host>
+using RgbEntries = FrontendGroup<PackedEntry<host, kCodeRgb, 3, DecorrAlgoRGB>,
+                                 MatrixEntries<host, kCodeYuv444, 3>, MatrixEntries<host, kCodeGray, 1>>;
 
-template <FormatId host, int... order>
-using YuvaEntries = PackedEntry<host, kCodeYuva, 4, DecorrAlgoYUV, order...>;
+template <FormatId host>
+using YuvaEntries = PackedEntry<host, kCodeYuva, 4, DecorrAlgoYUV>;
 
-template <FormatId host, int... order>
-using YuvEntries = FrontendGroup<PackedEntry<host, kCodeYuv444, 3, DecorrAlgoYUV, order...>,
-                                 PackedEntry<host, kCodeGray, 1, DecorrAlgoYUV, order...>>;
+template <FormatId host>
+using YuvEntries = FrontendGroup<PackedEntry<host, kCodeYuv444, 3, DecorrAlgoYUV>,
+                                 PackedEntry<host, kCodeGray, 1, DecorrAlgoYUV>>;
 
-template <FormatId host, bool uyvy>
-using Yuv422Entries = FrontendGroup<FrontendEntry<host, kCodeYuv422, TImgProcFrontend_YUY2_UYVY<uyvy, false>>,
-                                    FrontendEntry<host, kCodeGray, TImgProcFrontend_YUY2_UYVY<uyvy, true>>>;
+template <FormatId host>
+using PairOrderOf = PairOrder<kLayout<host>.Place('Y'), kLayout<host>.Place('U'), kLayout<host>.Place('V')>;
 
-// clang-format off
-using FrontendTable = FrontendGroup<
-    RgbaEntries<kHostRgba, 0, 1, 2, 3>, RgbaEntries<kHostArgb, 1, 2, 3, 0>,
-    RgbaEntries<kHostBgra, 2, 1, 0, 3>, RgbaEntries<kHostAbgr, 3, 2, 1, 0>,
-    RgbEntries<kHostRgbx, 0, 1, 2, 3>, RgbEntries<kHostXrgb, 1, 2, 3, 0>,
-    RgbEntries<kHostBgrx, 2, 1, 0, 3>, RgbEntries<kHostXbgr, 3, 2, 1, 0>,
-    RgbEntries<kHostRgb, 0, 1, 2>, RgbEntries<kHostBgr, 2, 1, 0>,
-    YuvaEntries<kHostAyuvOrderAyuv, 1, 2, 3, 0>, YuvaEntries<kHostVuya, 2, 1, 0, 3>,
-    YuvaEntries<kHostV408, 1, 0, 2, 3>,
-    YuvEntries<kHostVuyx, 2, 1, 0, 3>, YuvEntries<kHostV408X, 1, 0, 2, 3>, YuvEntries<kHostV308, 1, 2, 0>,
-    Yuv422Entries<kHostYuy2, false>, Yuv422Entries<kHostUyvy, true>,
-    FrontendEntry<kHostYv24, kCodeYuv444, ImgProcFrontend_YV24>,
-    FrontendEntry<kHostI444, kCodeYuv444, ImgProcFrontend_I444>,
-    FrontendEntry<kHostYv12, kCodeYuv420, ImgProcFrontend_YV12>,
-    FrontendEntry<kHostI420, kCodeYuv420, ImgProcFrontend_I420>,
-    FrontendEntry<kHostY8, kCodeGray, ImgProcFrontend_Y8>>;
-// clang-format on
+template <FormatId host>
+using Yuv422Entries =
+    FrontendGroup<FrontendEntry<host, kCodeYuv422, TImgProcFrontend_YUY2_UYVY<PairOrderOf<host>, false>>,
+                  FrontendEntry<host, kCodeGray, TImgProcFrontend_YUY2_UYVY<PairOrderOf<host>, true>>>;
 
-/// All 92 front ends, each under one key. Every route takes the front end of its host layout and either the
+template <FormatId host>
+constexpr auto MakePlanar()
+{
+    constexpr const LayoutDescriptor& layout = kLayout<host>;
+    constexpr bool vFirst = layout.Place('V') < layout.Place('U');
+    if constexpr (layout.category == kCodeGray)
+        return std::type_identity<ImgProcFrontend_Y8>();
+    else if constexpr (layout.category == kCodeYuv420)
+        return std::type_identity<std::conditional_t<vFirst, ImgProcFrontend_YV12, ImgProcFrontend_I420>>();
+    else if constexpr (layout.category == kCodeYuv444)
+        return std::type_identity<std::conditional_t<vFirst, ImgProcFrontend_YV24, ImgProcFrontend_I444>>();
+}
+
+/// All front ends of one layout.
+template <FormatId host>
+constexpr auto MakeEntries()
+{
+    constexpr const LayoutDescriptor& layout = kLayout<host>;
+    if constexpr (layout.IsPlanar())
+        return std::type_identity<
+            FrontendEntry<host, layout.category, typename decltype(MakePlanar<host>())::type>>();
+    else if constexpr (layout.GroupPixels() == 2)
+        return std::type_identity<Yuv422Entries<host>>();
+    else if constexpr (layout.IsRgb())
+        return std::type_identity<
+            std::conditional_t<layout.HasAlpha(), RgbaEntries<host>, RgbEntries<host>>>();
+    else
+        return std::type_identity<
+            std::conditional_t<layout.HasAlpha(), YuvaEntries<host>, YuvEntries<host>>>();
+}
+
+template <size_t... index>
+auto MakeFrontendTable(std::index_sequence<index...>)
+    -> FrontendGroup<typename decltype(MakeEntries<kHostLayouts[index].id>())::type...>;
+
+using FrontendTable = decltype(MakeFrontendTable(std::make_index_sequence<std::size(kHostLayouts)>()));
+
+/// All front ends, each under one key. Every route takes the front end of its host layout and either the
 /// planes of its compressed format, or, where a converter follows, the planes that the converter has on that
 /// side.
 class FrontendSet

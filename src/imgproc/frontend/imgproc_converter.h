@@ -8,9 +8,9 @@
 #include <array>
 #include <cstdint>
 
-/// A chroma converter. It works on planes 1 and 2 alone; where planeConverted is false the target plane is the
-/// source plane. Convert may run on any number of threads at once, each on a band of rows of its own; a pass whose
-/// row dependency a band cannot meet needs all bands of the work before it to be finished.
+/// A chroma converter. It works on planes 1 and 2 alone; where planeConverted is false the target plane is
+/// the source plane. Convert may run on any number of threads at once, each on a band of rows of its own; a
+/// pass whose row dependency a band cannot meet needs all bands of the work before it to be finished.
 class ImgProcConverter
 {
   public:

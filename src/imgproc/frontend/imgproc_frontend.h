@@ -2,19 +2,23 @@
 #pragma once
 
 #include "common/plane_info.h"
+#include "common/plane_layout.h"
 #include "imgproc/backend/imgproc_backend.h"
 
 #include <cstdint>
 
-/// A host pixel layout. Objects have no per-frame state: queries, Split and Join may run on any number of threads at
-/// once, each on a band of rows of its own. Nothing here fails: the core checks a picture before it comes here.
+/// Bytes by which a row of planes may be longer than its samples.
+inline constexpr int kMaxRowPadding = 64;
+
+/// A host pixel layout. Objects have no per-frame state: queries, Split and Join may run on any number of
+/// threads at once, each on a band of rows of its own. Nothing here fails: the core checks a picture before
+/// it comes here.
 class ImgProcFrontend
 {
   public:
     ImgProcFrontend(const ImgProcBackend& planes, const ImgProcBackend& native)
         : planeBackend(planes), nativeBackend(native)
-    {
-    }
+    {}
     ImgProcFrontend(const ImgProcFrontend&) = delete;
     ImgProcFrontend& operator=(const ImgProcFrontend&) = delete;
     virtual ~ImgProcFrontend() = default;
@@ -37,14 +41,15 @@ class ImgProcFrontend
     /// Whether the picture can be handled bottom-up.
     virtual bool SupportsFlip() const = 0;
 
-    /// Plans where plane rows stand, so that Split and Join run aligned on both sides. Called once per frame on the
-    /// calling thread.
-    /// picture      the checked host picture
-    /// scratch      the core's plane arena: (width + 128) * height * planes of planeBackend + 8192 bytes, 16-aligned
-    /// planes       receives the planes, cleared by the caller; planar layouts give the host's own
-    /// flip         the picture's last memory row is row 0 of the planes
-    virtual void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
-                                PlaneArray& planes, bool flip, bool compressing) const = 0;
+    /// The plane of the host's picture that is plane `plane` of planeBackend itself, so that Split and Join
+    /// have nothing to do; -1 where they move the samples.
+    virtual int GetHostPlane(int plane) const = 0;
+    /// How rows of planes are to be stored so that Split and Join run aligned on both sides. A row is at most
+    /// kMaxRowPadding bytes longer than its samples. Planes that are the host's own have no shape.
+    /// picture  plane 0 of the checked host picture
+    /// flip     the picture's last memory row is row 0 of the planes
+    virtual PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
+                                       bool flip) const = 0;
     /// Takes `rows` rows of the picture to the planes. Both arrays point at the first row of the band.
     virtual void Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const = 0;
     /// The reverse of Split.

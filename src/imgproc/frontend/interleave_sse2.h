@@ -3,7 +3,7 @@
 // words by shuffles of two sources.
 #pragma once
 
-#include "imgproc/frontend/color_steps.h"
+#include "imgproc/frontend/color_steps_sse2.h"
 #include "imgproc/frontend/sse2_bytes.h"
 
 #include <cstdint>

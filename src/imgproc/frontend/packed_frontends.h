@@ -24,6 +24,7 @@ class PackedFrontend : public ImgProcFrontend
     int GetBaseAlignment(int) const override { return 4; }
     int GetPlaneWidth(int, int width) const override { return width; }
     int GetPlaneHeight(int, int rows) const override { return rows; }
+    int GetHostPlane(int) const override { return -1; }
     void Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
     void Join(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
 
@@ -39,8 +40,8 @@ class PackedPixelFrontend : public PackedFrontend
 
     int GetGroupPixels(int) const override { return 1; }
     bool SupportsFlip() const override { return true; }
-    void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
-                        PlaneArray& planes, bool flip, bool compressing) const override;
+    PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
+                               bool flip) const override;
 };
 
 template <int planes>
@@ -78,19 +79,19 @@ class Packed422Frontend : public PackedFrontend
     int GetGroupBytes(int) const override { return 4; }
     int GetGroupPixels(int) const override { return 2; }
     bool SupportsFlip() const override { return false; }
-    void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
-                        PlaneArray& planes, bool flip, bool compressing) const override;
+    PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
+                               bool flip) const override;
 };
 
-/// Pairs of pixels in the order Y0 U Y1 V, or U Y0 V Y1 with `uyvy`. With `lumaOnly` only plane 0 exists.
-template <bool uyvy, bool lumaOnly>
+/// Pairs of pixels in `Order` (a PairOrder). With `lumaOnly` only plane 0 exists.
+template <class Order, bool lumaOnly>
 class TImgProcFrontend_YUY2_UYVY final
     : private OwnedLayouts<std::conditional_t<lumaOnly, Layout400, Layout422>, Layout422>,
       public Packed422Frontend
 {
   public:
     TImgProcFrontend_YUY2_UYVY()
-        : Packed422Frontend(this->firstLayout, this->secondLayout, TPackedRows422<uyvy, lumaOnly>::Forms(),
+        : Packed422Frontend(this->firstLayout, this->secondLayout, TPackedRows422<Order, lumaOnly>::Forms(),
                             nullptr)
     {}
 };

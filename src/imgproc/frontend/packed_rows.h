@@ -1,6 +1,7 @@
 // Row kernels of packed layouts: one picture row to its plane rows and back.
 #pragma once
 
+#include "common/vector_level.h"
 #include "imgproc/frontend/color_matrix.h"
 #include "imgproc/frontend/decorr.h"
 
@@ -23,8 +24,12 @@ struct PackedRowForm {
     void (*join)(PackedRow row, int width, const ColorMatrix* matrix);
 };
 
-/// All forms of one layout, the scalar reference first.
+/// All implementations for one layout, the scalar reference first.
+#ifdef ORVANE_SSE2
 using PackedRowForms = std::array<PackedRowForm, 2>;
+#else
+using PackedRowForms = std::array<PackedRowForm, 1>;
+#endif
 
 /// The kernels of pixels in `Order` (a ByteOrder) with the arithmetic `Step` and the first `planes` planes.
 /// All colour matrices share the kernels of one order.
@@ -33,10 +38,22 @@ struct TPackedRows {
     static const PackedRowForms& Forms();
 };
 
-/// The kernels of Y0 U Y1 V (`uyvy` false) or U Y0 V Y1 pairs; with `lumaOnly` plane 0 alone, chroma comes
-/// back as 128. Here the SSE2 forms cut by the picture row: what brings it to a 64-byte boundary must bring
-/// plane 0 to a 32-byte and planes 1 and 2 to a 16-byte boundary. An odd last pixel is left alone.
-template <bool uyvy, bool lumaOnly>
+/// Byte positions in 4 bytes of two pixels, Y1 two bytes after Y0.
+template <int y, int u, int v>
+struct PairOrder {
+    static constexpr int kY0 = y;
+    static constexpr int kY1 = y + 2;
+    static constexpr int kU = u;
+    static constexpr int kV = v;
+    static_assert((y == 0 || y == 1) && u % 2 != y && (v == u + 2 || u == v + 2));
+};
+using OrderYuyv = PairOrder<0, 1, 3>;
+using OrderUyvy = PairOrder<1, 0, 2>;
+
+/// The kernels of pixel pairs in `Order` (a PairOrder); with `lumaOnly` plane 0 alone, chroma comes back as
+/// 128. Here the SSE2 forms cut by the picture row: what brings it to a 64-byte boundary must bring plane 0
+/// to a 32-byte and planes 1 and 2 to a 16-byte boundary. An odd last pixel is left alone.
+template <class Order, bool lumaOnly>
 struct TPackedRows422 {
     static const PackedRowForms& Forms();
 };

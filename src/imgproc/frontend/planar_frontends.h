@@ -6,8 +6,6 @@
 #include "imgproc/frontend/imgproc_frontend.h"
 #include "imgproc/frontend/owned_layouts.h"
 
-#include <utility>
-
 /// What all planar layouts share. Any address and any pitch of at least a row will do.
 class ImgProcFrontend_PlanarCommon : public ImgProcFrontend
 {
@@ -22,11 +20,8 @@ class ImgProcFrontend_PlanarCommon : public ImgProcFrontend
     int GetPlaneWidth(int, int width) const override { return width; }
     int GetPlaneHeight(int, int rows) const override { return rows; }
     bool SupportsFlip() const override { return false; }
-    void PrepareBuffers(const PlaneArray& picture, int, int, uint8_t*, PlaneArray& planes, bool,
-                        bool) const override
-    {
-        planes = picture;
-    }
+    int GetHostPlane(int plane) const override { return plane; }
+    PlaneShapes PrepareBuffers(const ConstPlaneInfo&, int, int, bool) const override { return {}; }
     void Split(const PlaneArray&, int, int, const PlaneArray&) const override {}
     void Join(const PlaneArray&, int, int, const PlaneArray&) const override {}
 };
@@ -60,12 +55,7 @@ template <class Base>
 class TPlanarWithVFirst : public Base
 {
   public:
-    void PrepareBuffers(const PlaneArray& picture, int width, int height, uint8_t* scratch,
-                        PlaneArray& planes, bool flip, bool compressing) const override
-    {
-        Base::PrepareBuffers(picture, width, height, scratch, planes, flip, compressing);
-        std::swap(planes[1], planes[2]);
-    }
+    int GetHostPlane(int plane) const override { return plane == 0 ? 0 : 3 - plane; }
 };
 
 class ImgProcFrontend_YV12 final : public TPlanarWithVFirst<ImgProcFrontend_I420>

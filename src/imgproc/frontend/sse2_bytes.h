@@ -14,6 +14,11 @@ inline __m128i* VectorAt(uint8_t* p)
     return reinterpret_cast<__m128i*>(p);
 }
 
+inline bool IsVectorAligned(const uint8_t* p)
+{
+    return reinterpret_cast<uintptr_t>(p) % sizeof(__m128i) == 0;
+}
+
 /// Bytes 0, 2, 4 ... of a, then of b.
 inline __m128i EvenBytes(__m128i a, __m128i b)
 {

@@ -1,6 +1,10 @@
 #include "platform/files.h"
 
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -9,14 +13,21 @@ bool MakeFolder(const Path& folder) noexcept
     return mkdir(folder.c_str(), 0777) == 0;
 }
 
-std::FILE* OpenTextForReading(const Path& file) noexcept
+std::optional<Path> MakePrivateFolder(const Path& parent, const char* prefix)
 {
-    return std::fopen(file.c_str(), "re");
+    std::string name = (parent / prefix).string() + "XXXXXX";
+    return mkdtemp(name.data()) ? std::optional<Path>(name) : std::nullopt;
 }
 
-std::FILE* OpenTextForWriting(const Path& file) noexcept
+std::FILE* CreateText(const Path& file) noexcept
 {
-    return std::fopen(file.c_str(), "we");
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (fd == -1)
+        return nullptr;
+    std::FILE* const stream = fdopen(fd, "w");
+    if (!stream)
+        close(fd);
+    return stream;
 }
 
 } // namespace platform

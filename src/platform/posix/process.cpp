@@ -1,7 +1,10 @@
 #include "platform/process.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace platform {
 
@@ -10,11 +13,19 @@ std::vector<std::string> ProgramArguments(int argc, const char* const* argv)
     return {argv + (argc > 0 ? 1 : 0), argv + argc};
 }
 
-void MakeStandardStreamsBinary() {} // they always are
-
-bool IsErrorTerminal()
+void PrepareStandardStreams()
 {
-    return isatty(STDERR_FILENO) == 1;
+    // The lowest free descriptor is the one that is closed. Results that go nowhere are an error: standard
+    // output is opened for reading.
+    for (const auto& [stream, flags] : {std::pair(STDIN_FILENO, O_RDONLY), std::pair(STDOUT_FILENO, O_RDONLY),
+                                        std::pair(STDERR_FILENO, O_WRONLY)})
+        if (fcntl(stream, F_GETFD) == -1 && errno == EBADF) [[maybe_unused]]
+            const int opened = open("/dev/null", flags);
+}
+
+bool IsTerminal(StandardStream stream)
+{
+    return isatty(static_cast<int>(stream)) == 1; // 0, 1, 2
 }
 
 void SetPathInEnvironment(const char* name, const std::optional<Path>& path)

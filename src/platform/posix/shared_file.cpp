@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@ namespace platform {
 namespace {
 
 constexpr int kLockTries = 5000; // a millisecond apart
+constexpr mode_t kOwnerOnly = 0600;
 
 class Descriptor
 {
@@ -46,6 +48,38 @@ Path Target(const Path& file)
     return result;
 }
 
+/// Makes a file that did not exist, with all bytes on the disk. Where that fails nothing is left.
+/// mode  of the file; nothing: as the process makes its files
+bool WriteNewFile(const Path& file, std::string_view bytes, std::optional<mode_t> mode)
+{
+    const Descriptor output(
+        open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode ? kOwnerOnly : 0666));
+    if (output.fd == -1)
+        return false;
+    if ((!mode || fchmod(output.fd, *mode) == 0) && WriteAll(output.fd, bytes) && fsync(output.fd) == 0)
+        return true;
+    unlink(file.c_str());
+    return false;
+}
+
+/// Brings the names in a folder to the disk, as far as its file system can.
+void SyncFolder(const Path& folder)
+{
+    const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.fd != -1)
+        fsync(opened.fd);
+}
+
+/// Whether the file is one to lock: an ordinary one that has no other name. A file of ours that others may
+/// open, and so lock, is taken from them.
+bool PrepareLockFile(int fd)
+{
+    struct stat status = {};
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1)
+        return false;
+    return status.st_uid != geteuid() || (status.st_mode & 0777) == kOwnerOnly || fchmod(fd, kOwnerOnly) == 0;
+}
+
 } // namespace
 
 SharedFile ReadSharedFile(const Path& file)
@@ -75,34 +109,36 @@ bool ReplaceSharedFile(const Path& file, std::string_view bytes)
 {
     const Path target = Target(file);
     const Path written = Path(target).concat(".tmp");
-    {
-        const Descriptor output(open(written.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-        if (output.fd == -1)
-            return false;
-        if (!WriteAll(output.fd, bytes)) {
-            unlink(written.c_str());
-            return false;
-        }
+    // What a broken write has left or somebody else has put there goes: nothing is written through it.
+    if (unlink(written.c_str()) != 0 && errno != ENOENT)
+        return false;
+    struct stat old = {};
+    const bool replaces = stat(target.c_str(), &old) == 0;
+    if (!WriteNewFile(written, bytes, replaces ? std::optional(old.st_mode & 07777) : std::nullopt))
+        return false;
+    if (rename(written.c_str(), target.c_str()) != 0) {
+        unlink(written.c_str());
+        return false;
     }
-    if (rename(written.c_str(), target.c_str()) == 0)
-        return true;
-    unlink(written.c_str());
-    return false;
+    SyncFolder(target.has_parent_path() ? target.parent_path() : ".");
+    return true;
 }
 
 SharedFileLock::SharedFileLock(const Path& file)
 {
     const Path name = Path(file).concat(".lock");
-    const int fd = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    // Not blocking: the name may be that of a pipe.
+    const int fd = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, kOwnerOnly);
     if (fd == -1)
         return;
-    for (int i = 0; i < kLockTries; ++i) {
-        if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
-            lockFile = fd;
-            return;
+    if (PrepareLockFile(fd))
+        for (int i = 0; i < kLockTries; ++i) {
+            if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+                lockFile = fd;
+                return;
+            }
+            usleep(1000);
         }
-        usleep(1000);
-    }
     close(fd);
 }
 

@@ -11,8 +11,7 @@ namespace {
 /// $XDG_CONFIG_HOME, which counts only when it is absolute, else ~/.config; nothing without a profile folder.
 std::optional<Path> ConfigurationFolder()
 {
-    if (const std::optional<Path> folder = PathFromEnvironment("XDG_CONFIG_HOME");
-        folder && folder->is_absolute())
+    if (std::optional<Path> folder = PathFromEnvironment("XDG_CONFIG_HOME"); folder && folder->is_absolute())
         return folder;
     if (const std::optional<Path> profile = ProfileFolder())
         return *profile / ".config";

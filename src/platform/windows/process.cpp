@@ -25,15 +25,15 @@ std::vector<std::string> ProgramArguments(int argc, const char* const* argv)
     return arguments;
 }
 
-void MakeStandardStreamsBinary()
+void PrepareStandardStreams()
 {
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
 }
 
-bool IsErrorTerminal()
+bool IsTerminal(StandardStream stream)
 {
-    return _isatty(_fileno(stderr)) != 0;
+    return _isatty(static_cast<int>(stream)) != 0; // 0, 1, 2
 }
 
 void SetPathInEnvironment(const char* name, const std::optional<Path>& path)

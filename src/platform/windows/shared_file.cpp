@@ -19,10 +19,10 @@ class FileHandle
     FileHandle& operator=(const FileHandle&) = delete;
     ~FileHandle() { Close(); }
 
-    bool Open(const Path& file, DWORD access, DWORD share, DWORD disposition)
+    bool Open(const Path& file, DWORD access, DWORD share, DWORD disposition, DWORD flags = 0)
     {
-        handle =
-            CreateFileW(file.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+        handle = CreateFileW(file.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL | flags,
+                             nullptr);
         return handle != INVALID_HANDLE_VALUE;
     }
     void Close()
@@ -55,6 +55,14 @@ bool RetryWhileBusy(F attempt)
     }
 }
 
+/// Neither a link nor a file with a second name.
+bool IsPlainFile(HANDLE file)
+{
+    BY_HANDLE_FILE_INFORMATION information = {};
+    return GetFileInformationByHandle(file, &information) &&
+           !(information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) && information.nNumberOfLinks == 1;
+}
+
 } // namespace
 
 SharedFile ReadSharedFile(const Path& file)
@@ -80,16 +88,20 @@ SharedFile ReadSharedFile(const Path& file)
 bool ReplaceSharedFile(const Path& file, std::string_view bytes)
 {
     const Path written = Path(file).concat(L".tmp");
+    // What a broken write has left or somebody else has put there goes: nothing is written through it.
+    if (!DeleteFileW(written.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND)
+        return false;
     FileHandle output;
-    if (!output.Open(written, GENERIC_WRITE, 0, CREATE_ALWAYS))
+    if (!output.Open(written, GENERIC_WRITE, 0, CREATE_NEW))
         return false;
     DWORD done = 0;
     const bool complete =
         WriteFile(output.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &done, nullptr) &&
-        done == bytes.size();
+        done == bytes.size() && FlushFileBuffers(output.Get());
     output.Close();
     if (complete && RetryWhileBusy([&] {
-            return MoveFileExW(written.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+            return MoveFileExW(written.c_str(), file.c_str(),
+                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
         }))
         return true;
     DeleteFileW(written.c_str());
@@ -99,7 +111,9 @@ bool ReplaceSharedFile(const Path& file, std::string_view bytes)
 SharedFileLock::SharedFileLock(const Path& file)
 {
     FileHandle handle;
-    if (!handle.Open(Path(file).concat(L".lock"), GENERIC_READ | GENERIC_WRITE, kShareAll, OPEN_ALWAYS))
+    if (!handle.Open(Path(file).concat(L".lock"), GENERIC_READ | GENERIC_WRITE, kShareAll, OPEN_ALWAYS,
+                     FILE_FLAG_OPEN_REPARSE_POINT) ||
+        !IsPlainFile(handle.Get()))
         return;
     OVERLAPPED range = {};
     for (int i = 0; i < kLockTries; ++i) {

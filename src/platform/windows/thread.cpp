@@ -3,6 +3,7 @@
 #include "platform/thread_start_hook.h"
 #include "platform/windows/windows_headers.h"
 
+#include <cassert>
 #include <memory>
 #include <new>
 #include <process.h>
@@ -22,6 +23,7 @@ struct StartRecord {
 unsigned __stdcall RunThread(void* record)
 {
     const StartRecord start = *std::unique_ptr<StartRecord>(static_cast<StartRecord*>(record));
+    CallThreadEntryHook();
     start.entry(start.argument);
     if (start.exitEvent)
         SetEvent(start.exitEvent); // the owner may go on and close the event
@@ -52,6 +54,7 @@ HANDLE StartThread(ThreadEntry entry, void* argument, HANDLE exitEvent) noexcept
 
 bool Thread::Start(ThreadEntry entry, void* argument) noexcept
 {
+    assert(!thread);
     const HANDLE ended = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     if (!ended)
         return false;
@@ -84,5 +87,7 @@ bool StartDetachedThread(ThreadEntry entry, void* argument) noexcept
     CloseHandle(started);
     return true;
 }
+
+void WaitForDetachedThreads() noexcept {}
 
 } // namespace platform

@@ -19,41 +19,45 @@ class MessageQueue final : public MessageWindow
 
     void Run() noexcept override
     {
-        for (Message next = Take(); next.message != kStop; next = Take())
-            handler(owner, next.message, next.parameter);
+        while (const std::optional<uint32_t> next = Take())
+            handler(owner, *next, 0);
     }
 
-    bool Post(uint32_t message, intptr_t parameter) noexcept override
+    // Both notify under the lock: once the stop is taken this object may be gone.
+
+    void Post(uint32_t message) noexcept override
     try {
-        const std::lock_guard lock(mutex);
-        messages.push_back({message, parameter});
-        // Notified under the lock: once the stop is taken this object may be gone.
+        const std::lock_guard guard(lock);
+        messages.push_back(message);
         posted.notify_one();
-        return true;
-    } catch (...) {
-        return false;
+    } catch (...) { // out of memory: the message is lost
+        return;
     }
 
-    bool PostStop() noexcept override { return Post(kStop, 0); }
+    void PostStop() noexcept override
+    {
+        const std::lock_guard guard(lock);
+        stopping = true;
+        posted.notify_one();
+    }
 
   private:
-    struct Message {
-        uint32_t message;
-        intptr_t parameter;
-    };
-
-    Message Take()
+    /// Nothing: the stop came after all that was posted.
+    std::optional<uint32_t> Take()
     {
-        std::unique_lock lock(mutex);
-        posted.wait(lock, [this] { return !messages.empty(); });
-        const Message next = messages.front();
+        std::unique_lock guard(lock);
+        posted.wait(guard, [this] { return stopping || !messages.empty(); });
+        if (messages.empty())
+            return std::nullopt;
+        const uint32_t next = messages.front();
         messages.pop_front();
         return next;
     }
 
-    std::mutex mutex;
+    std::mutex lock;
     std::condition_variable posted;
-    std::deque<Message> messages;
+    std::deque<uint32_t> messages;
+    bool stopping = false;
     MessageHandler handler = nullptr;
     void* owner = nullptr;
 };

@@ -5,20 +5,20 @@
 #include "surroundings/windows/compression_settings_dialog.h"
 #include "surroundings/windows/config_dialog.h"
 
-// A dialog that cannot be made for want of memory is one that nobody confirms.
+// What is caught here is std::bad_alloc: a dialog for which memory runs out is one that nobody confirms.
 
 void RunConfigDialog(void* parent) noexcept
 try {
     ConfigDialog dialog(ConfigModel::Load());
     if (dialog.Run(DIALOG_CONFIG, static_cast<HWND>(parent)))
         dialog.Model().Save();
-} catch (...) {
+} catch (...) { // out of memory: nothing is stored
 }
 
 void RunAdobeConfigDialog(void* parent) noexcept
 try {
     AdobeConfigDialog().Run(DIALOG_ADOBE, static_cast<HWND>(parent));
-} catch (...) {
+} catch (...) { // out of memory
 }
 
 bool RunClientDialog(void* parent, CodecVariant& variant) noexcept
@@ -28,6 +28,6 @@ try {
         return false;
     variant = dialog.Rows().front();
     return true;
-} catch (...) {
+} catch (...) { // out of memory: `variant` is unchanged
     return false;
 }

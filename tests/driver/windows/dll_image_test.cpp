@@ -76,6 +76,15 @@ TEST(Exports, ImportsAreSystemLibraries)
     EXPECT_GE(libraries, 2);
 }
 
+TEST(Exports, BeginWithABranchMark)
+{
+    for (const char* name : {"DriverProc", "Configure", "ConfigureAdobe"}) {
+        const void* const function = FindExport(name);
+        ASSERT_NE(function, nullptr);
+        EXPECT_EQ(std::memcmp(function, "\xF3\x0F\x1E\xFA", 4), 0) << name; // endbr64
+    }
+}
+
 TEST(VersionRecord, SaysTwoFourOneZero)
 {
     const HRSRC resource = FindResourceA(Module(), MAKEINTRESOURCEA(1), MAKEINTRESOURCEA(16)); // RT_VERSION

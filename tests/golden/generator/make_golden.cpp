@@ -1,5 +1,5 @@
-// Writes the golden frames and files that do not exist yet: make_golden FOLDER. What exists stays as it is: a golden
-// file is what a version that people have used wrote, and is never made anew.
+// Writes the golden frames and files that do not exist yet: make_golden FOLDER. What exists stays as it is: a
+// golden file is what a version that people have used wrote, and is never made anew.
 
 #include "files/avi_writer.h"
 #include "golden/golden_frames.h"
@@ -38,7 +38,8 @@ void WriteNew(const std::string& name, const Bytes& bytes)
     std::cout << "written  " << name << '\n';
 }
 
-/// Slopes and edges with a little noise in the left half, a pattern of stripes in the right; whole numbers only.
+/// Slopes and edges with a little noise in the left half, a pattern of stripes in the right; whole numbers
+/// only.
 Bytes MakePicture(const std::string& name, size_t size, size_t rowBytes)
 {
     Bytes picture(size, 77);

@@ -134,12 +134,12 @@ TEST(BigPictures, OneStepBelowTheLimitOfOffsetsComeBack)
     if (!LongTests())
         GTEST_SKIP() << "takes minutes and gigabytes";
     // Rows of 512 MiB, four of them: one sample more would not be taken.
-    for (
-        const HostStream& stream :
-        {MakeHostStream("O8G0", "Y800", 8, 536'870'908, 4), MakeHostStream("O8RA", "RGB", 32, 134'217'724, 4),
-         MakeHostStream("O8RG", "RGB", 24, 178'956'968, 4),
-         MakeHostStream("O8Y2", "YUY2", 16, 268'435'452, 4),
-         // as many blocks as a frame's bound has room for: 7 bytes for each of 256 KiB without tables and ends
-         MakeHostStream("O8G0", "Y800", 8, 4, 37'368 * 28)})
+    for (const HostStream& stream : {MakeHostStream("O8G0", "Y800", 8, 536'870'908, 4),
+                                     MakeHostStream("O8RA", "RGB", 32, 134'217'724, 4),
+                                     MakeHostStream("O8RG", "RGB", 24, 178'956'968, 4),
+                                     MakeHostStream("O8Y2", "YUY2", 16, 268'435'452, 4),
+                                     // as many blocks as a frame's bound has room for: 7 bytes for each of
+                                     // 256 KiB without tables and ends
+                                     MakeHostStream("O8G0", "Y800", 8, 4, 37'368 * 28)})
         ExpectWholeRoad(stream);
 }

@@ -4,13 +4,14 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
-                         std::optional<size_t> largestFile)
+                         const ToolSetup& setup)
 {
     // All that needs memory is made before the fork.
     const std::string tool =
@@ -32,14 +33,18 @@ ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string
     if (process == 0) {
         dup2(in[0], STDIN_FILENO);
         dup2(err[1], STDERR_FILENO);
-        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        if (setup.output.empty())
+            close(STDOUT_FILENO);
+        else
+            dup2(open(setup.output.c_str(), O_WRONLY), STDOUT_FILENO);
         setenv("ORVANE_STORE", store.c_str(), 1);
         setenv("TMPDIR", where.c_str(), 1);
         std::signal(SIGPIPE, SIG_DFL);
         std::signal(SIGINT, SIG_DFL);
-        if (largestFile) {
-            std::signal(SIGXFSZ, SIG_IGN); // stays ignored behind exec
-            const rlimit limit{*largestFile, *largestFile};
+        if (setup.ignored != 0)
+            std::signal(setup.ignored, SIG_IGN); // stays ignored after exec
+        if (setup.largestFile) {
+            const rlimit limit{*setup.largestFile, *setup.largestFile};
             setrlimit(RLIMIT_FSIZE, &limit);
         }
         if (chdir(where.c_str()) == 0)
@@ -82,14 +87,27 @@ void ToolProcess::EndInput()
     input = -1;
 }
 
+bool ToolProcess::Catches(int signal) const
+{
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string word; status >> word;)
+        if (word == "SigCgt:") {
+            uint64_t signals = 0;
+            status >> std::hex >> signals;
+            return (signals >> (signal - 1) & 1) == 1;
+        }
+    return false;
+}
+
 void ToolProcess::Signal(int number) const
 {
     kill(process, number);
 }
 
-ToolEnd ToolProcess::Wait()
+ToolEnd ToolProcess::Wait(bool endInput)
 {
-    EndInput();
+    if (endInput)
+        EndInput();
     ToolEnd end;
     char text[256];
     for (ssize_t count; (count = read(errors, text, sizeof text)) > 0;)
@@ -105,9 +123,9 @@ ToolEnd ToolProcess::Wait()
 }
 
 ToolEnd RunToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
-                       const std::string& input, std::optional<size_t> largestFile)
+                       const std::string& input, const ToolSetup& setup)
 {
-    ToolProcess tool(folder, arguments, largestFile);
+    ToolProcess tool(folder, arguments, setup);
     tool.Feed(input);
     return tool.Wait();
 }

@@ -1,4 +1,5 @@
-// The tool as a process of its own, with an input that the test feeds, and limits and signals as it wants them.
+// The tool as a process of its own, with an input that the test feeds, and limits and signals as it wants
+// them.
 #pragma once
 
 #include "support/test_folder.h"
@@ -14,14 +15,20 @@ struct ToolEnd {
     std::string err;
 };
 
+struct ToolSetup {
+    std::optional<size_t>
+        largestFile{}; ///< bytes that no file of the process may exceed, as if the disk were full
+    std::string output = "/dev/null"; ///< what standard output leads to; empty: it is closed
+    int ignored = 0;                  ///< a signal that the process is started to ignore
+};
+
 class ToolProcess
 {
   public:
-    /// Starts at once, in `folder`, with standard input from this object and a settings store and temporary files in
-    /// the folder.
-    /// largestFile  bytes that no file of the process may exceed, as if the disk were full behind them
+    /// Starts at once, in `folder`, with standard input from this object and a settings store and temporary
+    /// files in the folder.
     ToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
-                std::optional<size_t> largestFile = std::nullopt);
+                const ToolSetup& setup = {});
     ~ToolProcess();
     ToolProcess(const ToolProcess&) = delete;
     ToolProcess& operator=(const ToolProcess&) = delete;
@@ -30,8 +37,11 @@ class ToolProcess
     bool Feed(const std::string& bytes) const;
     void EndInput();
     void Signal(int number) const;
-    /// Waits for its end, with the input at its end too.
-    ToolEnd Wait();
+    /// Whether the process handles a signal itself at this moment.
+    bool Catches(int signal) const;
+    /// Waits for its end.
+    /// endInput  the input is at its end, too
+    ToolEnd Wait(bool endInput = true);
 
   private:
     pid_t process = -1;
@@ -41,4 +51,4 @@ class ToolProcess
 
 /// Runs it from start to end.
 ToolEnd RunToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
-                       const std::string& input = {}, std::optional<size_t> largestFile = std::nullopt);
+                       const std::string& input = {}, const ToolSetup& setup = {});

@@ -1,4 +1,5 @@
-// A host that lets the library go while its threads are on their way out. The code stays, so that they end well.
+// A host that lets the library go while its threads are on their way out. The code stays, so that they end
+// well.
 #include "driver/driver_session.h"
 #include "driver/process_state.h"
 #include "platform/host_path.h"
@@ -9,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <dlfcn.h>
 #include <random>
 #include <thread>
@@ -73,15 +73,10 @@ TEST(Unload, WhileThreadsEndLeavesNoThreadAndNoHandle)
         }
     };
     run(5); // what the system keeps of a library, it has now
-    const auto rest = [] { std::this_thread::sleep_for(std::chrono::milliseconds(10)); };
-    for (int i = 0; i < 500 && ThreadsInProcess() > 1; ++i)
-        rest();
-    const int threads = ThreadsInProcess();
+    ASSERT_TRUE(ThreadsFallTo(1));
     const size_t handles = HandleMark();
     run(Amount(60, 5000));
-    for (int i = 0; i < 500 && ThreadsInProcess() > threads; ++i)
-        rest();
-    EXPECT_LE(ThreadsInProcess(), threads);
+    EXPECT_TRUE(ThreadsFallTo(1)) << ThreadsInProcess() << " threads";
     EXPECT_EQ(HandleMark(), handles);
 }
 

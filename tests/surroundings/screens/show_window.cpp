@@ -1,6 +1,6 @@
-// Shows one dialog, or icon and balloon, for as long as a picture is taken of it. When what was asked for can be
-// seen, its place on the screen goes into the file that ORVANE_READY names, as WIDTHxHEIGHT+X+Y; the program ends
-// when that file has gone.
+// Shows one dialog, or icon and balloon, for as long as a picture is taken of it. When what was asked for can
+// be seen, its place on the screen goes into the file that ORVANE_READY names, as WIDTHxHEIGHT+X+Y; the
+// program ends when that file has gone.
 #include "surroundings/windows/dialog_driver.h"
 
 #include <cstdio>

@@ -180,7 +180,8 @@ std::vector<DialogWindow::Tip> DialogWindow::Tips() const
 
 DialogRun::DialogRun(std::function<void()> show)
 {
-    Library(); // loaded by the thread that also looks for windows: both at once, for the first time, can block
+    Library(); // loaded by the thread that also looks for windows: both at once, for the first time, can
+               // block
     std::promise<DWORD> started;
     ended = std::async(std::launch::async, [&started, show] {
         started.set_value(GetCurrentThreadId());

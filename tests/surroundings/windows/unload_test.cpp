@@ -1,4 +1,5 @@
 // A host that unloads the library while the notifier's thread is still on its way out.
+#include "support/eventually.h"
 #include "support/long_tests.h"
 #include "support/test_folder.h"
 #include "support/test_seed.h"
@@ -85,13 +86,10 @@ void RunHost(const std::string& path, DWORD pauseMilliseconds)
     EXPECT_NE(FreeLibrary(library.module), FALSE);
 }
 
-/// Until threads have left and the library has gone; false after a minute.
+/// Waits until threads have left and the library has gone.
 bool WaitForRest(const char* moduleName, int threads)
 {
-    for (int i = 0; i < 6000; ++i, Sleep(10))
-        if (!GetModuleHandleA(moduleName) && ThreadCount() <= threads)
-            return true;
-    return false;
+    return Eventually([=] { return !GetModuleHandleA(moduleName) && ThreadCount() <= threads; });
 }
 
 TEST(Unloading, LeavesNoThreadNoHandleAndNoLibrary)

@@ -77,6 +77,13 @@ ExitCode GetValue(ToolContext& context, const std::string& key)
     return ExitCode::Done;
 }
 
+[[noreturn]] void FailToStore(const CatalogEntry& setting)
+{
+    throw ToolError(
+        "the setting could not be stored", setting.key,
+        "check that the settings file and its .lock are yours, and that no other program holds them");
+}
+
 ExitCode SetValue(ToolContext& context, const std::string& key, const std::string& text)
 {
     const auto settings = ListSettings();
@@ -87,8 +94,7 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
         throw UsageError("the setting does not allow " + text, setting.key, RuleText(setting.rule));
     // The store itself fails without a word: look whether the value is there.
     if (LoadSetting(setting) != *stored)
-        throw ToolError("the setting could not be stored", setting.key,
-                        "check that the settings may be written");
+        FailToStore(setting);
     context.out << setting.key << " = " << ValueText(setting, *stored) << '\n';
     return ExitCode::Done;
 }
@@ -96,11 +102,10 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
 ExitCode Reset(const std::string& key)
 {
     const auto settings = ListSettings();
-    if (!key.empty())
-        ResetSetting(Find(settings, key));
-    else
-        for (const CatalogEntry& setting : settings)
-            ResetSetting(setting);
+    const CatalogEntry* const chosen = key.empty() ? nullptr : &Find(settings, key);
+    for (const CatalogEntry& setting : settings)
+        if ((!chosen || chosen == &setting) && !ResetSetting(setting))
+            FailToStore(setting);
     return ExitCode::Done;
 }
 

@@ -3,6 +3,7 @@
 #include "files/open_files.h"
 #include "files/output_file.h"
 #include "files/video_stream.h"
+#include "host/frame_check.h"
 #include "host/private_settings.h"
 #include "interrupt.h"
 #include "progress.h"
@@ -18,6 +19,7 @@ struct DecodeOptions {
     std::string layout;
     std::string frames;
     std::optional<uint32_t> threads;
+    bool noCheck = false;
 };
 
 struct FrameRange {
@@ -39,7 +41,7 @@ FrameRange ParseRange(const std::string& text, size_t frameCount, const std::str
         throw UsageError("bad range of frames", "--frames " + text, "write A-B, as 0-99, or one number");
     if (*last >= frameCount)
         throw ToolError("frame " + std::to_string(*last) + " does not exist", name,
-                        "the file has " + std::to_string(frameCount) + " frames, counted from 0");
+                        "the file has " + Counted(frameCount, "frame") + ", counted from 0");
     return {static_cast<size_t>(*first), static_cast<size_t>(*last + 1)};
 }
 
@@ -55,6 +57,8 @@ class Decoding
     {
         ChooseLayout();
         OpenCodec();
+        if (!options.noCheck)
+            check = std::make_unique<FrameCheck>(stream, context.driver, range.first);
         WriteFrames();
         return ReportDamage();
     }
@@ -62,8 +66,9 @@ class Decoding
   private:
     void ChooseLayout()
     {
-        layout = options.layout.empty() ? &DefaultLayout(KindOf(options.output), stream.Format().code)
-                                        : FindLayout(options.layout);
+        kind = OutputKindOf(options.output, !options.layout.empty(), stream.Format().code);
+        layout =
+            options.layout.empty() ? &DefaultLayout(kind, stream.Format().code) : FindLayout(options.layout);
         if (layout == nullptr)
             throw UsageError("unknown layout", "--to " + options.layout, "use one of " + LayoutNames());
         CheckPictureSize(*layout, stream.Width(), stream.Height(), options.input);
@@ -80,7 +85,7 @@ class Decoding
                                               NativeLayout(format.code), stream.Width(), stream.Height());
             throw ToolError(std::string(format.text) + " cannot be decoded to " + layout->name, options.input,
                             native ? "choose another layout with --to, as " + std::string(format.native)
-                                   : "the stream's record is damaged or of a newer version");
+                                   : "its headers may be damaged: run orvane repair");
         }
         decoder = std::make_unique<FrameDecompressor>(context.driver, format, stream.BitmapInfo(), *layout,
                                                       stream.Width(), stream.Height());
@@ -90,7 +95,8 @@ class Decoding
     void WriteFrames()
     {
         const VideoInfo info = stream.InfoFor(*layout);
-        const std::unique_ptr<FrameSink> sink = OpenSink(options.output, info, range.Count(), context.out);
+        const std::unique_ptr<FrameSink> sink =
+            OpenSink(options.output, kind, info, {range.first, range.Count()}, context.out, context.outputs);
         Progress progress(context.ProgressStream(), range.Count());
         std::vector<uint8_t> picture(info.FrameBytes());
         SeekBack();
@@ -98,8 +104,11 @@ class Decoding
             for (size_t number = range.first; number < range.end; ++number) {
                 ThrowIfInterrupted();
                 const std::span<const uint8_t> frame = stream.ReadFrame(number);
-                if (!decoder->Decompress(frame))
-                    NoteDamage(number);
+                const bool refused = !decoder->Decompress(frame);
+                if (check)
+                    check->AddDecoded(number, frame, refused);
+                else if (refused)
+                    NoteDamage(number, {});
                 decoder->Read(picture);
                 sink->Write(picture, number);
                 progress.Add(picture.size(), frame.size());
@@ -107,9 +116,7 @@ class Decoding
             ThrowIfInterrupted();
             sink->Finish();
         } catch (ToolError& error) {
-            // Stills are files of their own, each finished by itself.
-            if (const FileKind kind = KindOf(options.output); kind == FileKind::Y4m || kind == FileKind::Raw)
-                NamePart(error, PathOf(options.output), progress.Frames());
+            sink->NamePart(error, progress.Frames());
             throw;
         }
     }
@@ -124,26 +131,37 @@ class Decoding
             decoder->Decompress(stream.ReadFrame(number));
     }
 
-    void NoteDamage(size_t number)
+    /// rows  of the picture that are wrong; empty: the frame cannot be decoded, or its picture is right
+    void NoteDamage(size_t number, const std::string& rows)
     {
         if (damaged++ < kNamedFrames)
-            damagedText += (damagedText.empty() ? "" : " ") + std::to_string(number);
+            damagedText += (damagedText.empty() ? "" : ", ") + std::to_string(number) +
+                           (rows.empty() ? "" : " in " + rows);
     }
 
     ExitCode ReportDamage()
     {
+        if (check)
+            for (const auto& [number, fault] : check->Finish())
+                NoteDamage(number, fault.rows);
         const AviFile& file = stream.File();
         if (damaged > 0) {
             if (damaged > kNamedFrames)
                 damagedText += " ...";
-            throw ToolError(std::to_string(damaged) + " of " + std::to_string(range.Count()) +
-                                " frames are damaged (" + damagedText + ")",
-                            options.input, "in their place stands the picture before", ExitCode::DonePartly);
+            throw ToolError(
+                std::to_string(damaged) + " of " + Counted(range.Count(), "frame") +
+                    (damaged == 1 ? " is" : " are") + " damaged (" + damagedText + ")",
+                options.input,
+                "frames that cannot be decoded show the picture before them; orvane verify says more",
+                ExitCode::DonePartly);
         }
         if (file.cut && range.end == stream.FrameCount())
-            throw ToolError("the file is cut off behind its first " + Counted(stream.FrameCount(), "frame"),
+            throw ToolError("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"),
                             options.input, Counted(range.Count(), "frame") + " decoded",
                             ExitCode::DonePartly);
+        if (check && check->ChecksumsUnreadable())
+            throw ToolError("the checksums are damaged or belong to another video", options.input,
+                            "frames were checked by their structure alone", ExitCode::DonePartly);
         return ExitCode::Done;
     }
 
@@ -153,8 +171,10 @@ class Decoding
     ToolContext& context;
     VideoStream stream;
     FrameRange range;
+    FileKind kind = FileKind::Unknown; // of the output
     const PixelLayout* layout = nullptr;
     std::unique_ptr<FrameDecompressor> decoder;
+    std::unique_ptr<FrameCheck> check; ///< null with --no-check
     size_t damaged = 0;
     std::string damagedText; // numbers of the first damaged frames
 };
@@ -174,10 +194,10 @@ void AddDecodeCommand(CLI::App& app, Action& action)
         ->type_name("LAYOUT");
     command->add_option("--frames", options->frames, "Frames A-B or A, counted from 0");
     AddThreadsOption(*command, options->threads);
+    command->add_flag("--no-check", options->noCheck, "Do not compare frames with their checksums");
     command->callback([options, &action] {
         action = [options](ToolContext& context) {
-            if (options->output != "-")
-                CheckNotInput(PathOf(options->input), PathOf(options->output));
+            context.outputs.Protect(PathOf(options->input));
             return Decoding(*options, context).Run();
         };
     });

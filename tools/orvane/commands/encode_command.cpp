@@ -1,9 +1,11 @@
 #include "commands/command.h"
+#include "common/predict_methods.h"
 #include "counted.h"
 #include "files/avi_records.h"
 #include "files/avi_writer.h"
 #include "files/byte_source.h"
 #include "files/checksum_table.h"
+#include "files/conversion.h"
 #include "files/fourcc.h"
 #include "files/open_files.h"
 #include "files/y4m_header.h"
@@ -23,12 +25,13 @@ struct EncodeOptions {
     std::string input;
     std::string output;
     std::string format = "auto";
-    std::string method; ///< empty, or a name of kMethods
+    std::string method; ///< empty, or an option of kPredictMethods
     std::string matrix; ///< empty, or a name of kMatrices
     CodecOptions codec;
     std::string rate;
     std::string raw;
     bool verify = false;
+    bool lossless = false;
 };
 
 /// The name of an option's value, and the setting that it means.
@@ -36,8 +39,17 @@ struct NamedValue {
     const char* name;
     uint32_t value;
 };
-constexpr NamedValue kMethods[] = {{"gradient", 2}, {"median", 3}, {"dynamic", 4}};
 constexpr NamedValue kMatrices[] = {{"601", 1}, {"709", 2}};
+
+/// The methods that users can choose.
+std::vector<NamedValue> OfferedMethods()
+{
+    std::vector<NamedValue> methods;
+    for (const PredictMethodInfo& info : kPredictMethods)
+        if (info.offered)
+            methods.push_back({info.option, static_cast<uint32_t>(info.method)});
+    return methods;
+}
 
 std::vector<std::string> NamesOf(std::span<const NamedValue> values)
 {
@@ -103,11 +115,18 @@ Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
 CodecOptions CompleteOptions(const EncodeOptions& options, const VideoInfo& info)
 {
     CodecOptions codec = options.codec;
-    codec.method = ValueOf(kMethods, options.method);
+    codec.method = ValueOf(OfferedMethods(), options.method);
     codec.matrix = ValueOf(kMatrices, options.matrix);
     codec.interlaced = codec.interlaced ? codec.interlaced : info.interlaced;
     codec.fullRange = codec.fullRange ? codec.fullRange : info.fullRange;
     return codec;
+}
+
+/// Checksums are written after so many frames, two seconds of video: a killed recording has all but the last
+/// of them.
+size_t FramesPerTable(Rational rate)
+{
+    return static_cast<size_t>(std::clamp(2 * rate.Value(), 1.0, 1000.0));
 }
 
 FrameHeader RecordOf(std::span<const uint8_t> bitmapInfo)
@@ -122,13 +141,15 @@ class Encoding
 
     ExitCode Run()
     {
-        if (KindOf(options.output) != FileKind::Avi)
+        if (KindOf(options.output) != FileKind::Avi && !IsStreamName(PathOf(options.output)))
             throw UsageError("the output is an AVI file", options.output, "give a name that ends in .avi");
-        if (options.input != "-")
-            CheckNotInput(PathOf(options.input), PathOf(options.output));
+        for (const std::filesystem::path& file : InputFiles(options.input))
+            context.outputs.Protect(file);
         source = OpenSource(options.input, options.raw, context.in);
         format = &ChooseFormat(options, source->Info());
+        conversion = ConversionOf(*source->Info().layout, *format);
         OpenCodec();
+        TellConversion();
         WriteFrames();
         return ExitCode::Done;
     }
@@ -154,40 +175,95 @@ class Encoding
                                                    info.width, info.height);
     }
 
+    /// What is lost is said before it is.
+    void TellConversion() const
+    {
+        if (conversion.empty())
+            return;
+        const std::string what = std::string(source->Info().layout->name) + " to " + format->text +
+                                 " is not lossless: " + conversion;
+        if (options.lossless)
+            throw ToolError(what, options.input, "leave out --format, or --lossless");
+        context.err << WarningLine({what, options.input, "without --format nothing is lost"}) << std::flush;
+    }
+
     void WriteFrames()
     {
         const VideoInfo& info = source->Info();
         const Rational rate = ChooseRate(options, info);
-        OutputFile file(PathOf(options.output));
+        OutputFile file(PathOf(options.output), context.outputs);
+        file.RequireSeek("an AVI file");
         Progress progress(context.ProgressStream(), source->FrameCount());
         try {
             AviWriter writer(file, {format->fourcc, info.width, info.height, rate, coder->BitmapInfo()});
             const FrameHasher hasher(*format, RecordOf(coder->BitmapInfo()));
             ChecksumTable checksums(hasher.Bands(), hasher.Blocks());
+            const size_t framesPerTable = FramesPerTable(rate);
             std::vector<uint8_t> picture(info.FrameBytes());
-            while (source->Next(picture)) {
-                ThrowIfInterrupted();
+            while (ReadPicture(picture)) {
                 const std::span<const uint8_t> frame = coder->Compress(picture);
                 writer.WriteFrame(frame);
                 Verify(picture, frame, progress.Frames());
                 checksums.Add(hasher.Hash(NativePicture(picture, frame, progress.Frames()), frame));
+                if (checksums.Count() >= framesPerTable) {
+                    writer.WriteExtra({avi::kChecksums, checksums.Chunk()});
+                    checksums = ChecksumTable(hasher.Bands(), hasher.Blocks());
+                }
                 progress.Add(picture.size(), frame.size());
             }
-            // A pipe that ends with the same key was cut, too: what came of it is no whole result.
-            ThrowIfInterrupted();
+            CheckFrames(progress.Frames());
             writer.Finish(Extras(checksums));
+            // What came through a pipe until the request to end is a recording; of a file there is more.
+            if (IsInterrupted() && !source->IsLive()) {
+                file.Sync();
+                throw ToolError("interrupted", options.input, "start again to have the whole result");
+            }
             file.Commit();
         } catch (ToolError& error) {
-            NamePart(error, PathOf(options.output), progress.Frames());
+            file.NamePart(error, progress.Frames());
             throw;
         }
+        ReportWarnings();
         Summarise(progress);
+    }
+
+    /// False at the end of the input, and once the tool is asked to end.
+    bool ReadPicture(std::span<uint8_t> picture)
+    {
+        if (IsInterrupted())
+            return false;
+        try {
+            return source->Next(picture);
+        } catch (const ToolError&) {
+            if (IsInterrupted()) // a read that was woken up ends inside a picture
+                return false;
+            throw;
+        }
+    }
+
+    void CheckFrames(uint64_t frames) const
+    {
+        if (frames > 0)
+            return;
+        ThrowIfInterrupted();
+        throw ToolError("the input has no frames", options.input, "give at least one");
+    }
+
+    void ReportWarnings()
+    {
+        for (const ToolWarning& warning : source->Warnings())
+            context.err << WarningLine(warning);
     }
 
     void Verify(std::span<const uint8_t> picture, std::span<const uint8_t> frame, uint64_t number)
     {
-        if (check && check->Check(picture, frame) != PictureMatch::Same)
+        if (check && !IsAsCoded(check->Check(picture, frame)))
             FailToDecode(number);
+    }
+
+    static bool IsAsCoded(PictureMatch match)
+    {
+        return match == PictureMatch::Same || match == PictureMatch::SameAfterConversion;
     }
 
     [[noreturn]] void FailToDecode(uint64_t number) const
@@ -212,9 +288,15 @@ class Encoding
 
     std::vector<AviExtraChunk> Extras(const ChecksumTable& checksums) const
     {
-        std::vector<AviExtraChunk> extras{{avi::kChecksums, checksums.Chunk()}};
-        if (const std::string fields = MakeY4mFields(source->Info()); !fields.empty())
+        std::vector<AviExtraChunk> extras;
+        if (checksums.Count() > 0)
+            extras.push_back({avi::kChecksums, checksums.Chunk()});
+        VideoInfo info = source->Info();
+        info.fullRange = CompleteOptions(options, info).fullRange;
+        if (const std::string fields = MakeY4mFields(info); !fields.empty())
             extras.push_back({avi::kY4mFields, {fields.begin(), fields.end()}});
+        if (!conversion.empty())
+            extras.push_back({avi::kConversion, {conversion.begin(), conversion.end()}});
         return extras;
     }
 
@@ -233,6 +315,7 @@ class Encoding
     ToolContext& context;
     std::unique_ptr<FrameSource> source;
     const CompressedFormat* format = nullptr;
+    std::string conversion; ///< what is lost; empty: nothing
     std::unique_ptr<FrameCompressor> coder;
     std::unique_ptr<PictureCheck> check;
     std::unique_ptr<FrameDecompressor> native; ///< null: pictures come in the native layout
@@ -267,8 +350,9 @@ void AddEncodeCommand(CLI::App& app, Action& action)
     command->add_option("--format", options->format, "Compressed format; auto takes that of the input")
         ->check(CLI::IsMember({"auto", "rgb", "rgba", "yuv444", "yuv422", "yuv420", "yuva444", "gray"}))
         ->capture_default_str();
+    command->add_flag("--lossless", options->lossless, "Refuse a format that does not keep every sample");
     command->add_option("--method", options->method, "Predictor; dynamic takes the best for each block")
-        ->check(CLI::IsMember(NamesOf(kMethods)));
+        ->check(CLI::IsMember(NamesOf(OfferedMethods())));
     AddThreadsOption(*command, options->codec.threads);
     AddSwitch(*command, "interlaced", options->codec.interlaced, "Code the two fields by themselves");
     command->add_option("--matrix", options->matrix, "Colour matrix, Rec.601 or Rec.709")

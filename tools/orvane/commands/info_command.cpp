@@ -1,7 +1,10 @@
 #include "commands/command.h"
+#include "common/predict_methods.h"
 #include "counted.h"
+#include "files/conversion.h"
 #include "files/fourcc.h"
 #include "files/frame_structure.h"
+#include "files/host_problems.h"
 #include "files/video_stream.h"
 #include "progress.h"
 
@@ -22,8 +25,8 @@ struct InfoOptions {
     bool json = false;
 };
 
-constexpr const char* kMethodNames[] = {"unknown", "left", "gradient", "median"};
-constexpr size_t kMethods = std::size(kMethodNames);
+/// Element 0 counts blocks of no known method.
+constexpr size_t kMethods = kBlockMethods + 1;
 
 struct FrameFacts {
     AviFrame place;
@@ -41,6 +44,7 @@ struct StreamFacts {
     uint64_t bytes = 0;
     uint64_t rawBytes = 0;
     StoredChecksums checksums;
+    std::vector<std::string> problems; ///< of other programs with the file
 
     bool IsYuv() const { return IsYuvFamily(stream->Format().code); }
     std::string Matrix() const
@@ -53,7 +57,10 @@ struct StreamFacts {
 
 StreamFacts CollectFacts(const VideoStream& stream)
 {
-    StreamFacts facts{.stream = &stream, .frames = {}, .checksums = stream.ReadChecksums()};
+    StreamFacts facts{.stream = &stream,
+                      .frames = {},
+                      .checksums = stream.ReadChecksums(),
+                      .problems = FindHostProblems(stream)};
     for (const AviFrame& place : stream.File().frames) {
         FrameFacts frame{.place = place, .fault = {}};
         if (place.size > 0) {
@@ -79,7 +86,8 @@ std::string MethodsText(const std::array<uint64_t, kMethods>& methods)
 {
     std::string text;
     for (size_t i = 1; i < kMethods; ++i)
-        text += (text.empty() ? "" : ", ") + std::string(kMethodNames[i]) + " " + std::to_string(methods[i]);
+        text += (text.empty() ? "" : ", ") + std::string(kPredictMethods[i - 1].option) + " " +
+                std::to_string(methods[i]);
     return methods[0] == 0 ? text : text + ", unknown " + std::to_string(methods[0]);
 }
 
@@ -166,6 +174,12 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
         out << ", " << Counted(static_cast<uint64_t>(damaged), "frame") << " damaged in structure";
     out << '\n';
     line("checksums") << ChecksumText(facts) << '\n';
+    if (const std::string conversion = StoredConversion(stream); !conversion.empty())
+        line("converted") << conversion << '\n';
+    for (const std::string& problem : facts.problems)
+        line("problem") << problem << '\n';
+    if (!facts.problems.empty())
+        line("") << "the pictures are right all the same, unless verify finds damage; run orvane repair\n";
 }
 
 void PrintFrames(const StreamFacts& facts, std::ostream& out)
@@ -187,7 +201,7 @@ Json MethodsJson(const std::array<uint64_t, kMethods>& methods)
 {
     Json json = Json::object();
     for (size_t i = 1; i < kMethods; ++i)
-        json[kMethodNames[i]] = methods[i];
+        json[kPredictMethods[i - 1].option] = methods[i];
     return json;
 }
 
@@ -207,6 +221,7 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
     Json frames = Json::array();
     for (size_t number = 0; number < facts.frames.size(); ++number)
         frames.push_back(FrameJson(number, facts.frames[number]));
+    const std::string conversion = StoredConversion(stream);
     const Json json = {{"fourcc", PrintableFourCC(stream.Format().fourcc)},
                        {"format", stream.Format().text},
                        {"width", stream.Width()},
@@ -222,6 +237,8 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
                        {"methods", MethodsJson(facts.methods)},
                        {"raw_blocks", facts.rawBlocks},
                        {"checksums", facts.checksums.table.has_value()},
+                       {"converted", conversion.empty() ? Json() : Json(conversion)},
+                       {"problems", facts.problems},
                        {"frame_list", std::move(frames)}};
     out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }

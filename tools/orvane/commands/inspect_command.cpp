@@ -1,4 +1,5 @@
 #include "commands/command.h"
+#include "common/predict_methods.h"
 #include "counted.h"
 #include "drawing/block_map.h"
 #include "files/open_files.h"
@@ -52,10 +53,10 @@ std::string BlockFact(const FrameStructure& structure)
     const auto predictors = structure.CountPredictors();
     std::string text = std::to_string(structure.blocks.size()) + " blocks of " +
                        std::to_string(structure.blockHeight) + " picture rows:";
-    constexpr const char* kNames[] = {"of no known predictor", "Left", "Gradient", "Median"};
-    for (const size_t predictor : {3U, 2U, 1U, 0U})
-        if (predictors[predictor] > 0)
-            text += " " + std::to_string(predictors[predictor]) + " " + kNames[predictor] + ",";
+    for (size_t method = kBlockMethods + 1; method-- > 0;)
+        if (predictors[method] > 0)
+            text += " " + std::to_string(predictors[method]) + " " +
+                    (method > 0 ? kPredictMethods[method - 1].name : "of no known predictor") + ",";
     return text + " " + std::to_string(structure.CountRaw()) + " raw";
 }
 
@@ -66,7 +67,7 @@ ExitCode RunInspect(const InspectOptions& options, ToolContext& context)
     const auto wanted = ParseNumber(options.frame, INT64_MAX);
     if (!wanted)
         throw UsageError("bad number of a frame", "--frame " + options.frame, "frames count from 0");
-    CheckNotInput(PathOf(options.input), PathOf(options.output));
+    context.outputs.Protect(PathOf(options.input));
     VideoStream stream(PathOf(options.input));
     const std::string where = options.input + " frame " + options.frame;
     if (*wanted >= stream.FrameCount())
@@ -91,8 +92,8 @@ ExitCode RunInspect(const InspectOptions& options, ToolContext& context)
     subject.format = &stream.Format();
     subject.picture = DecodePicture(stream, context.driver, stream.ReadFrame(number), where);
     subject.structure = structure;
-    OutputFile file(PathOf(options.output));
-    file.Write(DrawBlockMap(subject).EncodePng(options.output));
+    OutputFile file(PathOf(options.output), context.outputs);
+    file.Write(DrawBlockMap(subject).EncodePng());
     file.Commit();
     context.out << options.output << ": " << subject.title << ", " << subject.facts[1] << '\n';
     return ExitCode::Done;

@@ -32,7 +32,7 @@ ExitCode RunPlot(const PlotOptions& options, ToolContext& context)
     const std::string ending = TextOf(PathOf(options.output).extension());
     if (ending != ".svg" && ending != ".SVG")
         throw UsageError("the plot is an SVG picture", options.output, "give a name that ends in .svg");
-    CheckNotInput(PathOf(options.input), PathOf(options.output));
+    context.outputs.Protect(PathOf(options.input));
     const VideoStream stream(PathOf(options.input));
     if (stream.FrameCount() == 0)
         throw ToolError("the file has no frames", options.input, "there is nothing to plot");
@@ -48,7 +48,7 @@ ExitCode RunPlot(const PlotOptions& options, ToolContext& context)
     subject.facts = FactsOf(stream, subject.rawBytes * subject.sizes.size(), bytes);
     subject.rate = stream.File().rate;
     const std::string svg = DrawSizePlot(subject);
-    OutputFile file(PathOf(options.output));
+    OutputFile file(PathOf(options.output), context.outputs);
     file.Write({reinterpret_cast<const uint8_t*>(svg.data()), svg.size()});
     file.Commit();
     context.out << options.output << ": " << subject.facts << '\n';

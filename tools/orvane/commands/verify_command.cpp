@@ -1,5 +1,7 @@
 #include "commands/command.h"
 #include "counted.h"
+#include "files/conversion.h"
+#include "files/host_problems.h"
 #include "files/open_files.h"
 #include "files/video_stream.h"
 #include "host/frame_check.h"
@@ -17,6 +19,7 @@ struct VerifyOptions {
     std::string input;
     std::string against;
     std::string raw;
+    bool afterConversion = false;
 };
 
 class Verification
@@ -33,9 +36,10 @@ class Verification
             CheckFrames();
         else
             CompareFrames();
+        CheckForOthers();
         if (faults > 0)
             throw ToolError(Counted(faults, "fault") + " found", options.input,
-                            "see the lines on standard output");
+                            "see the " + std::string(faults == 1 ? "line" : "lines") + " on standard output");
         return ExitCode::Done;
     }
 
@@ -54,11 +58,28 @@ class Verification
     {
         const AviFile& file = stream.File();
         if (file.cut)
-            Report("the file is cut off behind its first " + Counted(stream.FrameCount(), "frame"));
+            Report("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"));
         if (file.brokenPlaces > 0)
             Report("the chain of chunks is broken in " + Counted(file.brokenPlaces, "place"));
-        if (file.index == AviIndexState::Wrong && !file.cut)
-            Report("the index does not fit the frames");
+        for (const AviGap& gap : file.gaps)
+            Report(Counted(gap.count, "frame") + " missing before frame " + std::to_string(gap.before));
+        if (file.mayLackFrames)
+            Report("some bytes belong to no chunk: frames may be missing");
+        if (file.reordered)
+            context.out << "remark: the index plays the frames in another order than the file stores them; "
+                           "the index decides\n";
+    }
+
+    /// Whether other programs can read the file.
+    void CheckForOthers()
+    {
+        const bool picturesAreRight = faults == 0;
+        const std::vector<std::string> problems = FindHostProblems(stream);
+        for (const std::string& problem : problems)
+            Report(problem);
+        if (!problems.empty())
+            context.out << (picturesAreRight ? "the pictures are right; " : "")
+                        << "run orvane repair to have a file that other programs read\n";
     }
 
     /// What can be seen without the source: the structure of each frame, that it decodes, and that bytes and
@@ -75,8 +96,12 @@ class Verification
             check.Add(number);
             progress.Add(pictureBytes, stream.File().frames[number].size);
         }
+        if (stream.FrameCount() == 0)
+            Report("the file has no frames");
         for (const auto& [number, fault] : check.Finish())
-            ReportFrame(number, fault);
+            ReportFrame(number, fault.text);
+        for (const std::string& remark : check.Remarks())
+            context.out << "remark: " << remark << '\n';
         if (faults == 0)
             context.out << check.Summary() << '\n';
     }
@@ -103,17 +128,32 @@ class Verification
             PictureMatch match = check->Check(picture, frame);
             if (match == PictureMatch::Different && number == 0)
                 match = CheckOtherwise(picture, frame, info, check);
-            if (match != PictureMatch::Same)
-                ReportFrame(number, match == PictureMatch::Damaged ? "damaged, the codec refuses it"
-                                                                   : "differs from the source");
+            converted = converted || match == PictureMatch::SameAfterConversion;
+            if (match == PictureMatch::Damaged)
+                ReportFrame(number, "damaged, the codec refuses it");
+            if (match == PictureMatch::Different)
+                ReportFrame(number, "differs from the source");
             progress.Add(picture.size(), frame.size());
         }
         if (number != stream.FrameCount())
             Report("the source has " + Counted(number, "frame") + ", the file " +
                    std::to_string(stream.FrameCount()));
-        if (faults == 0)
+        if (converted)
+            ReportConversion(ConversionOf(*info.layout, stream.Format()));
+        else if (faults == 0)
             context.out << Counted(number, "frame") << (number == 1 ? " is" : " are") << " identical with "
                         << options.against << '\n';
+    }
+
+    void ReportConversion(const std::string& conversion)
+    {
+        const std::string line = "converted: " + conversion + "; ";
+        if (faults > 0)
+            Report(line + "not equal after the same conversion either");
+        else if (options.afterConversion)
+            context.out << line << "equal after the same conversion\n";
+        else
+            Report(line + "equal after the same conversion");
     }
 
     /// The stream does not tell how chroma was subsampled: if the first frame fits with the other way, that
@@ -125,9 +165,10 @@ class Verification
             return PictureMatch::Different;
         for (const bool interpolate : {false, true}) {
             std::unique_ptr<PictureCheck> other = OpenCheck(info, interpolate);
-            if (other->Check(picture, frame) == PictureMatch::Same) {
+            const PictureMatch match = other->Check(picture, frame);
+            if (match == PictureMatch::SameAfterConversion) {
                 check = std::move(other);
-                return PictureMatch::Same;
+                return match;
             }
         }
         return PictureMatch::Different;
@@ -155,6 +196,7 @@ class Verification
     ToolContext& context;
     VideoStream stream;
     size_t faults = 0;
+    bool converted = false; ///< frames hold what a conversion made of the source
 };
 
 } // namespace
@@ -165,6 +207,8 @@ void AddVerifyCommand(CLI::App& app, Action& action)
     CLI::App* const command = app.add_subcommand("verify", "Check a file, by itself or against its source");
     command->add_option("IN.avi", options->input, "The file to check")->required();
     command->add_option("--against", options->against, "Compare with these pictures, one by one");
+    command->add_flag("--after-conversion", options->afterConversion,
+                      "Take pictures for equal that are so after the conversion of the file");
     command->add_option("--raw", options->raw, "They are raw frames: WIDTHxHEIGHT:LAYOUT");
     command->callback([options, &action] {
         action = [options](ToolContext& context) { return Verification(*options, context).Run(); };

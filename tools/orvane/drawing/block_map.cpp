@@ -1,5 +1,7 @@
 #include "drawing/block_map.h"
 
+#include "common/predict_methods.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -16,7 +18,6 @@ constexpr int kGap = 12;
 constexpr int kTextHeight = 14;
 constexpr int kMinTextCell = 20; // cells below it carry no text
 constexpr double kMaxWidth = 1200, kMaxHeight = 900, kMaxStretched = 4000, kMaxScale = 8;
-constexpr const char* kPredictors[] = {"?", "Left", "Gradient", "Median"};
 
 /// From cold to hot: pale yellow for 0 bits a sample, dark red for 8.
 Color HeatOf(double bits)
@@ -82,7 +83,8 @@ void DrawCell(Canvas& canvas, const Rect& cell, const BlockStructure& block, dou
     canvas.Outline(cell, kWhite);
     if (cell.height < kMinTextCell)
         return;
-    const std::string text = std::string(kPredictors[block.predictor < 4 ? block.predictor : 0]) + " " +
+    const PredictMethodInfo* const method = FindPredictMethod(block.predictor);
+    const std::string text = std::string(method && method->inBlocks ? method->name : "?") + " " +
                              (block.raw ? "raw" : Fixed(bits));
     canvas.Text(cell.x + 8, cell.y + (cell.height - kTextHeight) / 2, text, bits < 4.5 ? kInk : kWhite);
 }

@@ -151,11 +151,11 @@ void Canvas::Image(const Rect& area, const StillImage& image)
     }
 }
 
-std::vector<uint8_t> Canvas::EncodePng(const std::string& name) const
+std::vector<uint8_t> Canvas::EncodePng() const
 {
     VideoInfo info;
     info.layout = &LayoutNamed("RGB24");
     info.width = static_cast<int>(width);
     info.height = static_cast<int>(height);
-    return EncodeStill(StillKind::Png, info, pixels, name);
+    return EncodeStill(StillKind::Png, info, pixels);
 }

@@ -40,7 +40,7 @@ class Canvas
 
     int Width() const { return static_cast<int>(width); }
     int Height() const { return static_cast<int>(height); }
-    std::vector<uint8_t> EncodePng(const std::string& name) const;
+    std::vector<uint8_t> EncodePng() const;
 
   private:
     Rect Inside(const Rect& area) const;

@@ -37,41 +37,47 @@ bool AppendSegmentIndex(const ByteSource& source, const AviChunk& chunk, uint32_
     return true;
 }
 
-/// The frames that the super index leads to; nothing when it is malformed or leads to what is no index. Each
-/// segment index is taken once at most, so that the list stays in proportion to the file.
-std::optional<FrameList> ReadSuperIndex(const ByteSource& source, const AviIndexPlaces& places)
+/// What an index says.
+struct Index {
+    FrameList frames;
+    bool isComplete = true; ///< well formed in all its parts
+};
+
+/// The frames that the super index leads to. It is complete when it leads to all segment indexes of the file
+/// and to nothing else; each of them is read once.
+Index ReadSuperIndex(const ByteSource& source, const AviIndexPlaces& places)
 {
     const AviChunk& chunk = places.superIndex.front();
-    FrameList frames;
+    Index index;
     const std::vector<uint8_t> bytes = source.ReadBytes(chunk.offset, chunk.size);
-    if (bytes.size() >= avi::kIndexHeadSize && bytes[3] == avi::kIndexOfChunks)
-        return AppendSegmentIndex(source, chunk, places.stream, frames) ? std::optional(frames)
-                                                                        : std::nullopt;
-
-    if (bytes.size() < avi::kIndexHeadSize || Get<uint16_t>(bytes, 0) != avi::kSuperEntrySize / 4)
-        return std::nullopt;
-    const uint64_t count = Get<uint32_t>(bytes, 4);
-    if (count > (bytes.size() - avi::kIndexHeadSize) / avi::kSuperEntrySize ||
-        count != places.segmentIndexes.size())
-        return std::nullopt;
-    for (size_t i = 0; i < count; ++i) {
-        const auto at = Get<uint64_t>(bytes, avi::kIndexHeadSize + i * avi::kSuperEntrySize);
-        const AviChunk& segment = places.segmentIndexes[i];
-        if (at != segment.offset - avi::kChunkHead ||
-            !AppendSegmentIndex(source, segment, places.stream, frames))
-            return std::nullopt;
+    const bool hasHead = bytes.size() >= avi::kIndexHeadSize;
+    if (hasHead && bytes[3] == avi::kIndexOfChunks) {
+        index.isComplete = AppendSegmentIndex(source, chunk, places.stream, index.frames);
+        return index;
     }
-    return frames;
+    const size_t room = hasHead ? (bytes.size() - avi::kIndexHeadSize) / avi::kSuperEntrySize : 0;
+    const uint64_t count = hasHead ? Get<uint32_t>(bytes, 4) : 0;
+    index.isComplete = hasHead && Get<uint16_t>(bytes, 0) == avi::kSuperEntrySize / 4 && count <= room &&
+                       count == places.segmentIndexes.size();
+    for (size_t i = 0; i < places.segmentIndexes.size(); ++i) {
+        const AviChunk& segment = places.segmentIndexes[i];
+        const bool isNamed =
+            i < room && Get<uint64_t>(bytes, avi::kIndexHeadSize + i * avi::kSuperEntrySize) ==
+                            segment.offset - avi::kChunkHead;
+        const bool isRead = AppendSegmentIndex(source, segment, places.stream, index.frames);
+        index.isComplete = index.isComplete && isNamed && isRead;
+    }
+    return index;
 }
 
 /// The frames of idx1. Its offsets count from the type "movi" or, with some writers, from the start of the
 /// file.
-std::optional<FrameList> ReadOldIndex(const ByteSource& source, const AviIndexPlaces& places,
-                                      const FrameList& found)
+Index ReadOldIndex(const ByteSource& source, const AviIndexPlaces& places, const FrameList& found)
 {
     const AviChunk& chunk = places.oldIndex.front();
     const std::vector<uint8_t> bytes = source.ReadBytes(chunk.offset, chunk.size);
-    FrameList frames;
+    Index index;
+    FrameList& frames = index.frames;
     for (size_t at = 0; at + avi::kIdx1EntrySize <= bytes.size(); at += avi::kIdx1EntrySize) {
         const auto id = Get<uint32_t>(bytes, at);
         const uint32_t kind = id >> 16;
@@ -82,36 +88,92 @@ std::optional<FrameList> ReadOldIndex(const ByteSource& source, const AviIndexPl
     if (!frames.empty() && !found.empty() && frames.front().offset != found.front().offset)
         for (AviFrame& frame : frames)
             frame.offset += places.moviType;
-    return frames;
+    return index;
 }
 
-/// Whether the index names frames of the file only, and each of them at least once.
-bool NamesExactly(const FrameList& index, const FrameList& found)
+/// The number of the frame that an entry names; nothing when there is none at its place.
+std::optional<size_t> FindFrame(const FrameList& found, const AviFrame& entry)
 {
+    const auto at = std::ranges::lower_bound(found, entry.offset, {}, &AviFrame::offset);
+    if (at == found.end() || at->offset != entry.offset)
+        return std::nullopt;
+    return static_cast<size_t>(at - found.begin());
+}
+
+/// Whether the index names frames of the file only, and each of them at least once. An index may name a frame
+/// many times, but not so often that the video is out of proportion to the file.
+bool NamesExactly(const Index& index, const FrameList& found, uint64_t fileSize)
+{
+    constexpr uint64_t kMaxRepetition = 16;
     std::vector<bool> named(found.size());
-    for (const AviFrame& frame : index) {
-        const auto at = std::ranges::lower_bound(found, frame.offset, {}, &AviFrame::offset);
-        if (at == found.end() || *at != frame)
+    uint64_t bytes = 0;
+    for (const AviFrame& entry : index.frames) {
+        const std::optional<size_t> number = FindFrame(found, entry);
+        if (!number || found[*number] != entry)
             return false;
-        named[static_cast<size_t>(at - found.begin())] = true;
+        named[*number] = true;
+        bytes += entry.size;
     }
-    return std::ranges::find(named, false) == named.end();
+    return index.isComplete && bytes / kMaxRepetition <= fileSize &&
+           std::ranges::find(named, false) == named.end();
+}
+
+/// Where frames are missing that the index names. Entries and frames are counted between two that agree,
+/// since an entry may be damaged and its frame not. An index that does not know most of the frames tells
+/// nothing.
+std::vector<AviGap> FindGaps(const FrameList& entries, const FrameList& found)
+{
+    std::vector<AviGap> gaps;
+    size_t agree = 0;
+    size_t next = 0;      // the frame that follows on the last one that agreed
+    uint64_t unknown = 0; // entries since then
+    const auto endStretch = [&](size_t number) {
+        const size_t unnamed = number > next ? number - next : 0;
+        if (unknown > unnamed)
+            gaps.push_back({number, unknown - unnamed});
+        unknown = 0;
+        next = number + 1;
+    };
+    for (const AviFrame& entry : entries)
+        if (const std::optional<size_t> number = FindFrame(found, entry)) {
+            endStretch(*number);
+            ++agree;
+        } else {
+            ++unknown;
+        }
+    endStretch(found.size());
+    const bool knowsMost = 2 * agree >= found.size() && 2 * agree >= entries.size() && agree > 0;
+    return knowsMost ? gaps : std::vector<AviGap>{};
 }
 
 } // namespace
 
-void CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFile& file)
+bool CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFile& file)
 {
-    const bool hasSuper = !places.superIndex.empty();
-    if (!hasSuper && places.oldIndex.empty()) {
-        file.index = AviIndexState::None;
-        return;
+    const bool hasSuper = !places.superIndex.empty(), hasOld = !places.oldIndex.empty();
+    if (!hasSuper && !hasOld && places.segmentIndexes.empty())
+        return false;
+    const FrameList found = file.frames;
+    const Index super = hasSuper ? ReadSuperIndex(source, places) : Index{{}, places.segmentIndexes.empty()};
+    const Index old = hasOld ? ReadOldIndex(source, places, found) : Index{{}, !places.promisesOldIndex};
+    const auto namesAll = [&](const Index& index) { return NamesExactly(index, found, source.Size()); };
+
+    // Where there are both, idx1 names the frames of the first segment, which stand before it.
+    FrameList first = found;
+    if (hasSuper && hasOld)
+        first.erase(std::ranges::lower_bound(first, places.oldIndex.front().offset, {}, &AviFrame::offset),
+                    first.end());
+    const bool superIsWhole = hasSuper ? namesAll(super) : super.isComplete;
+    const bool oldIsWhole = hasOld ? NamesExactly(old, first, source.Size()) : old.isComplete;
+    file.index = superIsWhole && oldIsWhole ? AviIndexState::Whole : AviIndexState::Wrong;
+
+    const Index& leading = hasSuper && (superIsWhole || !hasOld || !namesAll(old)) ? super : old;
+    const bool vouches = (hasSuper || hasOld || !leading.frames.empty()) && namesAll(leading);
+    if (vouches) {
+        file.frames = leading.frames;
+        file.reordered = !std::ranges::is_sorted(file.frames, {}, &AviFrame::offset);
+    } else {
+        file.gaps = FindGaps(leading.frames.empty() ? old.frames : leading.frames, found);
     }
-    auto index = hasSuper ? ReadSuperIndex(source, places) : ReadOldIndex(source, places, file.frames);
-    if (!index || !NamesExactly(*index, file.frames)) {
-        file.index = AviIndexState::Wrong;
-        return;
-    }
-    file.index = AviIndexState::Whole;
-    file.frames = std::move(*index);
+    return vouches;
 }

@@ -10,7 +10,10 @@ struct AviIndexPlaces {
     std::vector<AviChunk> superIndex;     ///< indx: none or one
     std::vector<AviChunk> segmentIndexes; ///< ix##, rising offsets
     std::vector<AviChunk> oldIndex;       ///< idx1: none or one
+    bool promisesOldIndex = false;        ///< the main header says that there is idx1
 };
 
-/// Sets file.index, and where the index is whole puts file.frames in its order.
-void CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFile& file);
+/// Sets file.index and file.reordered, and puts file.frames in the order of an index that names all of them.
+/// Where the index is wrong and still knows most of the frames, sets file.gaps. Returns whether an index
+/// names all frames and nothing else, as a whole index does.
+bool CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFile& file);

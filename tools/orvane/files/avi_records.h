@@ -2,10 +2,12 @@
 //
 //   RIFF 'AVI '                          first segment
 //     LIST hdrl: avih, LIST strl (strh, strf, indx), LIST odml (dmlh)
-//     LIST movi: a chunk for each frame, ix00 (index of this segment)
+//     LIST movi: a chunk for each frame, Osum every few seconds of video, ix00 (index of this segment)
 //     idx1                               index of the first segment for older readers
-//   RIFF 'AVIX'                          further segments: LIST movi with frames and ix00
-//   Osum, Oy4m                           at the end of the last segment: checksums, fields of Y4M
+//   RIFF 'AVIX'                          further segments: LIST movi with frames, Osum and ix00
+//   Osum, Oy4m, Ocnv                     at the end of the last segment: checksums of the last frames, fields
+//   of Y4M,
+//                                        what a conversion lost
 #pragma once
 
 #include "files/fourcc.h"
@@ -36,6 +38,7 @@ inline constexpr uint32_t kStrn = MakeFourCC("strn");
 inline constexpr uint32_t kVprp = MakeFourCC("vprp");
 inline constexpr uint32_t kChecksums = MakeFourCC("Osum");
 inline constexpr uint32_t kY4mFields = MakeFourCC("Oy4m");
+inline constexpr uint32_t kConversion = MakeFourCC("Ocnv");
 inline constexpr uint32_t kVids = MakeFourCC("vids");
 
 inline constexpr uint32_t kChunkHead = 8; ///< id and size

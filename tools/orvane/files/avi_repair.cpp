@@ -5,9 +5,9 @@
 #include "files/avi_writer.h"
 #include "files/bitmap_info.h"
 #include "files/fourcc.h"
-#include "files/frame_structure.h"
 #include "files/little_endian.h"
 #include "files/pixel_layout.h"
+#include "tool_error.h"
 
 #include <algorithm>
 
@@ -15,7 +15,6 @@ namespace {
 
 constexpr size_t kMaxDescription = 1 << 20; // bytes that describe one stream
 constexpr uint64_t kMaxExtras = 1 << 30;    // what the writer takes
-constexpr size_t kNamedFrames = 8;
 
 bool IsIndex(uint32_t id)
 {
@@ -31,9 +30,14 @@ bool IsHead(uint32_t id)
 
 } // namespace
 
-AviRepair::AviRepair(const ByteSource& source_, const std::string& name)
+AviRepair::AviRepair(const ByteSource& source_, const std::string& name, std::optional<Rational> rate)
     : source(source_), file(ReadAvi(source, name))
 {
+    if (rate)
+        file.rate = *rate;
+    if (file.frames.empty())
+        throw ToolError("there is not a single frame in the file", name,
+                        "there is nothing to repair it from");
     DescribeStreams(name);
     SortOthers();
     NoteState();
@@ -43,7 +47,6 @@ void AviRepair::Run(ByteSink& sink, const std::function<void(uint32_t)>& progres
 {
     AviWriter writer(sink, format);
     WriteStreams(writer, progress);
-    NoteDamagedFrames();
     writer.Finish(ReadExtras());
 }
 
@@ -60,6 +63,7 @@ void AviRepair::DescribeStreams(const std::string& name)
     format.height = static_cast<int>(record.height);
     format.rate = file.rate;
     format.number = static_cast<uint32_t>(file.stream);
+    file.streams.resize(std::max<size_t>(file.streams.size(), format.number + size_t{1}));
     for (size_t i = 0; i < file.streams.size(); ++i)
         if (i == format.number)
             format.chunks = Describe(i, false);
@@ -116,14 +120,23 @@ void AviRepair::SortOthers()
 
 void AviRepair::NoteState()
 {
+    changes.insert(changes.end(), file.headFaults.begin(), file.headFaults.end());
+    if (!file.rateIsKnown)
+        changes.push_back("the frame rate is now " + TextOf(file.rate, '/') + "; --fps sets another");
     if (file.index == AviIndexState::None)
         changes.push_back("there was no index");
     if (file.index == AviIndexState::Wrong)
         changes.push_back("the index did not fit the frames");
+    if (file.reordered)
+        changes.push_back("the index plays the frames in another order than they were stored in: it decides");
+    if (file.brokenPlaces > 0)
+        changes.push_back("the chain of chunks was broken in " + Counted(file.brokenPlaces, "place"));
     if (file.cut)
         losses.push_back("the file was cut off behind its first " + Counted(file.frames.size(), "frame"));
-    if (file.brokenPlaces > 0)
-        losses.push_back("the chain of chunks was broken in " + Counted(file.brokenPlaces, "place"));
+    for (const AviGap& gap : file.gaps)
+        losses.push_back(Counted(gap.count, "frame") + " before frame " + std::to_string(gap.before));
+    if (file.mayLackFrames)
+        losses.push_back("bytes that are no chunk, and nothing says how many frames there were");
 }
 
 /// Frames in playing order; each chunk of another stream stays before the frame that it stood before.
@@ -145,26 +158,9 @@ void AviRepair::WriteStreams(AviWriter& writer, const std::function<void(uint32_
     writeUpTo(UINT64_MAX);
 }
 
-void AviRepair::NoteDamagedFrames()
-{
-    const int planes = FindCompressedFormat(record.formatCode)->planes;
-    size_t damaged = 0;
-    for (size_t number = 0; number < file.frames.size(); ++number) {
-        const AviFrame& frame = file.frames[number];
-        if (frame.size == 0)
-            continue;
-        const FrameStructure structure = ReadFrameStructure(source, frame.offset, frame.size, record, planes);
-        if (!structure.fault.empty() && damaged++ < kNamedFrames)
-            losses.push_back("frame " + std::to_string(number) +
-                             " is damaged and stays as it is: " + structure.fault);
-    }
-    if (damaged > kNamedFrames)
-        losses.push_back(Counted(damaged - kNamedFrames, "further frame") + " damaged and left as they are");
-}
-
 std::vector<AviExtraChunk> AviRepair::ReadExtras() const
 {
-    std::vector<AviExtraChunk> read;
+    std::vector<AviExtraChunk> read = added;
     for (const AviChunk& chunk : extras)
         read.push_back({chunk.id, source.ReadBytes(chunk.offset, chunk.size)});
     return read;

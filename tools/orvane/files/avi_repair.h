@@ -6,6 +6,7 @@
 #include "files/avi_writer.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,11 +15,15 @@ class AviRepair
   public:
     /// source  of the file; outlives the object
     /// name    of it, for errors
-    /// Throws ToolError when there is nothing to repair the file from.
-    AviRepair(const ByteSource& source, const std::string& name);
+    /// rate    of the new file; nothing: that of the old one
+    /// Throws ToolError when there is nothing to repair the file from, as without a single frame.
+    AviRepair(const ByteSource& source, const std::string& name, std::optional<Rational> rate = std::nullopt);
 
     size_t FrameCount() const { return file.frames.size(); }
     size_t OtherChunkCount() const { return streamChunks.size(); }
+
+    /// Adds a chunk after the frames.
+    void Add(AviExtraChunk extra) { added.push_back(std::move(extra)); }
 
     /// sink      empty
     /// progress  called with the size of each frame that was written; may throw
@@ -37,7 +42,6 @@ class AviRepair
     void SortOthers();
     void NoteState();
     void WriteStreams(AviWriter& writer, const std::function<void(uint32_t)>& progress);
-    void NoteDamagedFrames();
     std::vector<AviExtraChunk> ReadExtras() const;
 
     const ByteSource& source;
@@ -46,6 +50,7 @@ class AviRepair
     FrameHeader record{};
     std::vector<AviChunk> streamChunks; // of other streams, in file order
     std::vector<AviChunk> extras;       // that belong to no stream
+    std::vector<AviExtraChunk> added;
     std::vector<std::string> changes;
     std::vector<std::string> losses;
 };

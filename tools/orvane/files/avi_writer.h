@@ -1,6 +1,6 @@
-// Writes one video stream as AVI 2.0, with whatever other streams stand beside it. Every frame is a key frame.
-// A file that was cut off at any point is readable up to its last whole frame: frames stand in order, each with
-// its size, and only sizes of lists wait for the end.
+// Writes one video stream as AVI 2.0, with whatever other streams stand beside it. Every frame is a key
+// frame. A file that was cut off at any point is readable up to its last whole frame: frames stand in order,
+// each with its size, and only sizes of lists wait for the end.
 #pragma once
 
 #include "files/output_file.h"
@@ -16,7 +16,7 @@ struct AviOtherStream {
     std::vector<uint8_t> chunks; ///< strf and what else describes the stream, each with its head and padding
 };
 
-/// A chunk behind the frames, which readers that do not know it pass over.
+/// A chunk between or after the frames, which readers that do not know it pass over.
 struct AviExtraChunk {
     uint32_t id = 0;
     std::vector<uint8_t> payload;
@@ -52,6 +52,9 @@ class AviWriter
     /// stream  its number
     /// kind    the two characters behind the number, as they stand in a chunk id: 'w' | 'b' << 8
     void WriteOther(uint32_t stream, uint32_t kind, std::span<const uint8_t> payload);
+
+    /// Appends a chunk between the frames, which no index lists.
+    void WriteExtra(const AviExtraChunk& extra) { WriteChunk(extra.id, extra.payload); }
 
     /// Writes indexes, extra chunks and final sizes. Nothing may be written after it.
     /// extras  of 1 GiB at most together

@@ -3,6 +3,7 @@
 #include "tool_error.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 std::vector<uint8_t> ByteSource::ReadBytes(uint64_t offset, size_t count) const
@@ -29,9 +30,11 @@ FileSource::FileSource(const std::filesystem::path& path) : name(TextOf(path))
         throw ToolError("this is a folder", name, "name a file");
     // Without a buffer: headers are read one by one, far apart, and frames are large.
     stream.rdbuf()->pubsetbuf(nullptr, 0);
+    errno = 0;
     stream.open(path, std::ios::binary);
     if (!stream)
-        throw ToolError("cannot open the file", name, "check that it exists and may be read");
+        throw ToolError("cannot open the file (" + SystemReason() + ")", name,
+                        "check that it exists and may be read");
     stream.seekg(0, std::ios::end);
     const std::streamoff end = stream.tellg();
     if (end < 0)
@@ -46,9 +49,11 @@ size_t FileSource::Read(uint64_t offset, std::span<uint8_t> into) const
     const auto wanted = static_cast<std::streamsize>(std::min<uint64_t>(into.size(), size - offset));
     stream.clear();
     stream.seekg(static_cast<std::streamoff>(offset));
+    errno = 0;
     stream.read(reinterpret_cast<char*>(into.data()), wanted);
     if (stream.gcount() != wanted)
-        throw ToolError("cannot read the file", name, "check the disk and try again");
+        throw ToolError("cannot read the file (" + SystemReason() + ")", name,
+                        "check the disk and try again");
     return static_cast<size_t>(wanted);
 }
 

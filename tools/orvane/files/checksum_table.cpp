@@ -109,6 +109,12 @@ std::optional<ChecksumTable> ChecksumTable::Parse(std::span<const uint8_t> chunk
     return table;
 }
 
+std::optional<ChecksumTable> ChecksumTable::Parse(std::span<const uint8_t> chunk)
+{
+    return chunk.size() < kHeadSize ? std::nullopt
+                                    : Parse(chunk, Get<uint32_t>(chunk, 20), Get<uint32_t>(chunk, 24));
+}
+
 void ChecksumTable::Add(const FrameChecksums& frame)
 {
     if (entries.size() + EntrySize() > kMaxEntryBytes)
@@ -169,7 +175,8 @@ uint64_t ChecksumTable::FrameHashAt(size_t index) const
     return Get<uint64_t>(entries, index * EntrySize() + 4);
 }
 
-FrameMatcher::FrameMatcher(const ChecksumTable& table_) : table(table_), taken(table_.Count())
+FrameMatcher::FrameMatcher(const ChecksumTable& table_, size_t first_)
+    : table(table_), taken(table_.Count()), first(first_), expected(first_)
 {
     for (size_t i = 0; i < table.Count(); ++i)
         known.try_emplace(table.FrameHashAt(i), i);
@@ -187,16 +194,30 @@ std::optional<size_t> FrameMatcher::Add(uint64_t hash, uint32_t size)
     expected = match.value_or(expected) + 1;
     matches.push_back(match);
     sizes.push_back(size);
+    hashes.push_back(hash);
     return match;
 }
 
 std::vector<std::optional<size_t>> FrameMatcher::Finish()
 {
-    expected = 0;
+    const auto isDamaged = [&](size_t frame, size_t entry) {
+        return !matches[frame] && entry < table.Count() && !taken[entry] &&
+               table.SizeAt(entry) == sizes[frame];
+    };
+    expected = first;
     for (size_t i = 0; i < matches.size(); ++i) {
-        if (!matches[i] && expected < table.Count() && !taken[expected] && table.SizeAt(expected) == sizes[i])
-            matches[i] = expected;
+        if (isDamaged(i, expected))
+            Take(i, expected);
         expected = matches[i].value_or(expected) + 1;
     }
+    for (size_t i = matches.size(); i-- > 1;)
+        if (matches[i] && *matches[i] > 0 && isDamaged(i - 1, *matches[i] - 1))
+            Take(i - 1, *matches[i] - 1);
     return matches;
+}
+
+void FrameMatcher::Take(size_t frame, size_t entry)
+{
+    matches[frame] = entry;
+    taken[entry] = true;
 }

@@ -1,8 +1,9 @@
 // Checksums of a stream, by which damage is found and located without the source.
 //
-// For each frame they say how it can be known again (size and hash of its bytes), what its picture is (hash of
-// the whole and of each band of rows, in the native layout), and which bytes are which (hash of each block).
-// They stand in a chunk of the AVI file. All hashes are XXH3, 64 bits, seed 0; those of blocks its low half.
+// For each frame they say how it can be known again (size and hash of its bytes), what its picture is (hash
+// of the whole and of each band of rows, in the native layout), and which bytes are which (hash of each
+// block). They stand in a chunk of the AVI file. All hashes are XXH3, 64 bits, seed 0; those of blocks its
+// low half.
 //
 //   offset  size
 //     0      8    hash of all bytes of the chunk behind this one
@@ -11,7 +12,8 @@
 //    16      4    frames
 //    20      4    bands of a picture
 //    24      4    blocks of a frame
-//    28           for each frame: size (4 bytes), hash of the frame (8), hash of the picture (8), hashes of its
+//    28           for each frame: size (4 bytes), hash of the frame (8), hash of the picture (8), hashes of
+//    its
 //                 bands (8 each), hashes of its blocks (4 each)
 #pragma once
 
@@ -64,8 +66,11 @@ class ChecksumTable
   public:
     ChecksumTable(size_t bands_, size_t blocks_) : bands(bands_), blocks(blocks_) {}
 
-    /// Nothing when the chunk is damaged, of another version, or does not belong to pictures of so many bands.
+    /// Nothing when the chunk is damaged, of another version, or does not belong to pictures of so many
+    /// bands.
     static std::optional<ChecksumTable> Parse(std::span<const uint8_t> chunk, size_t bands, size_t blocks);
+    /// The same for pictures of any size: bands and blocks are those that the chunk says.
+    static std::optional<ChecksumTable> Parse(std::span<const uint8_t> chunk);
 
     /// Appends a frame, as long as the chunk stays below 512 MiB.
     void Add(const FrameChecksums& frame);
@@ -87,26 +92,33 @@ class ChecksumTable
     std::vector<uint8_t> entries; ///< as they stand in the chunk
 };
 
-/// Finds the checksums of the frames of a file. A frame whose bytes are known is that frame wherever it stands,
-/// so that cutting and joining files raises no alarm. One whose bytes are not known is the one that follows on
-/// the frame before it, if it has that one's size and nobody else is it: it was damaged. All others came from
-/// elsewhere and have no checksums.
+/// Finds the checksums of the frames of a file. A frame whose bytes are known is that frame wherever it
+/// stands, so that cutting and joining files raises no alarm. One whose bytes are not known is the one that
+/// follows on the frame before it, or that the frame after it follows on, if it has that one's size and
+/// nobody else is it: it was damaged. All others came from elsewhere and have no checksums.
 class FrameMatcher
 {
   public:
-    /// `table` outlives the matcher.
-    explicit FrameMatcher(const ChecksumTable& table);
+    /// table  outlives the matcher
+    /// first  the number that the first frame has if the file was not edited
+    explicit FrameMatcher(const ChecksumTable& table, size_t first = 0);
 
     /// For all frames of a file in order: the number of its checksums if its bytes are known.
     std::optional<size_t> Add(uint64_t hash, uint32_t size);
     /// Once all frames were added: for each of them the number of its checksums, also of damaged ones.
     std::vector<std::optional<size_t>> Finish();
+    /// Whether the frame that was added as number `index` was found by its bytes.
+    bool IsKnown(size_t index) const { return known.contains(hashes[index]); }
 
   private:
+    void Take(size_t frame, size_t entry);
+
     const ChecksumTable& table;
     std::unordered_map<uint64_t, size_t> known; ///< the first of several equal ones
     std::vector<std::optional<size_t>> matches;
     std::vector<uint32_t> sizes;
+    std::vector<uint64_t> hashes;
     std::vector<bool> taken;
-    size_t expected = 0; ///< what follows on the frame before
+    size_t first;
+    size_t expected; ///< what follows on the frame before
 };

@@ -48,6 +48,46 @@ uint64_t FrameStructure::CountRaw() const
     return static_cast<uint64_t>(std::ranges::count(blocks, true, &BlockStructure::raw));
 }
 
+std::vector<std::pair<size_t, size_t>> Stretches(const std::vector<bool>& flags)
+{
+    std::vector<std::pair<size_t, size_t>> stretches;
+    for (size_t i = 0; i < flags.size(); ++i) {
+        if (!flags[i])
+            continue;
+        if (!stretches.empty() && stretches.back().second + 1 == i)
+            stretches.back().second = i;
+        else
+            stretches.emplace_back(i, i);
+    }
+    return stretches;
+}
+
+std::string RowsOfBands(const std::vector<bool>& bands, uint32_t bandRows, uint32_t height)
+{
+    std::string text;
+    for (const auto& [from, to] : Stretches(bands))
+        text +=
+            (text.empty() ? "rows " : ", ") +
+            RangeText(uint64_t{from} * bandRows, std::min<uint64_t>(uint64_t{to + 1} * bandRows, height) - 1);
+    return text;
+}
+
+std::string RangeText(uint64_t first, uint64_t last)
+{
+    return std::to_string(first) + (first == last ? "" : "-" + std::to_string(last));
+}
+
+std::string FrameStructure::BlocksText(const CompressedFormat& format, uint32_t height, size_t first,
+                                       size_t last) const
+{
+    const size_t plane = blocks[first].plane;
+    const uint64_t firstBand = first - plane * Bands(format.planes);
+    const uint64_t lastBand = last - plane * Bands(format.planes);
+    const uint64_t end = std::min<uint64_t>((lastBand + 1) * blockHeight, height);
+    return (first == last ? "block " : "blocks ") + RangeText(first, last) + " (" + PlaneName(format, plane) +
+           ", rows " + RangeText(firstBand * blockHeight, end - 1) + ")";
+}
+
 FrameStructure ReadFrameStructure(const ByteSource& source, uint64_t offset, uint32_t size,
                                   const FrameHeader& record, int planes)
 {
@@ -64,6 +104,7 @@ FrameStructure ReadFrameStructure(const ByteSource& source, uint64_t offset, uin
         if (const auto fault = HeaderFault(header, record))
             return Faulty(*fault);
         table = header.headerSize;
+        structure.tableOffset = header.headerSize;
         if (header.blockHeight != 0)
             structure.blockHeight = header.blockHeight;
     }

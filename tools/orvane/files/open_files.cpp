@@ -1,5 +1,6 @@
 #include "files/open_files.h"
 
+#include "files/input_stream.h"
 #include "files/picture_sequence.h"
 #include "files/raw_stream.h"
 #include "files/y4m_stream.h"
@@ -21,6 +22,8 @@ constexpr Ending kEndings[] = {{".y4m", FileKind::Y4m}, {".avi", FileKind::Avi},
 
 std::unique_ptr<std::istream> OpenStream(const std::string& name)
 {
+    if (IsStreamName(PathOf(name)))
+        return std::make_unique<InputStream>(name);
     const FileSource check(PathOf(name)); // for its errors
     return std::make_unique<std::ifstream>(PathOf(name), std::ios::binary);
 }
@@ -71,23 +74,46 @@ std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::stri
                      "give .y4m, .png, .ppm, .pgm, - or raw frames with --raw");
 }
 
-std::unique_ptr<FrameSink> OpenSink(const std::string& name, const VideoInfo& info, uint64_t frameCount,
-                                    std::ostream& standard)
+std::vector<std::filesystem::path> InputFiles(const std::string& name)
+{
+    switch (KindOf(name)) {
+    case FileKind::StandardStream:
+        return {};
+    case FileKind::Png:
+    case FileKind::Pnm:
+        return FilesOf(PathOf(name));
+    default:
+        return {PathOf(name)};
+    }
+}
+
+FileKind OutputKindOf(const std::string& name, bool hasLayout, FormatId code)
 {
     const FileKind kind = KindOf(name);
+    if (kind != FileKind::Unknown || !IsStreamName(PathOf(name)))
+        return kind;
+    return hasLayout || !Y4mKindOf(NativeLayout(code)) ? FileKind::Raw : FileKind::Y4m;
+}
+
+std::unique_ptr<FrameSink> OpenSink(const std::string& name, FileKind kind, const VideoInfo& info,
+                                    FrameNumbers frames, std::ostream& standard, const OutputRules& rules)
+{
     const std::filesystem::path path = PathOf(name);
     switch (kind) {
     case FileKind::StandardStream:
+        if (rules.outputIsTerminal)
+            throw ToolError("binary data is not written to a terminal", "standard output",
+                            "send it to a file or to another program");
         return std::make_unique<Y4mWriter>(nullptr, &standard, info, "standard output");
     case FileKind::Y4m:
         MakeY4mHeader(info, name); // refuses a layout before the file is there
-        return std::make_unique<Y4mWriter>(std::make_unique<OutputFile>(path), nullptr, info, name);
+        return std::make_unique<Y4mWriter>(std::make_unique<OutputFile>(path, rules), nullptr, info, name);
     case FileKind::Png:
     case FileKind::Pnm:
         return std::make_unique<StillWriter>(path, kind == FileKind::Png ? StillKind::Png : StillKind::Pnm,
-                                             info, frameCount);
+                                             info, frames, rules);
     case FileKind::Raw:
-        return std::make_unique<RawWriter>(std::make_unique<OutputFile>(path));
+        return std::make_unique<RawWriter>(std::make_unique<OutputFile>(path, rules));
     case FileKind::Avi:
     case FileKind::Unknown:
         break;

@@ -3,10 +3,13 @@
 #pragma once
 
 #include "files/frame_source.h"
+#include "files/output_file.h"
 
+#include <filesystem>
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <vector>
 
 enum class FileKind { StandardStream, Y4m, Avi, Png, Pnm, Raw, Unknown };
 
@@ -19,12 +22,20 @@ FileKind KindOf(const std::string& name);
 std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::string& raw,
                                         std::istream& standard);
 
+/// The files that a name for OpenSource stands for; none for standard input.
+std::vector<std::filesystem::path> InputFiles(const std::string& name);
+
+/// What is written under a name. A pipe or device whose name says nothing takes raw frames where the user has
+/// chosen their layout or Y4M cannot hold the format, else Y4M.
+FileKind OutputKindOf(const std::string& name, bool hasLayout, FormatId code);
+
 /// Opens pictures for writing.
-/// frameCount  pictures that will come
-/// standard    the standard output
+/// kind      from OutputKindOf
+/// frames    that will come
+/// standard  the standard output
 /// Throws ToolError.
-std::unique_ptr<FrameSink> OpenSink(const std::string& name, const VideoInfo& info, uint64_t frameCount,
-                                    std::ostream& standard);
+std::unique_ptr<FrameSink> OpenSink(const std::string& name, FileKind kind, const VideoInfo& info,
+                                    FrameNumbers frames, std::ostream& standard, const OutputRules& rules);
 
 /// The layout in which a stream of this format goes to a file of that kind when the user names none.
 const PixelLayout& DefaultLayout(FileKind kind, FormatId code);

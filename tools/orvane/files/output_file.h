@@ -1,15 +1,19 @@
-// Where results go. A file appears under its name only when it is complete: until then it is NAME.part.
+// Where results go. A file appears under its name only when it is complete: until then it is NAME.part. Pipes
+// and devices are written to as they are.
 #pragma once
+
+#include "platform/open_file.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <span>
 #include <string>
+#include <vector>
 
 struct ToolError;
 
-/// Bytes in sequence, with the right to go back and fill in a head.
+/// Bytes in sequence, with the right to go back and fill in a header.
 class ByteSink
 {
   public:
@@ -22,34 +26,78 @@ class ByteSink
     virtual uint64_t Position() const = 0;
 };
 
-/// Written without a buffer of ours: whatever ends the process, the file holds all that Write has returned from.
+/// What a run may do to names that are taken.
+class OutputRules
+{
+  public:
+    using Path = std::filesystem::path;
+
+    bool force = false; ///< outputs replace existing files, and unfinished ones of earlier runs
+    /// Asks whether to replace a file; empty when there is nobody to ask.
+    std::function<bool(const std::string& name)> ask;
+    bool outputIsTerminal = false; ///< standard output, which then takes no binary data
+
+    /// No output overwrites this input, not through a link either.
+    void Protect(const Path& input) { inputs.push_back(input); }
+    bool IsInput(const Path& name) const;
+
+    /// Decides before any work is done. Throws ToolError when a name is taken and may not be replaced,
+    /// UsageError when it is an input. The answer for several files is asked for once. Returns the rules for
+    /// OutputFile.
+    OutputRules Check(std::span<const Path> names) const;
+
+  private:
+    friend class OutputFile;
+
+    std::vector<Path> inputs;
+    bool mayReplace = false; ///< the user has said so
+};
+
 class OutputFile final : public ByteSink
 {
   public:
-    /// Creates NAME.part; an older NAME stays untouched. Throws ToolError when it cannot be made.
-    explicit OutputFile(const std::filesystem::path& name);
+    enum class Folder { IsSynced, IsSyncedLater };
+
+    /// Creates NAME.part, or where that is an input NAME.part.part; an older NAME is not touched. A link
+    /// leads to the file that is written, a pipe or device is opened itself. Throws ToolError when the rules
+    /// forbid it or the system refuses.
+    OutputFile(const std::filesystem::path& name, const OutputRules& rules);
+    /// An unfinished file stays, unless Discard was called.
+    ~OutputFile() override;
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
 
     void Write(std::span<const uint8_t> bytes) override;
     void WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override;
     uint64_t Position() const override { return position; }
 
-    /// Makes the file appear under its name, replacing an older one. Without it the bytes stay in NAME.part.
-    void Commit();
+    /// Throws ToolError when the output is a pipe, or a device that cannot go back.
+    /// kind  of the file, for the error
+    void RequireSeek(const std::string& kind) const;
 
-    static std::filesystem::path PartName(std::filesystem::path name) { return name += ".part"; }
+    /// Puts the bytes on the disk and makes the file appear under its name.
+    void Commit(Folder folder = Folder::IsSynced);
+
+    /// Puts the bytes on the disk. The file stays NAME.part.
+    void Sync();
+
+    /// Adds to an error in the middle of the work where the finished part of it is.
+    /// frames  that are complete; without any the unfinished file goes
+    void NamePart(ToolError& error, uint64_t frames);
 
   private:
-    [[noreturn]] void Fail() const;
+    void OpenPart(const OutputRules& rules);
+    [[noreturn]] void Fail(const std::error_code& error) const;
+    bool IsStream() const { return partName.empty(); }
 
-    std::filesystem::path finalName;
-    std::filesystem::path partName;
-    std::ofstream stream;
+    std::filesystem::path finalName; ///< links followed
+    std::filesystem::path partName;  ///< empty for pipes and devices
+    bool replace;
+    bool discard = false;
+    bool committed = false;
+    platform::OpenFile file;
     uint64_t position = 0;
 };
 
-/// Adds to an error in the middle of the work where the finished part of it is.
-/// frames  that NAME.part holds whole
-void NamePart(ToolError& error, const std::filesystem::path& name, uint64_t frames);
-
-/// Refuses (UsageError) an output whose name, finished or unfinished, is the input itself.
-void CheckNotInput(const std::filesystem::path& input, const std::filesystem::path& output);
+/// Whether a name leads to a pipe, a device or a standard stream.
+bool IsStreamName(const std::filesystem::path& name);

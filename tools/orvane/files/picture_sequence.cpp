@@ -1,22 +1,14 @@
 #include "files/picture_sequence.h"
 
 #include "files/byte_source.h"
-#include "files/output_file.h"
 #include "tool_error.h"
 
 #include <algorithm>
+#include <thread>
 
 namespace {
 
 constexpr size_t kMaxDigits = 18;
-
-StillImage LoadStill(const std::filesystem::path& path)
-{
-    const FileSource source(path);
-    if (source.Size() > INT32_MAX)
-        throw ToolError("the picture is too large", TextOf(path), "use pictures below 2 GiB");
-    return DecodeStill(source.ReadBytes(0, static_cast<size_t>(source.Size())), TextOf(path));
-}
 
 /// The files of a pattern, from the first number on. Throws ToolError when there is none or one is missing
 /// between.
@@ -92,45 +84,99 @@ std::optional<uint64_t> NumberPattern::NumberOf(const std::string& fileName) con
     return number && FileName(*number) == fileName ? number : std::nullopt;
 }
 
-StillReader::StillReader(const std::filesystem::path& name)
+std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& name)
 {
     const auto pattern = NumberPattern::Parse(name);
-    files = pattern ? FindFiles(*pattern, name) : std::vector{name};
-    current = LoadStill(files.front());
-    loaded = true;
+    return pattern ? FindFiles(*pattern, name) : std::vector{name};
+}
+
+StillReader::StillReader(const std::filesystem::path& name) : files(FilesOf(name))
+{
+    Open();
+    frameCount = files.size() - 1 + file->CountPictures();
+    if (!Load())
+        throw ToolError("the file is empty", TextOf(files.front()), "give a picture");
     info = current.info;
+}
+
+void StillReader::Open()
+{
+    file = std::make_unique<StillFile>(std::make_unique<FileSource>(files[number]), TextOf(files[number]));
+}
+
+/// Makes the next picture the current one. False after the last picture of the last file.
+bool StillReader::Load()
+{
+    for (;;) {
+        if (std::optional<StillImage> next = file->Next()) {
+            current = std::move(*next);
+            for (const ToolWarning& warning : current.warnings)
+                Warn(warning);
+            return true;
+        }
+        if (number + 1 == files.size())
+            return false;
+        ++number;
+        Open();
+    }
 }
 
 bool StillReader::Next(std::span<uint8_t> picture)
 {
-    if (next == files.size())
+    if (!first && !Load())
         return false;
-    if (!loaded)
-        current = LoadStill(files[next]);
-    loaded = false;
+    first = false;
     if (current.info.width != info.width || current.info.height != info.height ||
         current.info.layout != info.layout)
-        throw ToolError("the picture differs from the first in size or channels", TextOf(files[next]),
+        throw ToolError("the picture differs from the first in size or channels", TextOf(files[number]),
                         "give all pictures the form of " + TextOf(files.front().filename()));
     std::ranges::copy(current.pixels, picture.begin());
-    ++next;
     return true;
 }
 
 StillWriter::StillWriter(const std::filesystem::path& name_, StillKind kind_, const VideoInfo& info_,
-                         uint64_t frameCount)
-    : name(name_), pattern(NumberPattern::Parse(name_)), kind(kind_), info(info_)
+                         FrameNumbers frames, const OutputRules& rules_)
+    : name(name_), pattern(NumberPattern::Parse(name_)), kind(kind_), info(info_),
+      limit(std::max(1U, std::thread::hardware_concurrency()))
 {
     CheckStillLayout(kind, *info.layout, TextOf(name));
-    if (!pattern && frameCount > 1)
-        throw UsageError(std::to_string(frameCount) + " frames need a number pattern in the name",
+    if (!pattern && frames.count > 1)
+        throw UsageError(std::to_string(frames.count) + " frames need a number pattern in the name",
                          TextOf(name), "write a name as shot_%04d.png, or choose one frame with --frames");
+    std::vector<std::filesystem::path> names;
+    for (uint64_t number = frames.first; number < frames.first + frames.count; ++number)
+        names.push_back(NameOf(number));
+    rules = rules_.Check(names);
 }
 
 void StillWriter::Write(std::span<const uint8_t> picture, uint64_t number)
 {
-    const std::filesystem::path target = pattern ? pattern->NameOf(number) : name;
-    OutputFile file(target);
-    file.Write(EncodeStill(kind, info, picture, TextOf(target)));
-    file.Commit();
+    if (running.size() == limit)
+        FinishOldest();
+    running.push_back(std::async(
+        std::launch::async, [this, number, pixels = std::vector<uint8_t>(picture.begin(), picture.end())] {
+            OutputFile file(NameOf(number), rules);
+            try {
+                file.Write(EncodeStill(kind, info, pixels));
+                file.Commit(OutputFile::Folder::IsSyncedLater);
+            } catch (ToolError& error) {
+                file.NamePart(error, 0); // half a picture is of no use
+                throw;
+            }
+        }));
+}
+
+/// Waits for a picture and throws what went wrong with it.
+void StillWriter::FinishOldest()
+{
+    std::future<void> oldest = std::move(running.front());
+    running.pop_front();
+    oldest.get();
+}
+
+void StillWriter::Finish()
+{
+    while (!running.empty())
+        FinishOldest();
+    platform::SyncFolder(name.parent_path());
 }

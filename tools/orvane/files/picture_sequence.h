@@ -3,9 +3,13 @@
 #pragma once
 
 #include "files/frame_source.h"
+#include "files/output_file.h"
 #include "files/still_image.h"
 
+#include <deque>
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,35 +35,52 @@ class NumberPattern
     size_t digits = 1; // at least
 };
 
+/// The files that a name stands for: those of its pattern from the first number on, or the name itself.
+/// Throws ToolError when a pattern has none or one is missing between.
+std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& name);
+
 class StillReader final : public FrameSource
 {
   public:
     /// Finds the files and reads the first. Throws ToolError when there is none, or a number is missing.
     explicit StillReader(const std::filesystem::path& name);
 
-    std::optional<uint64_t> FrameCount() const override { return files.size(); }
+    std::optional<uint64_t> FrameCount() const override { return frameCount; }
     bool Next(std::span<uint8_t> picture) override;
 
   private:
+    void Open();
+    bool Load();
+
     std::vector<std::filesystem::path> files;
-    StillImage current; // the picture of files[next] if `loaded`
-    bool loaded = false;
-    size_t next = 0;
+    size_t number = 0;               // of the open file
+    std::unique_ptr<StillFile> file; // files[number]
+    StillImage current;
+    bool first = true; // nobody has taken the first picture yet
+    uint64_t frameCount = 0;
 };
 
 class StillWriter final : public FrameSink
 {
   public:
-    /// frameCount  more than one needs a number pattern (UsageError)
-    StillWriter(const std::filesystem::path& name, StillKind kind, const VideoInfo& info,
-                uint64_t frameCount);
+    /// frames  more than one needs a number pattern (UsageError); no name of theirs may be taken
+    /// Pictures are encoded and written by threads, one for each processor, so that errors of one may come
+    /// with a later one or with Finish.
+    StillWriter(const std::filesystem::path& name, StillKind kind, const VideoInfo& info, FrameNumbers frames,
+                const OutputRules& rules);
 
     void Write(std::span<const uint8_t> picture, uint64_t number) override;
-    void Finish() override {}
+    void Finish() override;
 
   private:
+    std::filesystem::path NameOf(uint64_t number) const { return pattern ? pattern->NameOf(number) : name; }
+    void FinishOldest();
+
     std::filesystem::path name;
     std::optional<NumberPattern> pattern;
     StillKind kind;
     VideoInfo info;
+    OutputRules rules;
+    size_t limit;                          // of pictures at the same time
+    std::deque<std::future<void>> running; // last: the threads use the members above
 };

@@ -1,47 +1,76 @@
 #include "files/pixel_layout.h"
 
-#include "files/fourcc.h"
+#include "common/compressed_formats.h"
 #include "tool_error.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
+#include <string_view>
 
 namespace {
 
-constexpr auto kPacked = Arrangement::Packed;
-constexpr auto kPlanar = Arrangement::Planar;
+uint64_t maxPixels = kDefaultMaxPixels;
 
-constexpr PixelLayout kLayouts[] = {
-    {"RGB24", 0, 24, kCodeRgb, 0, kPacked, 1, 1},
-    {"RGB32", 0, 32, kCodeRgb, kCodeRgba, kPacked, 1, 1},
-    {"RGBA", 0, 32, kCodeRgba, kCodeRgb, kPacked, 1, 1},
-    {"I420", MakeFourCC("I420"), 12, kCodeYuv420, 0, kPlanar, 2, 2},
-    {"IYUV", MakeFourCC("IYUV"), 12, kCodeYuv420, 0, kPlanar, 2, 2},
-    {"YV12", MakeFourCC("YV12"), 12, kCodeYuv420, 0, kPlanar, 2, 2},
-    {"YUY2", MakeFourCC("YUY2"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"YUYV", MakeFourCC("YUYV"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"UYVY", MakeFourCC("UYVY"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"2vuy", MakeFourCC("2vuy"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"2Vuy", MakeFourCC("2Vuy"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"HDYC", MakeFourCC("HDYC"), 16, kCodeYuv422, 0, kPacked, 2, 1},
-    {"I444", MakeFourCC("I444"), 24, kCodeYuv444, 0, kPlanar, 1, 1},
-    {"YV24", MakeFourCC("YV24"), 24, kCodeYuv444, 0, kPlanar, 1, 1},
-    {"v308", MakeFourCC("v308"), 24, kCodeYuv444, 0, kPacked, 1, 1},
-    {"AYUV", MakeFourCC("AYUV"), 32, kCodeYuva, 0, kPacked, 1, 1},
-    {"v408", MakeFourCC("v408"), 32, kCodeYuva, kCodeYuv444, kPacked, 1, 1},
-    {"Y800", MakeFourCC("Y800"), 8, kCodeGray, 0, kPlanar, 1, 1},
-    {"Y8", MakeFourCC("Y8  "), 8, kCodeGray, 0, kPlanar, 1, 1},
-    {"GREY", MakeFourCC("GREY"), 8, kCodeGray, 0, kPlanar, 1, 1},
-};
+constexpr bool HasName(const LayoutDescriptor& layout, std::string_view name)
+{
+    return std::ranges::any_of(layout.Names(), [=](std::string_view own) { return own == name; });
+}
+
+/// The layout that has the same bitmap header as `layout` under one of its names: the two differ in alpha.
+/// Null where there is none.
+constexpr const LayoutDescriptor* FindTwin(const LayoutDescriptor& layout, std::string_view name)
+{
+    for (const LayoutDescriptor& other : kHostLayouts)
+        if (other.id != layout.id && !other.Names().empty() &&
+            (layout.IsRgb() ? other.IsRgb() && other.BitCount() == layout.BitCount() : HasName(other, name)))
+            return &other;
+    return nullptr;
+}
+
+/// Calls visit(PixelLayout) for every name that users can write. Of two layouts of one name, the one with
+/// alpha has it.
+template <class Visit>
+constexpr void ForEachLayout(const Visit& visit)
+{
+    for (const LayoutDescriptor& layout : kHostLayouts)
+        for (const char* const name : layout.Names()) {
+            const LayoutDescriptor* const twin = FindTwin(layout, name);
+            if (twin && HasName(*twin, name) && twin->HasAlpha())
+                continue;
+            visit(PixelLayout{name, layout.IsRgb() ? 0 : PaddedFourCC(name),
+                              static_cast<uint16_t>(layout.BitCount()), layout.category,
+                              twin ? twin->category : kUnknownFormat, layout.arrangement,
+                              layout.Native().horizontal, layout.Native().vertical});
+        }
+}
+
+constexpr auto kLayouts = [] {
+    constexpr size_t kCount = [] {
+        size_t count = 0;
+        ForEachLayout([&](const PixelLayout&) { ++count; });
+        return count;
+    }();
+    std::array<PixelLayout, kCount> layouts{};
+    size_t at = 0;
+    ForEachLayout([&](const PixelLayout& layout) { layouts[at++] = layout; });
+    return layouts;
+}();
+
+/// The format of `code`, with the tool's own name for it and the layout that the tool decodes it to by
+/// itself.
+constexpr CompressedFormat MakeFormat(FormatId code, const char* option, const char* native)
+{
+    const FormatDescriptor& format = *FindFormatDescriptor(code);
+    return {code,          format.FourCC(),   option,          format.name,
+            format.planes, format.horizontal, format.vertical, native};
+}
 
 constexpr CompressedFormat kFormats[] = {
-    {kCodeRgb, MakeFourCC("O8RG"), "rgb", "RGB", 3, 1, 1, "RGB24"},
-    {kCodeRgba, MakeFourCC("O8RA"), "rgba", "RGBA", 4, 1, 1, "RGBA"},
-    {kCodeYuv444, MakeFourCC("O8Y4"), "yuv444", "YUV 4:4:4", 3, 1, 1, "I444"},
-    {kCodeYuv422, MakeFourCC("O8Y2"), "yuv422", "YUV 4:2:2", 3, 2, 1, "YUY2"},
-    {kCodeYuv420, MakeFourCC("O8Y0"), "yuv420", "YUV 4:2:0", 3, 2, 2, "I420"},
-    {kCodeYuva, MakeFourCC("O8YA"), "yuva444", "YUVA 4:4:4:4", 4, 1, 1, "AYUV"},
-    {kCodeGray, MakeFourCC("O8G0"), "gray", "YUV 4:0:0", 1, 1, 1, "Y800"},
+    MakeFormat(kCodeRgb, "rgb", "RGB24"),      MakeFormat(kCodeRgba, "rgba", "RGBA"),
+    MakeFormat(kCodeYuv444, "yuv444", "I444"), MakeFormat(kCodeYuv422, "yuv422", "YUY2"),
+    MakeFormat(kCodeYuv420, "yuv420", "I420"), MakeFormat(kCodeYuva, "yuva444", "AYUV"),
+    MakeFormat(kCodeGray, "gray", "Y800"),
 };
 
 std::string Upper(std::string text)
@@ -61,8 +90,8 @@ const PixelLayout* FindLayout(const std::string& text)
     const auto fits = [&](const PixelLayout& layout) {
         return layout.name == (layout.IsRgb() ? Upper(name) : name);
     };
-    const auto* const row = std::ranges::find_if(kLayouts, fits);
-    return row == std::end(kLayouts) ? nullptr : row;
+    const auto row = std::ranges::find_if(kLayouts, fits);
+    return row == std::end(kLayouts) ? nullptr : &*row;
 }
 
 const PixelLayout& LayoutNamed(const char* name)
@@ -100,12 +129,21 @@ uint64_t PictureBytes(const PixelLayout& layout, int width, int height)
     return layout.IsGray() ? luma : luma + 2 * (luma / layout.horizontal / layout.vertical);
 }
 
+void SetMaxPixels(uint64_t pixels)
+{
+    maxPixels = pixels;
+}
+
 void CheckPictureSize(const PixelLayout& layout, int64_t width, int64_t height, const std::string& where)
 {
     const std::string text = std::to_string(width) + "x" + std::to_string(height);
     if (width < 1 || height < 1 || width > kMaxPictureSize || height > kMaxPictureSize ||
         PictureBytes(layout, static_cast<int>(width), static_cast<int>(height)) > kMaxPictureBytes)
         throw ToolError("pictures of " + text + " are not supported", where, "use pictures below 2 GiB");
+    if (static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > maxPixels)
+        throw ToolError("a picture of " + text + " is larger than the limit", where,
+                        "if the input is trusted, raise it with --max-pixels, as --max-pixels " +
+                            std::to_string(width * height));
     if (width % layout.horizontal != 0 || height % layout.vertical != 0)
         throw ToolError("a size of " + text + " does not fit the layout " + layout.name, where,
                         "the width must be a multiple of " + std::to_string(layout.horizontal) +

@@ -1,18 +1,15 @@
-// The uncompressed picture layouts that the tool reads, writes and hands to the codec, in one table.
+// The uncompressed picture layouts that the tool reads, writes and hands to the codec: every name of the
+// codec's layouts.
 #pragma once
 
 #include "common/format_id.h"
+#include "common/host_layouts.h"
 
 #include <cstdint>
 #include <string>
 
-enum class Arrangement : uint8_t {
-    Packed, ///< one plane of pixels, or of pixel pairs
-    Planar, ///< Y and, unless it is grey, two planes of chroma
-};
-
-/// One row of the table. A picture in memory or in a file is tight and top-down: rows follow each other
-/// without padding, planes likewise.
+/// A layout under one of its names. A picture in memory or in a file is unpadded and top-down: rows are
+/// stored back to back, planes likewise.
 struct PixelLayout {
     const char* name;  ///< as users write it: a FourCC, RGB24, RGB32 or RGBA
     uint32_t fourcc;   ///< biCompression; 0 for RGB
@@ -51,7 +48,13 @@ inline constexpr int kMaxPictureSize = 1 << 20;
 /// Pictures reach the codec through 32-bit sizes and signed row offsets.
 inline constexpr uint64_t kMaxPictureBytes = (1ULL << 31) - (1ULL << 20);
 
-/// Throws ToolError when a picture of this size cannot exist in the layout or is too large.
+/// Most pixels of a picture that an input may ask for, unless --max-pixels says otherwise.
+inline constexpr uint64_t kDefaultMaxPixels = 1ULL << 28;
+/// Replaces that limit for this process. Not while other threads read inputs.
+void SetMaxPixels(uint64_t pixels);
+
+/// Throws ToolError when a picture of this size cannot exist in the layout, or is larger than any codec
+/// picture or than the limit of pixels. Every reader calls it before it takes memory for a picture.
 void CheckPictureSize(const PixelLayout& layout, int64_t width, int64_t height, const std::string& where);
 
 /// The compressed formats, with the names of the option --format.

@@ -31,6 +31,7 @@ class RawWriter final : public FrameSink
     explicit RawWriter(std::unique_ptr<OutputFile> file_) : file(std::move(file_)) {}
     void Write(std::span<const uint8_t> picture, uint64_t) override { file->Write(picture); }
     void Finish() override { file->Commit(); }
+    void NamePart(ToolError& error, uint64_t frames) override { file->NamePart(error, frames); }
 
   private:
     std::unique_ptr<OutputFile> file;

@@ -1,135 +1,54 @@
 #include "files/still_image.h"
 
-#include "tool_error.h"
+#include "files/png_format.h"
+#include "files/png_reader.h"
+#include "files/png_writer.h"
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
-
-// Both libraries are used here alone, so that their bodies stand here.
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_ONLY_PNG
-#define STBI_NO_STDIO
-#define STBI_NO_HDR
-#define STBI_NO_LINEAR
-#include <stb/stb_image.h>
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
-#define STBI_WRITE_NO_STDIO
-#include <stb/stb_image_write.h>
 
 namespace {
 
-constexpr uint64_t kMaxPixels = 1ULL << 28;
-constexpr uint8_t kPngMagic[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-constexpr char kUseEightBits[] = "convert it to 8 bits first";
+constexpr uint64_t kMaxPngBytes = INT32_MAX;
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
-/// Exchanges bytes 0 and 2 of each pixel: files store R G B, hosts B G R.
-void SwapRedAndBlue(std::span<uint8_t> pixels, size_t pixelBytes)
+bool IsBlank(uint8_t c)
 {
-    for (size_t i = 0; i + 2 < pixels.size(); i += pixelBytes)
+    return kBlanks.find(static_cast<char>(c)) != std::string_view::npos;
+}
+
+/// Swaps bytes 0 and 2 of each pixel: files store R G B, hosts B G R.
+void SwapRedAndBlue(std::span<uint8_t> pixels)
+{
+    for (size_t i = 0; i + 2 < pixels.size(); i += 3)
         std::swap(pixels[i], pixels[i + 2]);
 }
 
 [[noreturn]] void FailDamaged(const std::string& name)
 {
-    throw ToolError("the picture is damaged or cut off", name, "give a whole file");
+    throw ToolError("the picture is damaged or truncated", name, "give an intact file");
 }
 
-/// The layout of a picture by the samples of a pixel: 1, 3 or 4.
-const PixelLayout& LayoutOfSamples(int samples)
+/// The layout of a picture by the channels of a pixel: 1, 3 or 4.
+const PixelLayout& LayoutOfChannels(int channels)
 {
-    return LayoutNamed(samples == 1 ? "Y800" : samples == 3 ? "RGB24" : "RGBA");
+    return LayoutNamed(channels == 1 ? "Y800" : channels == 3 ? "RGB24" : "RGBA");
 }
 
-/// Samples of a pixel, 0 for a layout that pictures do not have.
-int SamplesOf(const PixelLayout& layout)
+/// Channels of a pixel, 0 for a layout that pictures do not have.
+int ChannelsOf(const PixelLayout& layout)
 {
     if (layout.IsGray())
         return 1;
-    return &layout == &LayoutOfSamples(3) ? 3 : &layout == &LayoutOfSamples(4) ? 4 : 0;
+    return &layout == &LayoutOfChannels(3) ? 3 : &layout == &LayoutOfChannels(4) ? 4 : 0;
 }
 
-StillImage MakeStill(int samples, uint64_t width, uint64_t height, const std::string& name)
-{
-    StillImage still;
-    still.info.layout = &LayoutOfSamples(samples);
-    if (width > kMaxPictureSize || height > kMaxPictureSize || width * height > kMaxPixels)
-        throw ToolError("the picture is too large", name, "use pictures of at most 268435456 pixels");
-    CheckPictureSize(*still.info.layout, static_cast<int64_t>(width), static_cast<int64_t>(height), name);
-    still.info.width = static_cast<int>(width);
-    still.info.height = static_cast<int>(height);
-    return still;
-}
-
-uint32_t BigEndian32(std::span<const uint8_t> bytes, size_t at)
-{
-    return static_cast<uint32_t>(bytes[at]) << 24 | static_cast<uint32_t>(bytes[at + 1]) << 16 |
-           static_cast<uint32_t>(bytes[at + 2]) << 8 | bytes[at + 3];
-}
-
-/// The file as the library can take it. Data chunks of no bytes are left out: they are allowed, but it copies the first
-/// one to memory that it has not taken yet. A data chunk that is longer than the file is damage: it would take memory
-/// for all that the chunk promises.
-std::vector<uint8_t> WithSoundData(std::span<const uint8_t> bytes, const std::string& name)
-{
-    constexpr size_t kSignature = 8, kHead = 8, kChecksum = 4;
-    std::vector<uint8_t> kept(bytes.begin(), bytes.begin() + kSignature);
-    std::span<const uint8_t> rest = bytes.subspan(kSignature);
-    for (bool ended = false; !ended && rest.size() >= kHead;) {
-        const uint64_t length = BigEndian32(rest, 0);
-        const bool isData = std::memcmp(rest.data() + 4, "IDAT", 4) == 0;
-        ended = std::memcmp(rest.data() + 4, "IEND", 4) == 0; // what follows is no part of the picture
-        if (isData && length > rest.size() - kHead)
-            FailDamaged(name);
-        const auto chunk =
-            rest.first(static_cast<size_t>(std::min<uint64_t>(kHead + length + kChecksum, rest.size())));
-        if (!isData || length > 0)
-            kept.insert(kept.end(), chunk.begin(), chunk.end());
-        rest = rest.subspan(chunk.size());
-    }
-    return kept;
-}
-
-StillImage DecodePng(std::span<const uint8_t> file, const std::string& name)
-{
-    // Signature, then the chunk IHDR: length, name, width, height, depth and so on.
-    constexpr size_t kWidth = 16, kHeight = 20, kDepth = 24, kNeeded = 33;
-    if (file.size() < kNeeded || file.size() > INT32_MAX)
-        FailDamaged(name);
-    const std::vector<uint8_t> bytes = WithSoundData(file, name);
-    if (bytes.size() < kNeeded)
-        FailDamaged(name);
-    if (bytes[kDepth] > 8)
-        throw ToolError("PNG pictures of 16 bits a sample are not supported", name, kUseEightBits);
-    MakeStill(4, BigEndian32(bytes, kWidth), BigEndian32(bytes, kHeight), name); // checks the size
-
-    const auto size = static_cast<int>(bytes.size());
-    int width = 0, height = 0, samples = 0;
-    if (!stbi_info_from_memory(bytes.data(), size, &width, &height, &samples))
-        FailDamaged(name);
-    if (samples == 2) // grey with alpha
-        samples = 4;
-    int ignored = 0;
-    const std::unique_ptr<stbi_uc, void (*)(void*)> decoded(
-        stbi_load_from_memory(bytes.data(), size, &width, &height, &ignored, samples), stbi_image_free);
-    if (!decoded)
-        FailDamaged(name);
-    StillImage still = MakeStill(samples, static_cast<uint64_t>(width), static_cast<uint64_t>(height), name);
-    still.pixels.assign(decoded.get(), decoded.get() + still.info.FrameBytes());
-    if (samples >= 3)
-        SwapRedAndBlue(still.pixels, static_cast<size_t>(samples));
-    return still;
-}
-
-/// The numbers in the head of a PNM file: white space and comments stand between them.
-class PnmHead
+/// The numbers in the header of a PNM file: white space and comments are between them.
+class PnmNumbers
 {
   public:
-    PnmHead(std::span<const uint8_t> bytes_, const std::string& name_) : bytes(bytes_), name(name_) {}
+    PnmNumbers(std::span<const uint8_t> bytes_, const std::string& name_) : bytes(bytes_), name(name_) {}
 
-    uint64_t Number()
+    uint64_t Next()
     {
         SkipBlanks();
         std::string digits;
@@ -140,99 +59,167 @@ class PnmHead
             FailDamaged(name);
         return *value;
     }
-    /// Behind the one white space that ends the head.
-    size_t DataStart() const { return at + 1; }
+    /// After the one white space that ends the header.
+    size_t End() const { return at + 1; }
 
   private:
     void SkipBlanks()
     {
-        constexpr std::string_view kBlanks = " \t\r\n\v\f";
-        while (at < bytes.size()) {
+        for (; at < bytes.size(); ++at) {
             if (bytes[at] == '#')
                 while (at < bytes.size() && bytes[at] != '\n')
                     ++at;
-            else if (kBlanks.find(static_cast<char>(bytes[at])) == std::string_view::npos)
+            else if (!IsBlank(bytes[at]))
                 return;
-            else
-                ++at;
         }
     }
 
     std::span<const uint8_t> bytes;
     const std::string& name;
-    size_t at = 2; // behind P5 or P6
+    size_t at = 2; // after P5 or P6
 };
-
-StillImage DecodePnm(std::span<const uint8_t> bytes, const std::string& name)
-{
-    const int samples = bytes[1] == '5' ? 1 : 3;
-    PnmHead head(bytes, name);
-    const uint64_t width = head.Number();
-    const uint64_t height = head.Number();
-    const uint64_t maximum = head.Number();
-    if (maximum > 255)
-        throw ToolError("PPM and PGM pictures of 16 bits a sample are not supported", name, kUseEightBits);
-    if (maximum != 255)
-        throw ToolError("samples with a maximum of " + std::to_string(maximum) + " are not supported", name,
-                        "store the picture with a maximum of 255");
-    StillImage still = MakeStill(samples, width, height, name);
-    const size_t size = still.info.FrameBytes();
-    if (head.DataStart() > bytes.size() || bytes.size() - head.DataStart() < size)
-        FailDamaged(name);
-    const auto first = bytes.begin() + static_cast<ptrdiff_t>(head.DataStart());
-    still.pixels.assign(first, first + static_cast<ptrdiff_t>(size));
-    if (samples == 3)
-        SwapRedAndBlue(still.pixels, 3);
-    return still;
-}
-
-std::vector<uint8_t> EncodePng(const VideoInfo& info, std::span<const uint8_t> pixels, int samples,
-                               const std::string& name)
-{
-    std::vector<uint8_t> file;
-    const auto append = [](void* context, void* data, int size) {
-        const auto* const bytes = static_cast<const uint8_t*>(data);
-        auto& out = *static_cast<std::vector<uint8_t>*>(context);
-        out.insert(out.end(), bytes, bytes + size);
-    };
-    if (!stbi_write_png_to_func(append, &file, info.width, info.height, samples, pixels.data(),
-                                info.width * samples))
-        throw ToolError("cannot make the PNG picture", name, "there may be too little memory");
-    return file;
-}
 
 } // namespace
 
+struct StillFile::PnmHeader {
+    int channels;
+    uint64_t width;
+    uint64_t height;
+    uint64_t maximum;
+    uint64_t size; ///< of the header, bytes
+
+    uint64_t PixelBytes() const { return width * height * static_cast<uint64_t>(channels); }
+};
+
+StillFile::StillFile(std::unique_ptr<ByteSource> source_, std::string name_)
+    : source(std::move(source_)), name(std::move(name_)), kind(StillKind::Pnm)
+{
+    const std::vector<uint8_t> first = source->ReadBytes(0, sizeof png::kSignature);
+    if (std::ranges::equal(first, png::kSignature))
+        kind = StillKind::Png;
+    else if (!StartsPnm(0))
+        throw ToolError("not a PNG, PPM or PGM picture", name, "give PNG, or PPM or PGM in its binary form");
+}
+
+bool StillFile::StartsPnm(uint64_t at) const
+{
+    const std::vector<uint8_t> magic = source->ReadBytes(at, 2);
+    return magic.size() == 2 && magic[0] == 'P' && (magic[1] == '5' || magic[1] == '6');
+}
+
+StillFile::PnmHeader StillFile::ReadPnmHeader(uint64_t at) const
+{
+    constexpr size_t kUsual = 4096, kLongest = 1 << 20; // comments may be long
+    const auto parse = [&](size_t window) {
+        const std::vector<uint8_t> bytes = source->ReadBytes(at, window);
+        PnmNumbers numbers(bytes, name);
+        const uint64_t width = numbers.Next(), height = numbers.Next(), maximum = numbers.Next();
+        if (numbers.End() > bytes.size())
+            FailDamaged(name);
+        return PnmHeader{bytes[1] == '5' ? 1 : 3, width, height, maximum, numbers.End()};
+    };
+    try {
+        return parse(kUsual);
+    } catch (const ToolError&) {
+        return parse(kLongest);
+    }
+}
+
+uint64_t StillFile::CountPictures() const
+{
+    if (kind == StillKind::Png)
+        return position == 0 ? 1 : 0;
+    uint64_t count = 0;
+    try {
+        for (uint64_t at = position; StartsPnm(at); ++count) {
+            const PnmHeader header = ReadPnmHeader(at);
+            if (header.width > kMaxPictureSize || header.height > kMaxPictureSize)
+                break;
+            at += header.size + header.PixelBytes();
+        }
+    } catch (const ToolError&) { // Next says so
+    }
+    return count;
+}
+
+std::optional<StillImage> StillFile::Next()
+{
+    if (position == source->Size())
+        return std::nullopt;
+    return kind == StillKind::Png ? NextPng() : NextPnm();
+}
+
+StillImage StillFile::NextPng()
+{
+    position = source->Size();
+    if (position > kMaxPngBytes)
+        throw ToolError("the picture is too large", name, "use pictures below 2 GiB");
+    return DecodePng(source->ReadBytes(0, static_cast<size_t>(position)), name);
+}
+
+StillImage StillFile::NextPnm()
+{
+    const PnmHeader header = ReadPnmHeader(position);
+    if (header.maximum > 255)
+        throw ToolError("PPM and PGM pictures of 16 bits a sample are not supported", name,
+                        "convert it to 8 bits first");
+    if (header.maximum != 255)
+        throw ToolError("samples with a maximum of " + std::to_string(header.maximum) + " are not supported",
+                        name, "store the picture with a maximum of 255");
+    StillImage still = MakeStill(header.channels, header.width, header.height, name);
+    const uint64_t start = position + header.size;
+    if (source->Size() < start || source->Size() - start < header.PixelBytes())
+        FailDamaged(name);
+    still.pixels = source->ReadBytes(start, still.info.FrameBytes());
+    if (header.channels == 3)
+        SwapRedAndBlue(still.pixels);
+    position = start + header.PixelBytes();
+    if (position == source->Size() || StartsPnm(position))
+        return still;
+    // Some writers end the file with a line end.
+    const std::vector<uint8_t> rest = source->ReadBytes(position, 64);
+    if (source->Size() - position > rest.size() || !std::ranges::all_of(rest, IsBlank))
+        still.warnings.push_back({"bytes that are no picture follow the picture", name, "they are left out"});
+    position = source->Size();
+    return still;
+}
+
 StillImage DecodeStill(std::span<const uint8_t> bytes, const std::string& name)
 {
-    if (bytes.size() >= sizeof kPngMagic && std::ranges::equal(kPngMagic, bytes.first(sizeof kPngMagic)))
-        return DecodePng(bytes, name);
-    if (bytes.size() >= 2 && bytes[0] == 'P' && (bytes[1] == '5' || bytes[1] == '6'))
-        return DecodePnm(bytes, name);
-    throw ToolError("not a PNG, PPM or PGM picture", name, "give PNG, or PPM or PGM in its binary form");
+    return *StillFile(std::make_unique<MemorySource>(bytes), name).Next();
+}
+
+StillImage MakeStill(int channels, uint64_t width, uint64_t height, const std::string& name)
+{
+    StillImage still;
+    still.info.layout = &LayoutOfChannels(channels);
+    // Both fit 32 bits.
+    CheckPictureSize(*still.info.layout, static_cast<int64_t>(width), static_cast<int64_t>(height), name);
+    still.info.width = static_cast<int>(width);
+    still.info.height = static_cast<int>(height);
+    return still;
 }
 
 void CheckStillLayout(StillKind kind, const PixelLayout& layout, const std::string& name)
 {
-    const int samples = SamplesOf(layout);
-    if (samples == 0)
+    const int channels = ChannelsOf(layout);
+    if (channels == 0)
         throw ToolError(std::string("pictures cannot hold the layout ") + layout.name, name,
                         "choose RGB24, RGBA or Y800 with --to");
-    if (kind == StillKind::Pnm && samples == 4)
+    if (kind == StillKind::Pnm && channels == 4)
         throw ToolError("PPM has no alpha", name, "write PNG, or choose another format");
 }
 
-std::vector<uint8_t> EncodeStill(StillKind kind, const VideoInfo& info, std::span<const uint8_t> pixels,
-                                 const std::string& name)
+std::vector<uint8_t> EncodeStill(StillKind kind, const VideoInfo& info, std::span<const uint8_t> pixels)
 {
-    const int samples = SamplesOf(*info.layout);
-    std::vector<uint8_t> ordered(pixels.begin(), pixels.end());
-    if (samples >= 3)
-        SwapRedAndBlue(ordered, static_cast<size_t>(samples));
     if (kind == StillKind::Png)
-        return EncodePng(info, ordered, samples, name);
-    const std::string head = std::string(samples == 1 ? "P5" : "P6") + "\n" + std::to_string(info.width) +
-                             " " + std::to_string(info.height) + "\n255\n";
-    ordered.insert(ordered.begin(), head.begin(), head.end());
-    return ordered;
+        return EncodePng(info, pixels);
+    const bool gray = ChannelsOf(*info.layout) == 1;
+    const std::string header = std::string(gray ? "P5" : "P6") + "\n" + std::to_string(info.width) + " " +
+                               std::to_string(info.height) + "\n255\n";
+    std::vector<uint8_t> file(header.begin(), header.end());
+    file.insert(file.end(), pixels.begin(), pixels.end());
+    if (!gray)
+        SwapRedAndBlue(std::span(file).subspan(header.size()));
+    return file;
 }

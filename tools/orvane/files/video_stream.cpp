@@ -11,14 +11,15 @@
 
 namespace {
 
-constexpr uint32_t kMaxY4mFields = 256;
-
-std::vector<uint8_t> UsableBitmapInfo(const AviFile& file, const std::string& name)
+/// Refuses a file that is shorter than a single picture of its size can be: no sample takes less than a bit.
+void CheckPictureFits(const CompressedFormat& format, const FrameHeader& record, uint64_t fileSize,
+                      const std::string& name)
 {
-    if (!RecordIn(file.bitmapInfo))
-        throw ToolError("the stream has no configuration record", name,
-                        "orvane repair can take it from the frames");
-    return PutRight(file.bitmapInfo, file.handler);
+    const auto width = static_cast<int>(record.width), height = static_cast<int>(record.height);
+    if (PictureBytes(NativeLayout(format.code), width, height) / 8 > fileSize)
+        throw ToolError("the file is shorter than a picture of " + std::to_string(width) + "x" +
+                            std::to_string(height) + " can be",
+                        name, "its headers are damaged or its frames are lost");
 }
 
 } // namespace
@@ -29,7 +30,7 @@ VideoStream::VideoStream(const std::filesystem::path& path)
 
 VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
     : source(std::move(source_)), name(std::move(name_)), file(ReadAvi(*source, name)),
-      bitmapInfo(UsableBitmapInfo(file, name)),
+      headFaults(file.headFaults), bitmapInfo(RebuildBitmapInfo(*source, file, name, headFaults)),
       record(ReadHeader(bitmapInfo.data() + avi::kBitmapHeaderSize)),
       format(FindCompressedFormat(record.formatCode))
 {
@@ -37,10 +38,11 @@ VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
         throw ToolError("format " + std::to_string(record.formatCode) + " is not supported", name,
                         "only the 8-bit formats can be read");
     CheckPictureSize(NativeLayout(format->code), record.width, record.height, name);
+    CheckPictureFits(*format, record, source->Size(), name);
     for (const AviChunk& chunk : file.others)
         if (chunk.id == avi::kY4mFields) {
             const std::vector<uint8_t> text =
-                source->ReadBytes(chunk.offset, std::min(chunk.size, kMaxY4mFields));
+                source->ReadBytes(chunk.offset, std::min<size_t>(chunk.size, kMaxY4mFields));
             y4mFields.assign(text.begin(), text.end());
         }
 }

@@ -34,8 +34,12 @@ class VideoStream
     int Width() const { return static_cast<int>(record.width); }
     int Height() const { return static_cast<int>(record.height); }
 
-    /// Bitmap header and record as the codec wants them: sizes and FourCC put right.
+    /// Bitmap header and record as the codec wants them: sizes and FourCC put right, the record taken from
+    /// the frames where the stream has none that fits them.
     const std::vector<uint8_t>& BitmapInfo() const { return bitmapInfo; }
+    /// A line for everything that is wrong with the headers of the file and of the stream. The pictures are
+    /// right all the same; other programs may fail to open the file.
+    const std::vector<std::string>& HeadFaults() const { return headFaults; }
 
     /// What pictures of this stream are, decoded to a layout.
     VideoInfo InfoFor(const PixelLayout& layout) const;
@@ -51,6 +55,7 @@ class VideoStream
     std::unique_ptr<ByteSource> source;
     std::string name;
     AviFile file;
+    std::vector<std::string> headFaults;
     std::vector<uint8_t> bitmapInfo;
     std::string y4mFields;
     FrameHeader record{};

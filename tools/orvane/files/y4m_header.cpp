@@ -58,9 +58,45 @@ int64_t ParseSize(const std::string& text, const std::string& where)
     return static_cast<int64_t>(*value);
 }
 
-void SetInterlace(const std::string& text, VideoInfo& info)
+constexpr char kRange[] = "XCOLORRANGE=";
+constexpr char kChromaOfTag[] = "XYSCSS="; // says once more what C says
+
+/// False when there are too many of them.
+bool AddTag(const std::string& tag, VideoInfo& info)
 {
-    // "?" and "m" (changing from frame to frame) say nothing about the stream.
+    constexpr size_t kMaxTags = 2048; // leaves room for the other fields of a line
+    if (info.y4mTags.size() + 1 + tag.size() > kMaxTags)
+        return false;
+    info.y4mTags += (info.y4mTags.empty() ? "" : " ") + tag;
+    return true;
+}
+
+void SetTag(const std::string& tag, const std::string& where, Y4mHeader& header)
+{
+    if (tag == kRange + std::string("FULL") || tag == kRange + std::string("LIMITED"))
+        header.info.fullRange = tag.ends_with("FULL");
+    else if (tag.starts_with(kRange))
+        header.warnings.push_back({"the range " + tag + " of the Y4M stream is not known", where,
+                                   "--full-range or --no-full-range says which it is"});
+    else if (!tag.starts_with(kChromaOfTag) && !AddTag(tag, header.info))
+        header.warnings.push_back({"the tags of the Y4M stream are too long", where, "some are left out"});
+}
+
+void SetRate(const std::string& text, const std::string& where, Y4mHeader& header)
+{
+    header.info.rate = ParseRational(text, ':');
+    if (!header.info.rate)
+        header.warnings.push_back({"the Y4M stream says no usable frame rate (F" + text + ")", where,
+                                   "25 frames a second are taken; --fps sets another rate"});
+}
+
+void SetInterlace(const std::string& text, const std::string& where, Y4mHeader& header)
+{
+    VideoInfo& info = header.info;
+    constexpr std::string_view kUnknown = "?"; // says nothing
+    if (text != "p" && text != "t" && text != "b" && text != kUnknown)
+        header.warnings.push_back({"the interlacing I" + text + " of the Y4M stream cannot be kept", where,
+                                   "--interlaced or --no-interlaced says how frames are coded"});
     if (text == "p") {
         info.interlaced = false;
         info.bottomFieldFirst.reset();
@@ -93,10 +129,10 @@ Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
             height = ParseSize(value, where);
             break;
         case 'F':
-            header.info.rate = ParseRational(value, ':'); // 0:0 is "unknown"
+            SetRate(value, where, header);
             break;
         case 'I':
-            SetInterlace(value, header.info);
+            SetInterlace(value, where, header);
             break;
         case 'A':
             header.info.pixelAspect = ParseRational(value, ':'); // 0:0 is "unknown"
@@ -105,10 +141,11 @@ Y4mHeader ParseY4mHeader(const std::string& line, const std::string& where)
             chroma = header.info.chromaTag = value;
             break;
         case 'X':
-            if (value == "COLORRANGE=FULL" || value == "COLORRANGE=LIMITED")
-                header.info.fullRange = value == "COLORRANGE=FULL";
+            SetTag(field, where, header);
             break;
-        default: // fields to come
+        default:
+            header.warnings.push_back(
+                {"the field " + field + " of the Y4M stream is not known", where, "it is left out"});
             break;
         }
     }
@@ -141,7 +178,9 @@ std::string MakeY4mHeader(const VideoInfo& info, const std::string& where)
         line += !*info.interlaced ? " Ip" : info.bottomFieldFirst.value_or(false) ? " Ib" : " It";
     line += " A" + (info.pixelAspect ? TextOf(*info.pixelAspect, ':') : "0:0") + " C" + row->tag;
     if (info.fullRange)
-        line += *info.fullRange ? " XCOLORRANGE=FULL" : " XCOLORRANGE=LIMITED";
+        line += ' ' + (kRange + std::string(*info.fullRange ? "FULL" : "LIMITED"));
+    if (!info.y4mTags.empty())
+        line += ' ' + info.y4mTags;
     return line + '\n';
 }
 
@@ -155,6 +194,11 @@ std::string MakeY4mFields(const VideoInfo& info)
         add("C" + info.chromaTag);
     if (info.bottomFieldFirst.value_or(false))
         add("Ib");
+    if (!info.fullRange && Y4mKindOf(*info.layout))
+        add(kRange + std::string("?"));
+    std::istringstream tags(info.y4mTags);
+    for (std::string tag; tags >> tag;)
+        add(tag);
     return text;
 }
 
@@ -169,5 +213,9 @@ void TakeY4mFields(const std::string& text, VideoInfo& info)
             info.chromaTag = value; // looked at only when it names the layout
         else if (field == "Ib" && info.interlaced.value_or(false))
             info.bottomFieldFirst = true;
+        else if (field == kRange + std::string("?"))
+            info.fullRange.reset();
+        else if (field[0] == 'X' && !field.starts_with(kRange))
+            AddTag(field, info);
     }
 }

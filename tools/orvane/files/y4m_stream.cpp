@@ -1,5 +1,6 @@
 #include "files/y4m_stream.h"
 
+#include "files/input_stream.h"
 #include "tool_error.h"
 
 #include <algorithm>
@@ -60,6 +61,10 @@ Y4mReader::Y4mReader(std::istream& stream_, std::string name_) : stream(stream_)
     const Y4mHeader header = ParseY4mHeader(line.value_or(""), name);
     info = header.info;
     kind = header.kind;
+    for (const ToolWarning& warning : header.warnings)
+        Warn(warning);
+    const auto* const input = dynamic_cast<const InputStream*>(&stream);
+    live = input && input->IsLive();
     if (kind != Y4mKind::Planar)
         planes.resize(info.FrameBytes());
 }
@@ -74,6 +79,8 @@ Y4mReader::Y4mReader(std::unique_ptr<std::istream> owned_, std::string name_)
 void Y4mReader::CountFrames()
 {
     const std::streamoff from = stream.tellg();
+    if (from < 0) // what cannot be gone back in cannot be counted
+        return;
     stream.seekg(0, std::ios::end);
     const std::streamoff end = stream.tellg();
     stream.clear();
@@ -112,9 +119,7 @@ bool Y4mReader::Next(std::span<uint8_t> picture)
     const std::optional<std::string> line = ReadLine();
     if (!line)
         return false;
-    if (line->rfind("FRAME", 0) != 0 || (line->size() > 5 && (*line)[5] != ' '))
-        throw ToolError("a picture of the Y4M stream has no FRAME line",
-                        name + " frame " + std::to_string(frames), "the stream is damaged");
+    CheckFrameLine(*line);
     if (kind == Y4mKind::Planar) {
         ReadExactly(picture);
     } else {
@@ -123,6 +128,18 @@ bool Y4mReader::Next(std::span<uint8_t> picture)
     }
     ++frames;
     return true;
+}
+
+/// FRAME, with or without parameters of the frame.
+void Y4mReader::CheckFrameLine(const std::string& line)
+{
+    constexpr size_t kWord = kFrameLine.size() - 1;
+    if (!line.starts_with("FRAME") || (line.size() > kWord && line[kWord] != ' '))
+        throw ToolError("a picture of the Y4M stream has no FRAME line",
+                        name + " frame " + std::to_string(frames), "the stream is damaged");
+    if (line.find_first_not_of(' ', kWord) != line.npos)
+        Warn({"frames of the Y4M stream have parameters of their own",
+              name + " frame " + std::to_string(frames), "they are left out"});
 }
 
 Y4mWriter::Y4mWriter(std::unique_ptr<OutputFile> file_, std::ostream* stream_, const VideoInfo& info_,
@@ -167,4 +184,10 @@ void Y4mWriter::Finish()
     stream->flush();
     if (!*stream)
         throw ToolError("cannot write to standard output", "", "the reader has gone or the disk is full");
+}
+
+void Y4mWriter::NamePart(ToolError& error, uint64_t frames)
+{
+    if (file)
+        file->NamePart(error, frames);
 }

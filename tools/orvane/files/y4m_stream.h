@@ -20,10 +20,12 @@ class Y4mReader final : public FrameSource
 
     /// Of a file, as long as its FRAME lines are plain.
     std::optional<uint64_t> FrameCount() const override { return frameCount; }
+    bool IsLive() const override { return live; }
     bool Next(std::span<uint8_t> picture) override;
 
   private:
     void CountFrames();
+    void CheckFrameLine(const std::string& line);
     std::optional<std::string> ReadLine();
     void ReadExactly(std::span<uint8_t> bytes);
 
@@ -34,6 +36,7 @@ class Y4mReader final : public FrameSource
     std::vector<uint8_t> planes; // of one picture, where they are interleaved
     uint64_t frames = 0;
     std::optional<uint64_t> frameCount;
+    bool live = false;
 };
 
 class Y4mWriter final : public FrameSink
@@ -45,6 +48,7 @@ class Y4mWriter final : public FrameSink
 
     void Write(std::span<const uint8_t> picture, uint64_t number) override;
     void Finish() override;
+    void NamePart(ToolError& error, uint64_t frames) override;
 
   private:
     void WriteBytes(std::span<const uint8_t> bytes);

@@ -160,7 +160,7 @@ FrameDecompressor::FrameDecompressor(DriverEntry entry, const CompressedFormat& 
 {
     if (instance.Send(ICM_DECOMPRESS_BEGIN, info.data(), output.Header()) != ICERR_OK)
         throw ToolError(std::string("the stream cannot be decoded to ") + layout.name, "",
-                        "choose another layout with --to");
+                        "its headers may be damaged: run orvane repair");
 }
 
 FrameDecompressor::~FrameDecompressor()

@@ -1,86 +1,95 @@
 #include "host/frame_check.h"
 
 #include "counted.h"
+#include "files/avi_records.h"
 #include "files/frame_structure.h"
 #include "host/private_settings.h"
 
 #include <algorithm>
 
-namespace {
-
-/// Stretches of numbers whose flag is set: first and last of each.
-std::vector<std::pair<size_t, size_t>> Stretches(const std::vector<bool>& flags)
-{
-    std::vector<std::pair<size_t, size_t>> stretches;
-    for (size_t i = 0; i < flags.size(); ++i) {
-        if (!flags[i])
-            continue;
-        if (!stretches.empty() && stretches.back().second + 1 == i)
-            stretches.back().second = i;
-        else
-            stretches.push_back({i, i});
-    }
-    return stretches;
-}
-
-std::string RangeText(size_t first, size_t last)
-{
-    return std::to_string(first) + (first == last ? "" : "-" + std::to_string(last));
-}
-
-/// The picture rows of some bands.
-std::string RowsOfBands(size_t first, size_t last, uint32_t height)
-{
-    const size_t end = std::min<size_t>((last + 1) * kChecksumBandRows, height);
-    return RangeText(first * kChecksumBandRows, end - 1);
-}
-
-} // namespace
-
-FrameCheck::FrameCheck(VideoStream& stream_, DriverEntry driver)
-    : stream(stream_), hasher(stream.Format(), stream.Record())
+FrameCheck::FrameCheck(VideoStream& stream_, DriverEntry driver_, size_t first)
+    : stream(stream_), driver(driver_), hasher(stream.Format(), stream.Record()),
+      payload(stream.Format(), std::span(stream.BitmapInfo()).subspan(avi::kBitmapHeaderSize))
 {
     StoredChecksums stored = stream.ReadChecksums();
     table = std::move(stored.table);
     unreadable = stored.unreadable;
     if (table)
-        matcher.emplace(*table);
-    const PixelLayout& native = NativeLayout(stream.Format().code);
-    PrivateSettings settings;
-    settings.SetForDecoding(std::nullopt);
-    decoder = std::make_unique<FrameDecompressor>(driver, stream.Format(), stream.BitmapInfo(), native,
-                                                  stream.Width(), stream.Height());
-    picture.resize(stream.InfoFor(native).FrameBytes());
+        matcher.emplace(*table, first);
+    const std::vector<AviFrame>& frames = stream.File().frames;
+    const auto hasBytes = [](const AviFrame& frame) { return frame.size > 0; };
+    firstWithBytes = static_cast<size_t>(std::ranges::find_if(frames, hasBytes) - frames.begin());
+}
+
+/// Made when it is needed for the first time: files without damage need none while they are decoded.
+FrameDecompressor& FrameCheck::Decoder()
+{
+    if (!decoder) {
+        const PixelLayout& native = NativeLayout(stream.Format().code);
+        PrivateSettings settings;
+        settings.SetForDecoding(std::nullopt);
+        decoder = std::make_unique<FrameDecompressor>(driver, stream.Format(), stream.BitmapInfo(), native,
+                                                      stream.Width(), stream.Height());
+        picture.resize(stream.InfoFor(native).FrameBytes());
+    }
+    return *decoder;
 }
 
 void FrameCheck::Add(size_t number)
 {
-    const AviFrame& place = stream.File().frames[number];
-    if (place.size == 0) // the picture before stays: nothing to check
-        return;
     const std::span<const uint8_t> frame = stream.ReadFrame(number);
-    const FrameStructure structure = ReadFrameStructure(stream.Source(), place.offset, place.size,
-                                                        stream.Record(), stream.Format().planes);
-    if (!structure.fault.empty())
-        faults[number] = "damaged, " + structure.fault;
-    else if (!decoder->Decompress(frame))
-        faults[number] = "damaged, the codec refuses it";
-    if (!matcher)
-        return;
-    numbers.push_back(number);
-    const auto entry = matcher->Add(FrameHasher::HashBytes(frame), place.size);
-    if (!entry || faults.contains(number))
-        return;
-    decoder->Read(picture);
-    const FrameChecksums expected = table->At(*entry);
-    if (FrameHasher::HashBytes(picture) == expected.picture)
-        ++matched;
-    else
-        faults[number] =
-            "its bytes are whole, but it decodes to another picture than was coded in " + RowsText(expected);
+    const bool refused = !Decoder().Decompress(frame);
+    const std::optional<size_t> entry = AddBytes(number, frame, refused);
+    if (entry && !refused)
+        ComparePicture(number, *entry);
 }
 
-const std::map<size_t, std::string>& FrameCheck::Finish()
+void FrameCheck::AddDecoded(size_t number, std::span<const uint8_t> frame, bool refused)
+{
+    AddBytes(number, frame, refused);
+}
+
+/// Returns the number of the frame's checksums if they match its bytes.
+std::optional<size_t> FrameCheck::AddBytes(size_t number, std::span<const uint8_t> frame, bool refused)
+{
+    if (frame.empty()) {
+        if (number < firstWithBytes)
+            faults[number] = {"it has no bytes, and no picture comes before it", {}};
+        return std::nullopt;
+    }
+    if (!matcher || refused)
+        CheckPayload(number, frame, refused);
+    if (!matcher)
+        return std::nullopt;
+    numbers.push_back(number);
+    return matcher->Add(FrameHasher::HashBytes(frame), static_cast<uint32_t>(frame.size()));
+}
+
+void FrameCheck::CheckPayload(size_t number, std::span<const uint8_t> frame, bool refused)
+{
+    FrameFindings findings = payload.Check(frame);
+    for (const std::string& remark : findings.remarks)
+        remarks[remark].insert(number);
+    if (refused)
+        faults[number] = {
+            findings.fault.empty() ? "damaged, the codec refuses it" : std::move(findings.fault), {}};
+    else if (!findings.fault.empty())
+        faults[number] = {std::move(findings.fault), std::move(findings.rows)};
+}
+
+/// A frame with the bytes of its checksums, just decoded.
+void FrameCheck::ComparePicture(size_t number, size_t entry)
+{
+    Decoder().Read(picture);
+    const FrameChecksums expected = table->At(entry);
+    if (FrameHasher::HashBytes(picture) == expected.picture)
+        return;
+    const std::string rows = RowsText(expected);
+    faults[number] = {"its bytes are whole, but it decodes to another picture than was coded in " + rows,
+                      rows};
+}
+
+const std::map<size_t, FrameCheck::Fault>& FrameCheck::Finish()
 {
     if (!matcher)
         return faults;
@@ -88,31 +97,39 @@ const std::map<size_t, std::string>& FrameCheck::Finish()
     for (size_t i = 0; i < numbers.size(); ++i) {
         if (faults.contains(numbers[i]))
             continue;
-        if (!entries[i])
+        if (!entries[i]) {
             ++unknown;
-        else if (table->FrameHashAt(*entries[i]) != FrameHasher::HashBytes(stream.ReadFrame(numbers[i])))
-            ExplainUnknown(numbers[i], *entries[i]);
+            CheckPayload(numbers[i], stream.ReadFrame(numbers[i]), false);
+        } else if (!matcher->IsKnown(i)) {
+            ExplainDifference(numbers[i], *entries[i]);
+        }
     }
     return faults;
 }
 
-/// A frame of sound structure whose bytes are not those of its checksums.
-void FrameCheck::ExplainUnknown(size_t number, size_t entry)
+/// A frame that decodes, but whose bytes are not those of its checksums.
+void FrameCheck::ExplainDifference(size_t number, size_t entry)
 {
     const std::span<const uint8_t> frame = stream.ReadFrame(number);
     const FrameChecksums expected = table->At(entry);
-    decoder->Decompress(frame);
+    Decoder().Decompress(frame);
     decoder->Read(picture);
     const std::string place = BlocksText(expected.blocks, frame);
-    faults[number] = "damaged in " + (place.empty() ? "its head or tables" : place) +
-                     (FrameHasher::HashBytes(picture) == expected.picture
-                          ? "; the picture is still right"
-                          : "; the picture is wrong in " + RowsText(expected));
+    const std::string rows = RowsText(expected);
+    faults[number] = {
+        "damaged in " + (place.empty() ? "its header or tables" : place) +
+            (rows.empty() ? "; the picture is still right" : "; the picture is wrong in " + rows),
+        rows};
 }
 
-/// "block 3 (Y, rows 84-111), blocks 12-13 (U, rows 28-83)"; empty when all blocks are right.
+/// "block 3 (Y, rows 84-111), blocks 12-13 (U, rows 28-83)"; empty when all blocks are right or none can be
+/// told.
 std::string FrameCheck::BlocksText(std::span<const uint32_t> expected, std::span<const uint8_t> frame) const
 {
+    const FrameStructure structure = ReadFrameStructure(
+        MemorySource(frame), 0, static_cast<uint32_t>(frame.size()), stream.Record(), stream.Format().planes);
+    if (structure.blocks.size() != expected.size())
+        return {};
     const std::vector<uint32_t> actual = hasher.HashBlocks(frame);
     std::string text;
     for (size_t plane = 0; plane < stream.Format().planes; ++plane) {
@@ -121,34 +138,43 @@ std::string FrameCheck::BlocksText(std::span<const uint32_t> expected, std::span
         for (size_t band = 0; band < differs.size(); ++band)
             differs[band] = actual[first + band] != expected[first + band];
         for (const auto& [from, to] : Stretches(differs))
-            text += (text.empty() ? "" : ", ") + std::string(from == to ? "block " : "blocks ") +
-                    RangeText(first + from, first + to) + " (" + PlaneName(stream.Format(), plane) +
-                    ", rows " + RowsOfBands(from, to, stream.Record().height) + ")";
+            text += (text.empty() ? "" : ", ") +
+                    structure.BlocksText(stream.Format(), stream.Record().height, first + from, first + to);
     }
     return text;
 }
 
-/// "rows 28-55, 112-139": where the picture differs.
+/// "rows 28-55, 112-139": where the picture differs; empty when it is right.
 std::string FrameCheck::RowsText(const FrameChecksums& expected) const
 {
     const std::vector<uint64_t> actual = hasher.HashBands(picture);
     std::vector<bool> differs(actual.size());
     for (size_t band = 0; band < actual.size(); ++band)
         differs[band] = actual[band] != expected.bands[band];
-    std::string text;
-    for (const auto& [from, to] : Stretches(differs))
-        text += (text.empty() ? "rows " : ", ") + RowsOfBands(from, to, stream.Record().height);
-    return text;
+    return RowsOfBands(differs, kChecksumBandRows, stream.Record().height);
+}
+
+std::vector<std::string> FrameCheck::Remarks() const
+{
+    std::vector<std::string> lines;
+    for (const auto& [remark, frames] : remarks)
+        lines.push_back((frames.size() == 1 ? "frame " + std::to_string(*frames.begin())
+                                            : Counted(frames.size(), "frame") + " from frame " +
+                                                  std::to_string(*frames.begin()) + " on") +
+                        ": " + remark);
+    return lines;
 }
 
 std::string FrameCheck::Summary() const
 {
-    const bool one = stream.FrameCount() == 1;
-    const std::string sound = Counted(stream.FrameCount(), "frame") + (one ? " is sound" : " are sound");
+    const size_t count = stream.FrameCount();
     if (!table)
-        return sound + "; there are no checksums, so this is the structure alone";
-    if (unknown == 0)
-        return sound + (one ? " and matches its checksums" : " and match their checksums");
-    return sound + "; with checksums that match: " + std::to_string(matched) +
-           ", without any, so that the structure alone was checked: " + std::to_string(unknown);
+        return "structure only: no checksums in this file; " + Counted(count, "frame") +
+               (count == 1 ? " decodes" : " decode") + ", and all blocks end where their samples do";
+    if (unknown > 0)
+        return "structure only for " + std::to_string(unknown) + " of " + Counted(count, "frame") +
+               ": no checksums for " + (unknown == 1 ? "it" : "them") +
+               "; frames that match their checksums: " + std::to_string(count - unknown);
+    return Counted(count, "frame") +
+           (count == 1 ? " is sound and matches its checksums" : " are sound and match their checksums");
 }

@@ -21,34 +21,53 @@ bool IsLossless(const PixelLayout& layout, const CompressedFormat& format)
 }
 
 PictureCheck::PictureCheck(DriverEntry entry, const CompressedFormat& format,
-                           std::span<const uint8_t> bitmapInfo, const PixelLayout& layout_, int width,
+                           std::span<const uint8_t> bitmapInfo, const PixelLayout& layout, int width,
                            int height)
-    : layout(&layout_), ignoresAlpha(layout_.otherFamily != 0 && format.planes < 4),
-      decoder(entry, format, bitmapInfo, IsLossless(layout_, format) ? layout_ : NativeLayout(format.code),
-              width, height)
+    : hasUnusedByte(layout.otherFamily == kCodeRgba && format.planes < 4),
+      dropsAlpha(layout.otherFamily != 0 && !hasUnusedByte && format.planes < 4)
 {
-    if (!IsLossless(layout_, format)) {
-        layout = &NativeLayout(format.code);
-        ignoresAlpha = false;
-        secondCoder.emplace(entry, format, layout_, width, height, bitmapInfo);
-        secondDecoder.emplace(entry, format, bitmapInfo, *layout, width, height);
+    const bool converts = !IsLossless(layout, format);
+    if (!converts || CanDecompress(entry, format, bitmapInfo, layout, width, height)) {
+        decoder.emplace(entry, format, bitmapInfo, layout, width, height);
+        decoded.resize(static_cast<size_t>(PictureBytes(layout, width, height)));
     }
-    decoded.resize(static_cast<size_t>(PictureBytes(*layout, width, height)));
-    expected.resize(secondCoder ? decoded.size() : 0);
+    if (converts)
+        conversion.emplace(entry, format, bitmapInfo, layout, width, height);
 }
+
+PictureCheck::Conversion::Conversion(DriverEntry entry, const CompressedFormat& format,
+                                     std::span<const uint8_t> bitmapInfo, const PixelLayout& layout,
+                                     int width, int height)
+    : coder(entry, format, layout, width, height, bitmapInfo),
+      first(entry, format, bitmapInfo, NativeLayout(format.code), width, height),
+      second(entry, format, bitmapInfo, NativeLayout(format.code), width, height),
+      actual(static_cast<size_t>(PictureBytes(NativeLayout(format.code), width, height))),
+      expected(actual.size())
+{}
 
 PictureMatch PictureCheck::Check(std::span<const uint8_t> picture, std::span<const uint8_t> frame)
 {
-    if (!decoder.Decompress(frame))
-        return PictureMatch::Damaged;
-    decoder.Read(decoded);
-    if (secondCoder) {
-        if (!secondDecoder->Decompress(secondCoder->Compress(picture)))
-            return PictureMatch::Different;
-        secondDecoder->Read(expected);
-        picture = expected;
+    if (decoder) {
+        if (!decoder->Decompress(frame))
+            return PictureMatch::Damaged;
+        decoder->Read(decoded);
+        if (hasUnusedByte ? SameWithoutAlpha(decoded, picture) : std::ranges::equal(decoded, picture))
+            return PictureMatch::Same;
+        if (dropsAlpha && SameWithoutAlpha(decoded, picture))
+            return PictureMatch::SameAfterConversion;
     }
-    const bool same =
-        ignoresAlpha ? SameWithoutAlpha(decoded, picture) : std::ranges::equal(decoded, picture);
-    return same ? PictureMatch::Same : PictureMatch::Different;
+    if (!conversion)
+        return PictureMatch::Different;
+    if (!conversion->first.Decompress(frame))
+        return PictureMatch::Damaged;
+    return IsSameAfterConversion(picture) ? PictureMatch::SameAfterConversion : PictureMatch::Different;
+}
+
+bool PictureCheck::IsSameAfterConversion(std::span<const uint8_t> picture)
+{
+    if (!conversion->second.Decompress(conversion->coder.Compress(picture)))
+        return false;
+    conversion->first.Read(conversion->actual);
+    conversion->second.Read(conversion->expected);
+    return conversion->actual == conversion->expected;
 }

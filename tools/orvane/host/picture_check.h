@@ -7,6 +7,8 @@
 
 enum class PictureMatch {
     Same,
+    SameAfterConversion, ///< samples differ, and the frame holds what the same conversion makes of the
+                         ///< picture
     Different,
     Damaged, ///< the frame cannot be decoded
 };
@@ -14,9 +16,10 @@ enum class PictureMatch {
 /// Whether a layout is coded to a format without loss; alpha that the format has no place for aside.
 bool IsLossless(const PixelLayout& layout, const CompressedFormat& format);
 
-/// For a lossless pair a frame is decoded to the layout of the picture and compared with it. Where coding
-/// converts colour or chroma on the way, what was coded is made a second time, by a run of its own with the
-/// stream's record, and both frames are decoded and compared as planes.
+/// A frame is decoded to the layout of the picture and the samples are compared. Where coding converts colour
+/// or chroma and the samples differ, what was coded is made a second time, by a run of its own with the
+/// stream's record, and both frames are decoded and compared as planes; alpha that the format has no place
+/// for is left out of the second look.
 class PictureCheck
 {
   public:
@@ -24,15 +27,26 @@ class PictureCheck
     PictureCheck(DriverEntry entry, const CompressedFormat& format, std::span<const uint8_t> bitmapInfo,
                  const PixelLayout& layout, int width, int height);
 
-    /// picture  tight, in the layout; frame  not empty
+    /// picture  unpadded, in the layout; frame  not empty
     PictureMatch Check(std::span<const uint8_t> picture, std::span<const uint8_t> frame);
 
   private:
-    const PixelLayout* layout;
-    bool ignoresAlpha;
-    FrameDecompressor decoder;
-    std::optional<FrameCompressor> secondCoder; ///< only with conversion
-    std::optional<FrameDecompressor> secondDecoder;
+    /// Codes a picture as the stream does, and decodes both frames in the native layout.
+    struct Conversion {
+        Conversion(DriverEntry entry, const CompressedFormat& format, std::span<const uint8_t> bitmapInfo,
+                   const PixelLayout& layout, int width, int height);
+
+        FrameCompressor coder;
+        FrameDecompressor first;
+        FrameDecompressor second;
+        std::vector<uint8_t> actual;
+        std::vector<uint8_t> expected;
+    };
+    bool IsSameAfterConversion(std::span<const uint8_t> picture);
+
+    bool hasUnusedByte;                       ///< byte 3 of a pixel belongs to nothing
+    bool dropsAlpha;                          ///< byte 3 of a pixel is alpha, and the format has none
+    std::optional<FrameDecompressor> decoder; ///< to the layout of the picture, where there is such a way
+    std::optional<Conversion> conversion;     ///< only where coding converts
     std::vector<uint8_t> decoded;
-    std::vector<uint8_t> expected;
 };

@@ -8,7 +8,8 @@
 #include "platform/settings_store.h"
 #include "tool_error.h"
 
-#include <random>
+#include <cerrno>
+#include <fstream>
 
 namespace {
 
@@ -31,20 +32,25 @@ std::vector<StoredKey> ReadAllKeys()
 }
 
 /// A folder that nobody else has.
-platform::Path MakePrivateFolder()
+platform::Path MakeFolderOfThisRun()
 {
     std::error_code error;
     const platform::Path parent = std::filesystem::temp_directory_path(error);
-    std::random_device random;
-    for (int attempt = 0; attempt < 100 && !error; ++attempt) {
-        const platform::Path folder =
-            parent / ("orvane-" + std::to_string(random()) + std::to_string(random()));
-        if (std::filesystem::create_directory(folder, error)) {
-            std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
-            return folder;
-        }
-    }
-    throw ToolError("cannot make a temporary folder", TextOf(parent), "check the folder for temporary files");
+    errno = 0;
+    if (const auto folder = platform::MakePrivateFolder(parent, "orvane-"))
+        return *folder;
+    throw ToolError("cannot make a temporary folder (" + SystemReason() + ")", TextOf(parent),
+                    "check the folder for temporary files");
+}
+
+/// Why no file can be written in a folder; the store itself does not say.
+std::string ReasonNotToWrite(const platform::Path& folder)
+{
+    errno = 0;
+    std::ofstream probe(folder / "probe", std::ios::binary);
+    const char page[4096] = {};
+    probe.write(page, sizeof page).flush();
+    return SystemReason();
 }
 
 std::string KeyPath(uint32_t fourcc)
@@ -68,7 +74,7 @@ void AddThreads(std::vector<platform::SettingsValue>& values, const std::string&
 PrivateSettings::PrivateSettings() : usersStore(platform::PathFromEnvironment(kStoreVariable))
 {
     const std::vector<StoredKey> keys = ReadAllKeys();
-    folder = MakePrivateFolder();
+    folder = MakeFolderOfThisRun();
     platform::SetPathInEnvironment(kStoreVariable, folder / "settings.reg");
     try {
         for (const StoredKey& key : keys)
@@ -100,12 +106,13 @@ void PrivateSettings::Write(const std::string& path, const std::vector<platform:
             key->Write(value.name, value.value);
         wanted = key->List();
     }
-    // The store itself fails without a word, and then other settings than the chosen ones would govern the run.
+    // The store itself fails without a word, and then other settings than the chosen ones would govern the
+    // run.
     const auto kept = platform::OpenSettingsKey(path, platform::SettingsAccess::ReadOnly);
     for (const platform::SettingsValue& value : wanted)
         if (kept->Read(value.name) != value.value)
-            throw ToolError("cannot keep the settings of this run", TextOf(folder),
-                            "make room in the folder for temporary files");
+            throw ToolError("cannot keep the settings of this run (" + ReasonNotToWrite(folder) + ")",
+                            TextOf(folder), "make room in the folder for temporary files");
 }
 
 void PrivateSettings::SetForEncoding(uint32_t fourcc, const CodecOptions& options)

@@ -1,0 +1,139 @@
+#include "core/block_decoder.h"
+
+#include "common/trace.h"
+#include "core/frame_layout.h"
+#include "entropy/bit_stream.h"
+#include "entropy/interleaved_decode.h"
+
+#include <array>
+#include <cassert>
+#include <cstring>
+
+namespace core {
+
+namespace {
+
+void CopyRows(const uint8_t* from, const BlockRows& to)
+{
+    for (uint32_t row = 0; row < to.count; ++row, from += to.width)
+        std::memcpy(RowAt(to.plane, row), from, to.width);
+}
+
+void ClearRows(const BlockRows& rows)
+{
+    for (uint32_t row = 0; row < rows.count; ++row)
+        std::memset(RowAt(rows.plane, row), 0, rows.width);
+}
+
+bool IsRaw(const CodedFrame& frame, const BlockInfo& block)
+{
+    return (ByteAt(frame.bytes, block.dataOffset) & kBlockRaw) != 0;
+}
+
+/// Residuals that are stored unchanged. A block that is too short reads on after its end.
+void ReadRawBlock(const CodedFrame& frame, const HuffCoder& coder, const BlockInfo& block,
+                  const BlockRows& rows)
+{
+    const FrameBytes payload = PayloadOf(frame.bytes, block);
+    const FrameBytes rest = frame.bytes.subspan(static_cast<size_t>(payload.data() - frame.bytes.data()));
+    BitStream stream;
+    BitStreamInit(stream, rest.data(), rest.size());
+    for (uint32_t i = 0; i < rows.RunCount(); ++i)
+        coder.ReadRaw(stream, RowAt(rows.plane, i), rows.RunLength());
+    Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", static_cast<int>(block.plane),
+          static_cast<int>(block.blockInPlane));
+}
+
+/// Blocks of one code, which are decoded interleaved.
+class JobQueue
+{
+  public:
+    explicit JobQueue(uint8_t* scratchMemory) : scratch(scratchMemory) {}
+
+    void Add(const HuffCoder8& jobCoder, FrameBytes payload, const BlockRows& rows)
+    {
+        assert(count < jobs.size() && (rows.contiguous || scratch));
+        if (coder != &jobCoder)
+            Flush();
+        coder = &jobCoder;
+        const auto symbols = static_cast<uint32_t>(rows.Samples());
+        uint8_t* const out = rows.contiguous ? rows.plane.data : scratch + scratchUsed;
+        scratchUsed += rows.contiguous ? 0 : symbols;
+        jobs[count] = {payload.data(), payload.data() + payload.size(), out, symbols};
+        targets[count++] = rows;
+    }
+
+    void Flush()
+    {
+        if (count == 0)
+            return;
+        coder->DecodeBlocks({jobs.data(), count});
+        for (size_t i = 0; i < count; ++i)
+            if (!targets[i].contiguous)
+                CopyRows(jobs[i].out, targets[i]);
+        count = scratchUsed = 0;
+    }
+
+  private:
+    const HuffCoder8* coder = nullptr;
+    std::array<DecodeJob, kMaxBandsPerItem> jobs;
+    std::array<BlockRows, kMaxBandsPerItem> targets;
+    size_t count = 0;
+    uint8_t* const scratch;
+    size_t scratchUsed = 0;
+};
+
+} // namespace
+
+void DecodeBlocks(const CodedFrame& frame, size_t plane, BandRange range, const PlaneWindow& window,
+                  uint8_t* scratch)
+{
+    assert(range.end - range.first <= kMaxBandsPerItem);
+    const bool ownPlane = frame.plan.coded[plane].storage != Storage::Picture;
+    JobQueue queue(scratch);
+    for (size_t band = range.first; band < range.end; ++band) {
+        const BlockInfo* block = frame.BlockOf(plane, band);
+        if (!block)
+            continue;
+        const BlockRows rows(*block, window);
+        const FrameCoder* coder =
+            block->coderId < frame.coders.size() ? &frame.coders[block->coderId] : nullptr;
+        if (coder && IsRaw(frame, *block))
+            ReadRawBlock(frame, *coder->coder, *block, rows);
+        else if (coder && coder->hasCode)
+            queue.Add(*coder->coder, PayloadOf(frame.bytes, *block), rows);
+        else if (ownPlane)
+            ClearRows(rows);
+    }
+    queue.Flush();
+}
+
+void UnpredictBlocks(const CodedFrame& frame, size_t plane, BandRange range, const PlaneWindow& window)
+{
+    assert(range.end - range.first <= kMaxBandsPerItem);
+    std::array<BlockView, 2 * kMaxBandsPerItem> views; // fields are two
+    size_t count = 0;
+    PredictMethod method{};
+    int width = 0;
+    const auto flush = [&] {
+        frame.plan.route.backend->Unpredict({views.data(), count}, width, method);
+        count = 0;
+    };
+
+    for (size_t band = range.first; band < range.end; ++band) {
+        const BlockInfo* block = frame.BlockOf(plane, band);
+        if (!block)
+            continue;
+        const auto own = static_cast<PredictMethod>(ByteAt(frame.bytes, block->dataOffset + 1));
+        if (own != method)
+            flush();
+        method = own;
+        width = block->width;
+        const PlaneInfo rows = window.From(block->firstRow);
+        for (const RowSet& set : RowSets(frame.plan.header, block->rows))
+            views[count++] = {set.Of(rows), set.rows};
+    }
+    flush();
+}
+
+} // namespace core
