@@ -1,5 +1,7 @@
 #pragma once
 
+#include "source_folder.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -12,7 +14,7 @@ using Bytes = std::vector<uint8_t>;
 
 inline std::filesystem::path GoldenFolder()
 {
-    return std::filesystem::path(ORVANE_SOURCE_DIR) / "tests" / "golden" / "data";
+    return std::filesystem::path(kSourceFolder) / "tests" / "golden" / "data";
 }
 
 /// All bytes of a golden file. Throws when it is not there.

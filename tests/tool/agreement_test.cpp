@@ -1,5 +1,6 @@
 // Help, manual, man page and completion agree: every option of every command stands in all four, and none of
 // them has an option that the command does not take.
+#include "source_folder.h"
 #include "tool/run_command.h"
 
 #include <fstream>
@@ -13,7 +14,7 @@ using Names = std::set<std::string>;
 
 std::string ReadText(const std::string& file)
 {
-    std::ifstream stream(std::string(ORVANE_SOURCE_DIR) + "/" + file, std::ios::binary);
+    std::ifstream stream(std::string(kSourceFolder) + "/" + file, std::ios::binary);
     EXPECT_TRUE(stream) << file;
     return {std::istreambuf_iterator<char>(stream), {}};
 }

@@ -353,7 +353,7 @@ TEST(Png, WrittenSizeIsWithinTenPercentOfTheBestLevel)
         // Signature, header chunk; one chunk of data, end chunk.
         constexpr size_t kDataStart = 8 + 25 + 8, kAfterData = 4 + 12;
         Bytes rows(4 << 20);
-        uLongf size = rows.size();
+        auto size = static_cast<uLongf>(rows.size());
         ASSERT_EQ(uncompress(rows.data(), &size, file.data() + kDataStart,
                              static_cast<uLong>(file.size() - kDataStart - kAfterData)),
                   Z_OK);
