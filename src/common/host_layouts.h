@@ -95,12 +95,14 @@ constexpr const LayoutDescriptor* FindLayoutDescriptor(FormatId id)
     return nullptr;
 }
 
-static_assert([] { // ids are unique, and every category is a format with a descriptor
-    for (const LayoutDescriptor& layout : kHostLayouts)
-        if (FindLayoutDescriptor(layout.id) != &layout || !FindFormatDescriptor(layout.category))
-            return false;
-    return true;
-}());
+static_assert(std::ranges::all_of(kHostLayouts,
+                                  [](const LayoutDescriptor& layout) {
+                                      return std::ranges::count(kHostLayouts, layout.id,
+                                                                &LayoutDescriptor::id) == 1 &&
+                                             std::ranges::count(kCompressedFormats, layout.category,
+                                                                &FormatDescriptor::code) == 1;
+                                  }),
+              "ids are unique, and every category is a format with a descriptor");
 
 /// Whether pictures of this layout are 4:2:2.
 constexpr bool Is422(FormatId host)
