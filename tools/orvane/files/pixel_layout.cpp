@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
+#include <optional>
 #include <string_view>
 
 namespace {
@@ -18,14 +19,14 @@ constexpr bool HasName(const LayoutDescriptor& layout, std::string_view name)
 }
 
 /// The layout that has the same bitmap header as `layout` under one of its names: the two differ in alpha.
-/// Null where there is none.
-constexpr const LayoutDescriptor* FindTwin(const LayoutDescriptor& layout, std::string_view name)
+/// Nothing where there is none.
+constexpr std::optional<LayoutDescriptor> FindTwin(const LayoutDescriptor& layout, std::string_view name)
 {
     for (const LayoutDescriptor& other : kHostLayouts)
         if (other.id != layout.id && !other.Names().empty() &&
             (layout.IsRgb() ? other.IsRgb() && other.BitCount() == layout.BitCount() : HasName(other, name)))
-            return &other;
-    return nullptr;
+            return other;
+    return {};
 }
 
 /// Calls visit(PixelLayout) for every name that users can write. Of two layouts of one name, the one with
@@ -35,7 +36,7 @@ constexpr void ForEachLayout(const Visit& visit)
 {
     for (const LayoutDescriptor& layout : kHostLayouts)
         for (const char* const name : layout.Names()) {
-            const LayoutDescriptor* const twin = FindTwin(layout, name);
+            const std::optional<LayoutDescriptor> twin = FindTwin(layout, name);
             if (twin && HasName(*twin, name) && twin->HasAlpha())
                 continue;
             visit(PixelLayout{name, layout.IsRgb() ? 0 : PaddedFourCC(name),
