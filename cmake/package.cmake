@@ -57,6 +57,7 @@ set_target_properties(orvane_demo_clip PROPERTIES EXCLUDE_FROM_ALL FALSE) # draw
 add_test(NAME package
   COMMAND ${CMAKE_SOURCE_DIR}/tests/package/check_package ${CMAKE_BINARY_DIR} ${PROJECT_VERSION})
 add_test(NAME scripts COMMAND ${CMAKE_SOURCE_DIR}/tests/scripts/check_scripts ${CMAKE_BINARY_DIR})
+add_test(NAME reference COMMAND ${CMAKE_SOURCE_DIR}/tests/vectors/check_reference ${CMAKE_BINARY_DIR})
 add_test(NAME docs COMMAND ${CMAKE_SOURCE_DIR}/tests/docs/run_documents ${CMAKE_BINARY_DIR})
 add_test(NAME damage COMMAND ${CMAKE_SOURCE_DIR}/scripts/damage --tool $<TARGET_FILE:orvane_program>
                              --keep ${CMAKE_BINARY_DIR}/damage)

@@ -85,6 +85,16 @@ if(TARGET orvane_tool)
   target_include_directories(make_golden PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(make_golden PRIVATE orvane_tool orvane_driver)
 
+  # Test vectors of the format. tests/make_vectors FOLDER writes them; the test holds those of the repository to it.
+  orvane_tests(vectors orvane_tool orvane_core)
+  file(GLOB vector_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/vectors/*.cpp)
+  list(FILTER vector_sources EXCLUDE REGEX "_test\\.cpp$")
+  add_executable(make_vectors EXCLUDE_FROM_ALL
+    ${vector_sources} ${CMAKE_SOURCE_DIR}/tests/vectors/generator/make_vectors.cpp)
+  set_target_properties(make_vectors PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_include_directories(make_vectors PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(make_vectors PRIVATE orvane_tool orvane_core)
+
   # The driver's own code with its entry, in a program where memory can be made to run out.
   orvane_tests(reliability orvane_tool orvane_driver NEEDS orvane_program orvane_library)
   set(system posix)
