@@ -72,16 +72,16 @@ struct Plane {
 
 struct CodedPlane {
     std::vector<uint8_t> room = std::vector<uint8_t>(kBlockRoom * kBlocks);
-    std::array<uint64_t, kBlocks> sizes{};
+    std::array<size_t, kBlocks> sizes{};
 
     uint8_t* Block(int block) { return room.data() + kBlockRoom * static_cast<size_t>(block); }
     void Encode(const HuffCoder& coder, const Plane& plane)
     {
         for (int block = 0; block < kBlocks; ++block) {
-            BitStream stream;
+            OutBitStream stream;
             BitStreamInit(stream, Block(block), kBlockRoom);
             coder.Encode(stream, plane.Block(block), kBlockSymbols);
-            sizes[static_cast<size_t>(block)] = static_cast<uint64_t>(BitStreamFinish(stream));
+            sizes[static_cast<size_t>(block)] = BitStreamFinish(stream);
         }
     }
 };
@@ -123,9 +123,8 @@ void DecodePlane(benchmark::State& state)
     std::vector<uint8_t> decoded(plane.residuals.size());
     for (auto _ : state)
         for (int block = 0; block < kBlocks; ++block) {
-            BitStream stream;
-            BitStreamInit(stream, static_cast<const uint8_t*>(coded.Block(block)),
-                          coded.sizes[static_cast<size_t>(block)]);
+            InBitStream stream;
+            BitStreamInit(stream, coded.Block(block), coded.sizes[static_cast<size_t>(block)]);
             coder.Decode(stream, decoded.data() + size_t{kBlockSymbols} * static_cast<size_t>(block),
                          kBlockSymbols);
         }
@@ -148,7 +147,7 @@ void DecodeBlocks(benchmark::State& state)
     for (size_t block = 0; block < kBlocks; ++block) {
         const uint8_t* const begin = coded.Block(static_cast<int>(block));
         jobs.push_back(
-            {begin, begin + coded.sizes[block], decoded.data() + kBlockSymbols * block, kBlockSymbols});
+            {{begin, coded.sizes[block]}, {decoded.data() + kBlockSymbols * block, kBlockSymbols}});
     }
     for (auto _ : state) {
         coder.DecodeBlocks(jobs);

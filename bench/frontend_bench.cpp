@@ -82,25 +82,24 @@ void Frontend(benchmark::State& state, FormatId host, FormatId planes, bool spli
             planeRows[p] = {alignUp(arena.data(), kPlaneBoundary) + layout.offset[p], shapes[p].pitch};
     RunBesideCopy(state, pictureBytes, [&] {
         if (split)
-            frontend.Split(hostPicture, kWidth, kHeight, planeRows);
+            frontend.Split(ReadOnly(hostPicture), kWidth, kHeight, planeRows);
         else
-            frontend.Join(hostPicture, kWidth, kHeight, planeRows);
+            frontend.Join(hostPicture, kWidth, kHeight, ReadOnly(planeRows));
     });
 }
 
 void Converter(benchmark::State& state, FormatId from, FormatId to, bool interpolate)
 {
-    ConverterSet set;
-    ImgProcConverter& converter = *set.Find(from, to);
-    converter.interpolate = interpolate;
+    const ConverterSet set;
+    const ImgProcConverter& converter = *set.Find(from, to);
     Memory sourceBytes(size_t{kWidth} * kHeight * 3 + 4096);
     Memory targetBytes(size_t{kWidth} * kHeight * 3 + 4096);
     PlaneArray source, target;
     const auto place = [](const ImgProcBackend& backend, uint8_t* memory, PlaneArray& planes) {
         size_t chroma = 0;
-        for (int p = 0; p < backend.GetPlaneCount(); ++p) {
+        for (size_t p = 0; p < backend.GetPlaneCount(); ++p) {
             const int pitch = alignUp(backend.GetPlaneWidth(p, kWidth), 16);
-            planes[static_cast<size_t>(p)] = {memory + 256 * p, pitch};
+            planes[p] = {memory + 256 * p, pitch};
             const size_t size =
                 static_cast<size_t>(pitch) * static_cast<size_t>(backend.GetPlaneHeight(p, kHeight));
             memory += size;
@@ -112,7 +111,7 @@ void Converter(benchmark::State& state, FormatId from, FormatId to, bool interpo
     const size_t targetChroma = place(converter.targetBackend, targetBytes.data(), target);
     RunBesideCopy(state, std::max(sourceChroma, targetChroma), [&] {
         for (int pass = 0; pass < converter.GetPassCount(); ++pass)
-            converter.Convert(source, target, kWidth, kHeight, 0, kHeight, pass);
+            converter.Convert(ReadOnly(source), target, kWidth, kHeight, 0, kHeight, pass, interpolate);
     });
 }
 

@@ -41,8 +41,7 @@ class Reader
     {
         const std::span<uint8_t> bytes = frameMemory.Place(frame);
         picture = pictureMemory.Place(pictureBytes, kUntouched, side);
-        info.frame = bytes.data();
-        info.frameSize = static_cast<uint32_t>(bytes.size());
+        info.frame = bytes;
         codec.SetImage(info, picture.data());
         const auto status = static_cast<int>(codec.Decompress(info));
         Require(pictureMemory.IsIntact(), "nothing is written beside the picture");

@@ -62,9 +62,9 @@ bool IsCodeOf(const uint32_t (&lengths)[kSymbols])
     return frame_rules::IsCode(small, HuffCoder8::maxCodeLength);
 }
 
-std::vector<uint8_t> DecodeWhole(const HuffCoder& coder, std::span<const uint8_t> stream, uint32_t count)
+std::vector<uint8_t> DecodeWhole(const HuffCoder& coder, std::span<const uint8_t> stream, size_t count)
 {
-    BitStream state;
+    InBitStream state;
     BitStreamInit(state, stream.data(), stream.size());
     const std::span<uint8_t> symbols = SymbolMemory().Place(count, 0xEE);
     coder.Decode(state, symbols.data(), count);
@@ -72,13 +72,13 @@ std::vector<uint8_t> DecodeWhole(const HuffCoder& coder, std::span<const uint8_t
     return {symbols.begin(), symbols.end()};
 }
 
-std::vector<uint8_t> DecodeInCalls(const HuffCoder& coder, std::span<const uint8_t> stream, uint32_t count,
-                                   uint32_t perCall)
+std::vector<uint8_t> DecodeInCalls(const HuffCoder& coder, std::span<const uint8_t> stream, size_t count,
+                                   size_t perCall)
 {
-    BitStream state;
+    InBitStream state;
     BitStreamInit(state, stream.data(), stream.size());
     const std::span<uint8_t> symbols = SymbolMemory().Place(count, 0xEE);
-    for (uint32_t done = 0; done < count; done += perCall)
+    for (size_t done = 0; done < count; done += perCall)
         coder.Decode(state, symbols.data() + done, std::min(perCall, count - done));
     Require(SymbolMemory().IsIntact(), "nothing is written beside the symbols of many calls");
     return {symbols.begin(), symbols.end()};
@@ -91,25 +91,24 @@ void CompareBlocks(const HuffCoder& fast, const HuffCoder& plain, std::span<cons
 {
     const size_t blocks = 1 + input.Choose(9);
     std::vector<DecodeJob> jobs;
+    std::vector<size_t> counts;
     std::vector<uint8_t> expected;
     size_t at = 0;
     for (size_t i = 0; i < blocks; ++i) {
         const size_t bytes = i + 1 == blocks
                                  ? stream.size() - at
                                  : std::min<size_t>(input.Take<uint16_t>() % 1024, stream.size() - at);
-        const auto count = static_cast<uint32_t>(input.Take<uint16_t>() % (kMaxSymbols / blocks));
+        const size_t count = input.Take<uint16_t>() % (kMaxSymbols / blocks);
         const std::span<const uint8_t> own = stream.subspan(at, bytes);
         const std::vector<uint8_t> symbols = DecodeWhole(plain, own, count);
         expected.insert(expected.end(), symbols.begin(), symbols.end());
-        jobs.push_back({own.data(), own.data() + own.size(), nullptr, count});
+        counts.push_back(count);
+        jobs.push_back({own, {}});
         at += bytes;
     }
     const std::span<uint8_t> symbols = SymbolMemory().Place(expected.size(), 0xEE);
-    uint8_t* out = symbols.data();
-    for (DecodeJob& job : jobs) {
-        job.out = out;
-        out += job.count;
-    }
+    for (size_t i = 0, done = 0; i < blocks; done += counts[i++])
+        jobs[i].symbols = symbols.subspan(done, counts[i]);
     fast.DecodeBlocks(jobs);
     Require(SymbolMemory().IsIntact(), "nothing is written beside the symbols of many blocks");
     Require(std::equal(symbols.begin(), symbols.end(), expected.begin()),
@@ -119,10 +118,10 @@ void CompareBlocks(const HuffCoder& fast, const HuffCoder& plain, std::span<cons
 std::vector<uint8_t> EncodeAll(const HuffCoder& coder, std::span<const uint8_t> symbols)
 {
     std::vector<uint8_t> stream(symbols.size() * 12 / 8 + 16);
-    BitStream state;
+    OutBitStream state;
     BitStreamInit(state, stream.data(), stream.size());
-    coder.Encode(state, symbols.data(), static_cast<uint32_t>(symbols.size()));
-    stream.resize(static_cast<size_t>(BitStreamFinish(state)));
+    coder.Encode(state, symbols.data(), symbols.size());
+    stream.resize(BitStreamFinish(state));
     return stream;
 }
 

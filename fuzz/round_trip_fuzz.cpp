@@ -36,12 +36,12 @@ class Codec
         const uint32_t bound = codec.MaxCompressedSize(route.host, size.width, size.height, route.code);
         codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginCompress(info, record.data(), record.size(), route.host);
-        codec.SetImage(info, pictureMemory.Place(picture, SideOf(choice)).data());
-        info.frame = frameMemory.Place(bound, 0xA5).data();
+        codec.SetSource(info, pictureMemory.Place(picture, SideOf(choice)).data());
+        info.output = frameMemory.Place(bound, 0xA5).data();
         const uint32_t frameSize = codec.Compress(info);
         Require(frameSize != 0, "every picture has a frame");
         Require(frameSize <= bound, "no frame outgrows its bound");
-        return {info.frame, info.frame + frameSize};
+        return {info.output, info.output + frameSize};
     }
 
     std::vector<uint8_t> Decode(const RoundTripChoice& choice, std::span<const uint8_t> record,
@@ -52,8 +52,7 @@ class Codec
         const std::span<uint8_t> picture = pictureMemory.Place(pictureBytes, 0xEE, SideOf(choice));
         const std::span<uint8_t> bytes = frameMemory.Place(frame);
         codec.SetImage(info, picture.data());
-        info.frame = bytes.data();
-        info.frameSize = static_cast<uint32_t>(bytes.size());
+        info.frame = bytes;
         Require(codec.Decompress(info) == FrameStatus::Ok, "every frame decodes");
         Require(pictureMemory.IsIntact(), "nothing is written beside the picture");
         return {picture.begin(), picture.end()};

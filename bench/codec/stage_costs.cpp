@@ -67,15 +67,14 @@ class TimedCodec
   private:
     void Encode(size_t picture)
     {
-        encoder.SetImage(encodeInfo, clip.pictures[picture].Data());
-        encodeInfo.frame = frames[picture].Data();
+        encoder.SetSource(encodeInfo, clip.pictures[picture].Data());
+        encodeInfo.output = frames[picture].Data();
         sizes[picture] = encoder.Compress(encodeInfo);
     }
     void Decode(size_t picture)
     {
         decoder.SetImage(decodeInfo, back.Data());
-        decodeInfo.frame = frames[picture].Data();
-        decodeInfo.frameSize = sizes[picture];
+        decodeInfo.frame = {frames[picture].Data(), sizes[picture]};
         decoder.Decompress(decodeInfo);
     }
 
@@ -106,7 +105,7 @@ double SecondsIn(Orvane& codec, const StageColumn& column)
 {
     double micros = 0;
     for (const Stage stage : column.stages)
-        for (const StageTimer& timer : codec.Stages()[static_cast<size_t>(stage)].perThread)
+        for (const StageTimer& timer : codec.Stages()[IndexOf(stage)].perThread)
             micros += static_cast<double>(timer.total) +
                       (timer.total > 0 ? 0.5 * static_cast<double>(timer.count) : 0);
     return micros * 1e-6;

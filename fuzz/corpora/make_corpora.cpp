@@ -151,10 +151,10 @@ void MakeLengths()
         HuffCoder8 coder;
         coder.BuildFromFrequencies(256, counts, true);
         Bytes stream(2000);
-        BitStream state;
+        OutBitStream state;
         BitStreamInit(state, stream.data(), stream.size());
-        coder.Encode(state, picture.data(), static_cast<uint32_t>(picture.size()));
-        stream.resize(static_cast<size_t>(BitStreamFinish(state)));
+        coder.Encode(state, picture.data(), picture.size());
+        stream.resize(BitStreamFinish(state));
         uint8_t table[kMaxLengthTableBytes];
         const size_t size = WriteLengthTable(coder.GetCodeLengths().data(), 256, table);
 

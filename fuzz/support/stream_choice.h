@@ -126,8 +126,8 @@ inline std::vector<uint8_t> EncodePicture(Orvane& codec, CompressInfo& info, std
     const FrameHeader header = ReadHeader(record.data());
     codec.BeginCompress(info, record.data(), record.size(), host);
     std::vector<uint8_t> frame(codec.MaxCompressedSize(host, header.width, header.height, header.formatCode));
-    codec.SetImage(info, const_cast<uint8_t*>(picture.data())); // read only
-    info.frame = frame.data();
+    codec.SetSource(info, picture.data());
+    info.output = frame.data();
     frame.resize(codec.Compress(info));
     return frame;
 }

@@ -21,12 +21,15 @@ using PlaneInfo = BasicPlane<uint8_t>;
 /// A plane that is only read.
 using ConstPlaneInfo = BasicPlane<const uint8_t>;
 
-inline constexpr int kMaxPlanes = 4;
+inline constexpr size_t kMaxPlanes = 4;
 
 /// A picture or a plane set. Entries that do not exist have a null `data`.
-using PlaneArray = std::array<PlaneInfo, kMaxPlanes>;
+template <class Sample>
+using BasicPlaneArray = std::array<BasicPlane<Sample>, kMaxPlanes>;
+
+using PlaneArray = BasicPlaneArray<uint8_t>;
 /// A picture or a plane set that is only read.
-using ConstPlaneArray = std::array<ConstPlaneInfo, kMaxPlanes>;
+using ConstPlaneArray = BasicPlaneArray<const uint8_t>;
 
 /// The same planes, to be read.
 inline ConstPlaneArray ReadOnly(const PlaneArray& planes)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/align_up.h"
+#include "common/as_size.h"
 #include "common/plane_info.h"
 
 #include <array>
@@ -15,11 +16,7 @@ struct PlaneShape {
     int32_t rows = 0;   ///< not negative
     uint32_t phase = 0; ///< address of row 0 modulo kRowBoundary
 
-    constexpr size_t Bytes() const
-    {
-        assert(pitch >= 0 && rows >= 0);
-        return static_cast<size_t>(pitch) * static_cast<size_t>(rows);
-    }
+    constexpr size_t Bytes() const { return AsSize(pitch) * AsSize(rows); }
 };
 
 using PlaneShapes = std::array<PlaneShape, kMaxPlanes>;

@@ -15,14 +15,14 @@ namespace {
 
 void CopyRows(const uint8_t* from, const BlockRows& to)
 {
-    for (uint32_t row = 0; row < to.count; ++row, from += to.width)
-        std::memcpy(RowAt(to.plane, row), from, to.width);
+    for (size_t row = 0; row < to.count; ++row, from += to.width)
+        std::memcpy(RowAt(to.plane, static_cast<ptrdiff_t>(row)), from, to.width);
 }
 
 void ClearRows(const BlockRows& rows)
 {
-    for (uint32_t row = 0; row < rows.count; ++row)
-        std::memset(RowAt(rows.plane, row), 0, rows.width);
+    for (size_t run = 0; run < rows.RunCount(); ++run)
+        std::memset(rows.Run(run), 0, rows.RunLength());
 }
 
 bool IsRaw(const CodedFrame& frame, const BlockInfo& block)
@@ -34,12 +34,11 @@ bool IsRaw(const CodedFrame& frame, const BlockInfo& block)
 void ReadRawBlock(const CodedFrame& frame, const HuffCoder& coder, const BlockInfo& block,
                   const BlockRows& rows)
 {
-    const FrameBytes payload = PayloadOf(frame.bytes, block);
-    const FrameBytes rest = frame.bytes.subspan(static_cast<size_t>(payload.data() - frame.bytes.data()));
-    BitStream stream;
+    const FrameBytes rest = frame.bytes.subspan(PayloadStart(frame.bytes, block));
+    InBitStream stream;
     BitStreamInit(stream, rest.data(), rest.size());
-    for (uint32_t i = 0; i < rows.RunCount(); ++i)
-        coder.ReadRaw(stream, RowAt(rows.plane, i), rows.RunLength());
+    for (size_t run = 0; run < rows.RunCount(); ++run)
+        coder.ReadRaw(stream, rows.Run(run), rows.RunLength());
     Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", static_cast<int>(block.plane),
           static_cast<int>(block.blockInPlane));
 }
@@ -56,10 +55,9 @@ class JobQueue
         if (coder != &jobCoder)
             Flush();
         coder = &jobCoder;
-        const auto symbols = static_cast<uint32_t>(rows.Samples());
         uint8_t* const out = rows.contiguous ? rows.plane.data : scratch + scratchUsed;
-        scratchUsed += rows.contiguous ? 0 : symbols;
-        jobs[count] = {payload.data(), payload.data() + payload.size(), out, symbols};
+        scratchUsed += rows.contiguous ? 0 : rows.Samples();
+        jobs[count] = {payload, {out, rows.Samples()}};
         targets[count++] = rows;
     }
 
@@ -70,7 +68,7 @@ class JobQueue
         coder->DecodeBlocks({jobs.data(), count});
         for (size_t i = 0; i < count; ++i)
             if (!targets[i].contiguous)
-                CopyRows(jobs[i].out, targets[i]);
+                CopyRows(jobs[i].symbols.data(), targets[i]);
         count = scratchUsed = 0;
     }
 

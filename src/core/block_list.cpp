@@ -16,8 +16,8 @@ std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBacke
     const size_t bands = CountBands(header);
 
     std::vector<BlockShape> blocks;
-    blocks.reserve(bands * static_cast<size_t>(backend.GetPlaneCount()));
-    for (int plane = 0; plane < backend.GetPlaneCount(); ++plane) {
+    blocks.reserve(bands * backend.GetPlaneCount());
+    for (size_t plane = 0; plane < backend.GetPlaneCount(); ++plane) {
         const int width = backend.GetPlaneWidth(plane, static_cast<int>(header.width));
         const int planeRows = backend.GetPlaneHeight(plane, static_cast<int>(header.height));
         const int blockRows = backend.GetPlaneHeight(plane, blockHeight);
@@ -25,7 +25,7 @@ std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBacke
         for (size_t band = 0; band < bands; ++band, firstRow += blockRows) {
             const int rows = std::min(firstRow + blockRows, planeRows) - firstRow;
             assert(rows >= 0);
-            blocks.push_back({static_cast<size_t>(plane), band, firstRow, width, rows});
+            blocks.push_back({plane, band, firstRow, width, rows});
         }
     }
     return blocks;

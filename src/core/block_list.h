@@ -2,6 +2,7 @@
 // threads.
 #pragma once
 
+#include "common/as_size.h"
 #include "common/frame_header.h"
 #include "common/plane_info.h"
 #include "core/block_info.h"
@@ -60,39 +61,54 @@ struct BandRange {
 };
 
 /// Rows of a plane from `firstRow` on, wherever they are stored.
-struct PlaneWindow {
-    PlaneInfo rows;
+template <class Sample>
+struct BasicPlaneWindow {
+    BasicPlane<Sample> rows;
     int firstRow = 0; ///< plane row
 
-    PlaneInfo From(int planeRow) const
+    BasicPlane<Sample> From(int planeRow) const
     {
         assert(planeRow >= firstRow);
         return FromRow(rows, planeRow - firstRow);
     }
 };
 
-using PlaneWindows = std::array<PlaneWindow, kMaxPlanes>;
+template <class Sample>
+using BasicPlaneWindows = std::array<BasicPlaneWindow<Sample>, kMaxPlanes>;
+
+using PlaneWindow = BasicPlaneWindow<uint8_t>;
+using PlaneWindows = BasicPlaneWindows<uint8_t>;
+/// Rows that are only read.
+using ConstPlaneWindow = BasicPlaneWindow<const uint8_t>;
+using ConstPlaneWindows = BasicPlaneWindows<const uint8_t>;
 
 /// The samples of a block.
-struct BlockRows {
-    BlockRows() = default;
-    BlockRows(const BlockShape& block, const PlaneWindow& window)
-        : plane(window.From(block.firstRow)), width(static_cast<uint32_t>(block.width)),
-          count(static_cast<uint32_t>(block.rows)), contiguous(plane.pitch == block.width)
-    {
-        assert(block.width >= 0 && block.rows >= 0);
-    }
+template <class Sample>
+struct BasicBlockRows {
+    BasicBlockRows() = default;
+    BasicBlockRows(const BlockShape& block, const BasicPlaneWindow<Sample>& window)
+        : plane(window.From(block.firstRow)), width(AsSize(block.width)), count(AsSize(block.rows)),
+          contiguous(plane.pitch == block.width)
+    {}
 
     /// Samples of one run without a gap, of which the block has RunCount().
-    uint32_t RunLength() const { return contiguous ? width * count : width; }
-    uint32_t RunCount() const { return contiguous ? 1 : count; }
-    size_t Samples() const { return size_t{width} * count; }
+    size_t RunLength() const { return contiguous ? Samples() : width; }
+    size_t RunCount() const { return contiguous ? 1 : count; }
+    size_t Samples() const { return width * count; }
+    Sample* Run(size_t run) const
+    {
+        assert(run < RunCount());
+        return RowAt(plane, static_cast<ptrdiff_t>(run));
+    }
 
-    PlaneInfo plane; ///< from the block's first row on
-    uint32_t width = 0;
-    uint32_t count = 0;
+    BasicPlane<Sample> plane; ///< from the block's first row on
+    size_t width = 0;
+    size_t count = 0;
     bool contiguous = false; ///< rows follow each other without a gap
 };
+
+using BlockRows = BasicBlockRows<uint8_t>;
+using ConstBlockRows = BasicBlockRows<const uint8_t>;
 
 /// The rows of a block that are predicted together: all of them, or one field.
 struct RowSet {

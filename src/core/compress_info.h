@@ -2,6 +2,7 @@
 
 #include "common/frame_header.h"
 #include "core/format_route.h"
+#include "core/frame_parser.h"
 #include "core/plane_set.h"
 #include "core/run_plan.h"
 
@@ -9,14 +10,13 @@
 #include <memory>
 #include <vector>
 
-/// The work record of a run in either direction. The begin calls fill it; `frame`, `frameSize` and `image`
-/// are set for each frame.
+/// The work record of a run in either direction. The begin calls fill it; what a frame is made of and what it
+/// goes to is set for each frame.
 struct CompressInfo {
-    /// Compress: the output buffer, MaxCompressedSize bytes or more. Decompress: the compressed frame, only
-    /// read.
-    uint8_t* frame = nullptr;
-    PlaneRecords image;     ///< the host picture, from SetImage
-    uint32_t frameSize = 0; ///< decompress: bytes of the compressed frame
+    ConstPlaneRecords source;  ///< compress: the host picture, from SetSource
+    uint8_t* output = nullptr; ///< compress: for the frame, MaxCompressedSize bytes or more
+    core::FrameBytes frame;    ///< decompress: the compressed frame
+    PlaneRecords image;        ///< decompress: the host picture, from SetImage
     FormatRoute route;
     std::shared_ptr<const core::RunPlan> plan; ///< null before a begin call
     std::vector<uint8_t> configBytes; ///< copy of the configuration record with the tables that follow it

@@ -10,7 +10,7 @@ enum class RouteKind : int { None = 0, Compress = 1, Decompress = 2 };
 struct FormatRoute {
     RouteKind kind = RouteKind::None;
     const ImgProcFrontend* frontend = nullptr;
-    ImgProcConverter* converter = nullptr;   ///< null when the chroma resolution stays
-    const ImgProcBackend* backend = nullptr; ///< layout of the planes in the frame
-    bool lossy = false;                      ///< changes colour space or chroma resolution; informative
+    const ImgProcConverter* converter = nullptr; ///< null when the chroma resolution stays
+    const ImgProcBackend* backend = nullptr;     ///< layout of the planes in the frame
+    bool lossy = false;                          ///< changes colour space or chroma resolution; informative
 };

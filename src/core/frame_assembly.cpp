@@ -1,6 +1,7 @@
 #include "core/frame_assembly.h"
 
 #include "common/align_up.h"
+#include "common/as_size.h"
 #include "core/frame_layout.h"
 #include "threading/spin_time.h"
 
@@ -28,7 +29,7 @@ void StoreWord(uint8_t* at, size_t value)
 
 void FrameAssembly::Prepare(size_t blockCount, size_t blockBytes, int threads)
 {
-    const size_t wanted = threads == 1 ? 1 : kSlotsPerThread * static_cast<size_t>(threads);
+    const size_t wanted = threads == 1 ? 1 : kSlotsPerThread * AsSize(threads);
     const size_t count = std::clamp<size_t>(blockCount, 1, wanted);
     const size_t bytes = alignUp(blockBytes, kSlotAlignment);
     memory.Reserve(bytes * count);

@@ -17,8 +17,6 @@ namespace core {
 
 namespace {
 
-constexpr size_t kSymbols = HuffCoder8::symbolCount;
-
 /// The plan for a frame of another block height, or by a list of one.
 RunPlan PlanOfFrame(const RunPlan& run, uint32_t blockHeight, uint32_t listBlockHeight)
 {
@@ -30,7 +28,7 @@ RunPlan PlanOfFrame(const RunPlan& run, uint32_t blockHeight, uint32_t listBlock
 }
 
 /// Whether rows of blocks have gaps between them, so that blocks are decoded to scratch memory first.
-bool HasGaps(const RunPlan& plan, const FramePlanes& planes)
+bool HasGaps(const RunPlan& plan, const FramePlanes<uint8_t>& planes)
 {
     for (size_t i = 0; i < plan.planeCount; ++i) {
         const bool scratch = plan.coded[i].storage == Storage::Scratch;
@@ -153,7 +151,7 @@ void FrameDecoder::DecodePlanes(const CodedFrame& frame, const PlaneArray& pictu
     // Rows that no block covers must not show an earlier frame. In the usual case there are none.
     if (plan.separateRuns || !plan.wholeRows)
         arenas.Prepare(plan);
-    const FramePlanes planes = PlacePlanes(plan, picture, arenas);
+    const FramePlanes<uint8_t> planes = PlacePlanes(plan, picture, arenas);
     const bool gaps = HasGaps(plan, planes);
     const auto prepareScratch = [&](size_t bands) {
         scratch.resize(workers.ThreadCount());
@@ -186,7 +184,8 @@ void FrameDecoder::DecodePlanes(const CodedFrame& frame, const PlaneArray& pictu
             for (const PassStep& entry : steps)
                 switch (entry.kind) {
                 case PassStep::Decode: {
-                    const PlaneWindows windows = CodedWindows(plan, planes, range, own);
+                    const PlaneWindows windows =
+                        CodedWindows(plan, planes.imageShapes, planes.coded, range, own);
                     for (size_t plane = 0; plane < plan.planeCount; ++plane)
                         DecodePlane(frame, plane, range, windows[plane], scratch[thread].symbols.Base(),
                                     workers, thread);
@@ -195,15 +194,16 @@ void FrameDecoder::DecodePlanes(const CodedFrame& frame, const PlaneArray& pictu
                 case PassStep::ConvertPass: {
                     const StageScope timing(workers.Timer(Stage::Convert, thread));
                     for (size_t band = range.first; band < range.end; ++band)
-                        ConvertBlock(plan, planes.coded, planes.image, entry.arg, band);
+                        ConvertBlock(plan, ReadOnly(planes.coded), planes.image, entry.arg, band);
                     break;
                 }
                 default: {
                     assert(entry.kind == PassStep::JoinPicture);
                     const StageScope timing(workers.Timer(Stage::Join, thread));
-                    const PlaneWindows windows = ImageWindows(plan, planes, range, own);
+                    const ConstPlaneWindows windows =
+                        ImageWindows(plan, planes.imageShapes, ReadOnly(planes.image), range, own);
                     for (size_t band = range.first; band < range.end; ++band)
-                        TransformBlock(plan, planes, band, windows);
+                        TransformBlock(plan, planes.picture, band, windows);
                 }
                 }
         });

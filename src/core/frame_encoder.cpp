@@ -26,7 +26,7 @@ namespace {
 struct EncodeCall {
     const RunPlan& plan;
     const Workers& workers;
-    const FramePlanes planes;
+    const FramePlanes<const uint8_t> planes;
     const PlaneArray residuals; ///< of all planes
     const PredictMethod method;
 };
@@ -41,11 +41,12 @@ PredictMethod BestPredictor(const PredictorScores& scores)
 }
 
 /// Where residuals are stored: a plane that is predicted in place becomes its own.
-PlaneArray PlaceResiduals(const RunPlan& plan, const PlaneArray& coded, const Arena& arena)
+/// ownCoded  FramePlanes::ownCoded
+PlaneArray PlaceResiduals(const RunPlan& plan, const PlaneArray& ownCoded, const Arena& arena)
 {
     const PlaneLayout layout = LayOutPlanes(plan.residualShapes);
     assert(layout.size <= arena.Capacity());
-    PlaneArray planes = coded;
+    PlaneArray planes = ownCoded;
     for (size_t i = 0; i < plan.planeCount; ++i)
         if (!plan.PredictsInPlace(i))
             planes[i] = {arena.Base() + layout.offset[i], plan.residualShapes[i].pitch};
@@ -53,10 +54,10 @@ PlaneArray PlaceResiduals(const RunPlan& plan, const PlaneArray& coded, const Ar
 }
 
 /// The residuals of a block from its samples, and their counts.
-void PredictBlock(const EncodeCall& call, BlockInfo& block, const PlaneWindow& source, size_t thread)
+void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWindow& source, size_t thread)
 {
     const ImgProcBackend& backend = *call.plan.route.backend;
-    const PlaneInfo from = source.From(block.firstRow);
+    const ConstPlaneInfo from = source.From(block.firstRow);
     const PlaneInfo to = FromRow(call.residuals[block.plane], block.firstRow);
     const bool inPlace = call.plan.PredictsInPlace(block.plane);
     assert(inPlace == (to.data == from.data));
@@ -103,13 +104,15 @@ void CompressBand(const EncodeCall& call, std::span<const PassStep> steps, std::
     for (const PassStep& entry : steps) {
         if (entry.kind == PassStep::Transform) {
             const StageScope timing(call.workers.Timer(Stage::Split, thread));
-            TransformBlock(plan, call.planes, band, ImageWindows(plan, call.planes, range, scratch));
+            TransformBlock(plan, call.planes.picture, band,
+                           ImageWindows(plan, call.planes.imageShapes, call.planes.ownImage, range, scratch));
         } else if (entry.kind == PassStep::ConvertPass) {
             const StageScope timing(call.workers.Timer(Stage::Convert, thread));
-            ConvertBlock(plan, call.planes.image, call.planes.coded, entry.arg, band);
+            ConvertBlock(plan, call.planes.image, call.planes.ownCoded, entry.arg, band);
         } else {
             assert(entry.kind == PassStep::Predict);
-            const PlaneWindows windows = CodedWindows(plan, call.planes, range, scratch);
+            const ConstPlaneWindows windows =
+                CodedWindows(plan, call.planes.imageShapes, call.planes.coded, range, scratch);
             for (size_t plane = 0; plane < plan.planeCount; ++plane)
                 PredictBlock(call, blocks[plane * plan.bandCount + band], windows[plane], thread);
         }
@@ -119,7 +122,6 @@ void CompressBand(const EncodeCall& call, std::span<const PassStep> steps, std::
 /// The code of one plane from the counts of all its blocks.
 void BuildCoder(std::span<const BlockInfo> blocks, std::vector<uint64_t>& totals, HuffCoder8& coder)
 {
-    constexpr size_t kSymbols = HuffCoder8::symbolCount;
     totals.assign(kSymbols, 0);
     for (const BlockInfo& block : blocks)
         std::ranges::transform(totals, block.frequencies, totals.begin(), std::plus());
@@ -127,18 +129,19 @@ void BuildCoder(std::span<const BlockInfo> blocks, std::vector<uint64_t>& totals
 }
 
 /// Codes the residuals of a block, or stores them unchanged where that is no longer.
-void EncodeBlock(const HuffCoder& coder, const BlockRows& rows, BlockInfo& block, std::span<uint8_t> payload)
+void EncodeBlock(const HuffCoder& coder, const ConstBlockRows& rows, BlockInfo& block,
+                 std::span<uint8_t> payload)
 {
     const auto write = [&](auto&& put) {
-        BitStream stream;
+        OutBitStream stream;
         BitStreamInit(stream, payload.data(), payload.size());
-        for (uint32_t i = 0; i < rows.RunCount(); ++i)
-            put(stream, RowAt(rows.plane, i));
+        for (size_t run = 0; run < rows.RunCount(); ++run)
+            put(stream, rows.Run(run));
         return static_cast<uint32_t>(BitStreamFinish(stream));
     };
 
     block.compressedSize =
-        write([&](BitStream& stream, const uint8_t* at) { coder.Encode(stream, at, rows.RunLength()); });
+        write([&](OutBitStream& stream, const uint8_t* at) { coder.Encode(stream, at, rows.RunLength()); });
     assert(block.compressedSize <= payload.size());
     // A tie goes to raw.
     if (block.compressedSize < rows.Samples())
@@ -148,7 +151,7 @@ void EncodeBlock(const HuffCoder& coder, const BlockRows& rows, BlockInfo& block
           static_cast<int>(block.plane), static_cast<int>(block.blockInPlane),
           static_cast<int>(block.coderId));
     block.compressedSize =
-        write([&](BitStream& stream, const uint8_t* at) { coder.WriteRaw(stream, at, rows.RunLength()); });
+        write([&](OutBitStream& stream, const uint8_t* at) { coder.WriteRaw(stream, at, rows.RunLength()); });
     block.flags |= kBlockRaw;
 }
 
@@ -171,8 +174,9 @@ uint32_t FrameEncoder::Encode(const RunPlan& plan, const EncodeInput& input, con
     for (Arena& arena : scratch)
         arena.Reserve(plan.ScratchBytes(1));
 
-    const FramePlanes planes = PlacePlanes(plan, input.picture, arenas);
-    const EncodeCall call{plan, workers, planes, PlaceResiduals(plan, planes.coded, residuals), input.method};
+    const FramePlanes<const uint8_t> planes = PlacePlanes(plan, input.picture, arenas);
+    const EncodeCall call{plan, workers, planes, PlaceResiduals(plan, planes.ownCoded, residuals),
+                          input.method};
     ForEachRun(plan.steps, [&](std::span<const PassStep> steps) {
         workers.Run(plan.bandCount, [&](size_t band, size_t thread) {
             CompressBand(call, steps, blocks, band, scratch[thread].Base(), thread);
@@ -205,7 +209,8 @@ uint32_t FrameEncoder::Encode(const RunPlan& plan, const EncodeInput& input, con
         BlockInfo& block = blocks[index];
         const std::span<uint8_t> slot = assembly.SlotOf(index);
         if (coded)
-            EncodeBlock(coders[block.plane], {block, {call.residuals[block.plane]}}, block, slot);
+            EncodeBlock(coders[block.plane], {block, ConstPlaneWindow{call.residuals[block.plane]}}, block,
+                        slot);
         assembly.Finish(index);
     });
 

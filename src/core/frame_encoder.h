@@ -21,7 +21,7 @@ namespace core {
 /// One picture on its way into a frame.
 struct EncodeInput {
     std::span<const uint8_t> record; ///< the configuration record, which opens the frame
-    PlaneArray picture;              ///< checked against the layout of the run; only read
+    ConstPlaneArray picture;         ///< checked against the layout of the run
     PredictMethod method;            ///< of all blocks; Dynamic: the best for each
     uint8_t* frame;                  ///< room for the largest frame of the run
 };

@@ -105,16 +105,21 @@ bool ReadCodeLengths(const CoderSection& section, std::span<uint32_t> lengths)
     const uint8_t* at = section.tables.data();
     const uint8_t* const end = at + section.tables.size();
     for (size_t coder = 0; coder < section.coderCount; ++coder) {
-        at = ReadLengthTable(at, end, static_cast<int>(symbols), &lengths[coder * symbols]);
+        at = ReadLengthTable(at, end, symbols, &lengths[coder * symbols]);
         if (!at)
             return false;
     }
     return true;
 }
 
+size_t PayloadStart(FrameBytes frame, const BlockInfo& block)
+{
+    return std::min<uint64_t>(block.dataOffset + kBlockHeaderBytes, frame.size());
+}
+
 FrameBytes PayloadOf(FrameBytes frame, const BlockInfo& block)
 {
-    const uint64_t start = std::min<uint64_t>(block.dataOffset + kBlockHeaderBytes, frame.size());
+    const size_t start = PayloadStart(frame, block);
     const uint64_t size = block.dataSize > kBlockHeaderBytes ? block.dataSize - kBlockHeaderBytes : 0;
     assert(size <= frame.size() - start);
     return frame.subspan(start, size);

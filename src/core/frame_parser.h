@@ -63,8 +63,10 @@ std::optional<CoderSection> LocateCoders(FrameBytes frame, uint64_t tableOffset,
 /// Reads the code lengths of all coders, the same number for each. False when a table is cut off.
 bool ReadCodeLengths(const CoderSection& section, std::span<uint32_t> lengths);
 
-/// The payload of a block that LocateBlocks has found, header left out. Headers and ends outside the frame
-/// leave none.
+/// Where the payload of a block starts that LocateBlocks has found: after its header, in the frame or at its
+/// end.
+size_t PayloadStart(FrameBytes frame, const BlockInfo& block);
+/// The payload of such a block. Headers and ends outside the frame leave none.
 FrameBytes PayloadOf(FrameBytes frame, const BlockInfo& block);
 
 /// A byte of the frame, or zero where it has none.

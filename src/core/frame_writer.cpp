@@ -10,15 +10,15 @@ namespace core {
 
 size_t WriteCoderSection(std::span<const BlockInfo> blocks, std::span<const CodeLengths> coders, uint8_t* out)
 {
-    uint8_t* at = out;
-    *at++ = static_cast<uint8_t>(coders.size());
+    size_t size = 0;
+    out[size++] = static_cast<uint8_t>(coders.size());
     for (const BlockInfo& block : blocks) {
         assert(block.coderId < coders.size());
-        *at++ = static_cast<uint8_t>(block.coderId);
+        out[size++] = static_cast<uint8_t>(block.coderId);
     }
     for (const CodeLengths& lengths : coders)
-        at += WriteLengthTable(lengths.data(), static_cast<int>(lengths.size()), at);
-    return static_cast<size_t>(at - out);
+        size += WriteLengthTable(lengths.data(), lengths.size(), out + size);
+    return size;
 }
 
 uint32_t FinalizeFrame(uint8_t* frame, size_t end)

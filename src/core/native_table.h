@@ -2,12 +2,16 @@
 // partner.
 #pragma once
 
+#include "common/as_size.h"
 #include "common/compressed_formats.h"
 #include "common/format_id.h"
 #include "common/host_layouts.h"
 
 #include <array>
 #include <cstdint>
+
+/// All ids lie below it.
+inline constexpr FormatId kFormatIds = 256;
 
 namespace native_table_detail {
 
@@ -27,11 +31,11 @@ inline constexpr DeepLayout kDeepLayouts[] = {
     {57, 123, 123}, {58, 123, 123},
 };
 
-using IdTable = std::array<FormatId, 256>;
+using IdTable = std::array<FormatId, kFormatIds>;
 
 constexpr void Set(IdTable& table, FormatId id, FormatId value)
 {
-    table[static_cast<size_t>(id)] = value;
+    table[AsSize(id)] = value;
 }
 
 constexpr IdTable MakeCategoryTable()
@@ -60,10 +64,20 @@ constexpr IdTable MakeNativeTable()
 } // namespace native_table_detail
 
 /// The family of an uncompressed layout as a compressed id; 0 for all other ids.
-inline constexpr std::array<FormatId, 256> CategoryTable = native_table_detail::MakeCategoryTable();
+inline constexpr std::array<FormatId, kFormatIds> CategoryTable = native_table_detail::MakeCategoryTable();
 /// Uncompressed id: the compressed format it goes to without conversion. Compressed id: its native output.
 /// Else 0.
-inline constexpr std::array<FormatId, 256> NativeTable = native_table_detail::MakeNativeTable();
+inline constexpr std::array<FormatId, kFormatIds> NativeTable = native_table_detail::MakeNativeTable();
+
+/// The entry of an id, whatever it is; 0 outside the table.
+constexpr FormatId CategoryOf(FormatId id)
+{
+    return id >= 0 && id < kFormatIds ? CategoryTable[AsSize(id)] : kUnknownFormat;
+}
+constexpr FormatId NativeOf(FormatId id)
+{
+    return id >= 0 && id < kFormatIds ? NativeTable[AsSize(id)] : kUnknownFormat;
+}
 
 /// Whether a mask of categories (bit category - 101) allows a category; 255 is allowed by any mask but 0.
 constexpr bool MaskAllows(uint32_t mask, FormatId category)

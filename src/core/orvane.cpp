@@ -1,5 +1,7 @@
 #include "core/orvane.h"
 
+#include "common/as_size.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
@@ -27,7 +29,7 @@ int Orvane::ThreadCount() const
 void Orvane::ResetTimers()
 {
     for (StageTimers& stage : stages)
-        stage.perThread.assign(static_cast<size_t>(ThreadCount()), {});
+        stage.perThread.assign(AsSize(ThreadCount()), {});
 }
 
 void Orvane::BuildRoutes(const RouteInputs& inputs)
@@ -73,6 +75,7 @@ void Orvane::BeginDecompress(CompressInfo& info, const uint8_t* record, size_t s
 void Orvane::BeginRun(CompressInfo& info, const uint8_t* record, size_t size, FormatId imageFormat,
                       bool compress)
 {
+    info.source = {};
     info.image = {};
     info.route = {};
     info.plan.reset();
@@ -106,29 +109,28 @@ void Orvane::BeginRun(CompressInfo& info, const uint8_t* record, size_t size, Fo
     info.plan = std::move(plan);
 }
 
-bool Orvane::SetInterpolation(const FormatRoute& route) const
-{
-    const bool interpolate = GetEncodeSettings().InterpolateDownscale != 0;
-    if (route.converter)
-        route.converter->interpolate = interpolate;
-    return interpolate;
-}
-
 std::shared_ptr<const core::RunPlan> Orvane::MakePlan(core::RunInputs inputs) const
 {
-    inputs.interpolate = SetInterpolation(inputs.route);
+    inputs.interpolate = Interpolates();
     return std::make_shared<const core::RunPlan>(core::MakeRunPlan(inputs));
+}
+
+void Orvane::SetSource(CompressInfo& info, const uint8_t* base) const
+{
+    assert(info.compressing);
+    ComputePlanes(info.source, base, info.imageFormat, info.header.width, info.header.height, nullptr);
 }
 
 void Orvane::SetImage(CompressInfo& info, uint8_t* base) const
 {
+    assert(!info.compressing);
     ComputePlanes(info.image, base, info.imageFormat, info.header.width, info.header.height, nullptr);
 }
 
-bool Orvane::CheckImage(const CompressInfo& info)
+bool Orvane::CheckImage(const CompressInfo& info, const ConstPlaneRecords& picture)
 {
     const FormatRoute* route = routeTable->FindHost(info.imageFormat);
-    const PictureError error = core::CheckImage(route, info.image, info.header.width, info.header.height);
+    const PictureError error = core::CheckImage(route, picture, info.header.width, info.header.height);
     if (error != kPictureOk)
         lastError = error;
     return error == kPictureOk;
@@ -137,20 +139,20 @@ bool Orvane::CheckImage(const CompressInfo& info)
 uint32_t Orvane::Compress(CompressInfo& info)
 {
     assert(info.plan && info.compressing);
-    if (!CheckImage(info))
+    if (!CheckImage(info, info.source))
         return 0;
     // Interpolation and method are those of the settings at each frame.
-    if (info.plan->interpolate != SetInterpolation(info.route))
+    if (info.plan->interpolate != Interpolates())
         info.plan = MakePlan(*info.plan);
     const auto method = static_cast<PredictMethod>(GetEncodeSettings().CompMethod);
-    return encoder.Encode(*info.plan, {info.configBytes, ViewOf(info.image), method, info.frame},
+    return encoder.Encode(*info.plan, {info.configBytes, ViewOf(info.source), method, info.output},
                           {pool, stages});
 }
 
 FrameStatus Orvane::Decompress(CompressInfo& info)
 {
     assert(info.plan && !info.compressing);
-    if (!CheckImage(info))
+    if (!CheckImage(info, ReadOnly(info.image)))
         return FrameStatus::BadPlanes;
-    return decoder.Decode(*info.plan, {info.frame, info.frameSize}, ViewOf(info.image), {pool, stages});
+    return decoder.Decode(*info.plan, info.frame, ViewOf(info.image), {pool, stages});
 }

@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 /// The frame codec of one instance. All operations belong to one thread at a time; worker threads live
@@ -78,8 +79,9 @@ class Orvane
     {
         return routeTable->MaxCompressedSize(formatId, width, height, formatCode);
     }
-    bool ComputePlanes(PlaneRecords& image, uint8_t* base, FormatId formatId, uint32_t width, uint32_t height,
-                       uint32_t* total) const
+    template <class Sample>
+    bool ComputePlanes(BasicPlaneRecords<Sample>& image, std::type_identity_t<Sample>* base,
+                       FormatId formatId, uint32_t width, uint32_t height, uint32_t* total) const
     {
         return routeTable->ComputePlanes(image, base, formatId, width, height, total);
     }
@@ -92,9 +94,11 @@ class Orvane
     /// Prepares a decompress run. The pair of the record's format and outputId must have a route
     /// (CanDecompress).
     void BeginDecompress(CompressInfo& info, const uint8_t* record, size_t size, FormatId outputId);
-    /// Places the run's picture at `base`, stored tightly.
+    /// The next picture of a compress run is at `base`, unpadded.
+    void SetSource(CompressInfo& info, const uint8_t* base) const;
+    /// The next picture of a decompress run goes to `base`, unpadded.
     void SetImage(CompressInfo& info, uint8_t* base) const;
-    /// Compresses info.image into info.frame. Bytes written, or 0 with the reason in LastError.
+    /// Compresses info.source into info.output. Bytes written, or 0 with the reason in LastError.
     uint32_t Compress(CompressInfo& info);
     /// Decompresses info.frame into info.image. The picture is untouched unless the result is Ok.
     FrameStatus Decompress(CompressInfo& info);
@@ -112,10 +116,10 @@ class Orvane
     void BuildRoutes(const RouteInputs& inputs);
     void BeginRun(CompressInfo& info, const uint8_t* record, size_t size, FormatId imageFormat,
                   bool compressing);
-    /// Sets the route's converter, which runs share, as the settings say. Returns what it is set to.
-    bool SetInterpolation(const FormatRoute& route) const;
+    /// A plan with the interpolation of the settings in force.
     std::shared_ptr<const core::RunPlan> MakePlan(core::RunInputs inputs) const;
-    bool CheckImage(const CompressInfo& info);
+    bool Interpolates() const { return GetEncodeSettings().InterpolateDownscale != 0; }
+    bool CheckImage(const CompressInfo& info, const ConstPlaneRecords& picture);
     void ResetTimers();
 
     std::vector<StageTimers> stages;

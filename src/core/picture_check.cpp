@@ -6,8 +6,8 @@ namespace core {
 
 namespace {
 
-PictureError CheckPlane(const ImgProcFrontend& frontend, int i, const PlaneRecord& plane, uint32_t width,
-                        uint32_t height)
+PictureError CheckPlane(const ImgProcFrontend& frontend, size_t i, const ConstPlaneRecord& plane,
+                        uint32_t width, uint32_t height)
 {
     const auto baseAlignment = static_cast<uintptr_t>(frontend.GetBaseAlignment(i));
     const int pitchAlignment = frontend.GetPitchAlignment(i);
@@ -27,13 +27,13 @@ PictureError CheckPlane(const ImgProcFrontend& frontend, int i, const PlaneRecor
 
 } // namespace
 
-PictureError CheckImage(const FormatRoute* route, const PlaneRecords& image, uint32_t width, uint32_t height)
+PictureError CheckImage(const FormatRoute* route, const ConstPlaneRecords& image, uint32_t width,
+                        uint32_t height)
 {
     if (!route)
         return kNoFrontend;
-    for (int i = 0; i < route->frontend->GetPlaneCount(); ++i) {
-        const PlaneRecord& plane = image[static_cast<size_t>(i)];
-        if (const PictureError error = CheckPlane(*route->frontend, i, plane, width, height))
+    for (size_t i = 0; i < route->frontend->GetPlaneCount(); ++i) {
+        if (const PictureError error = CheckPlane(*route->frontend, i, image[i], width, height))
             return error;
     }
     return kPictureOk;

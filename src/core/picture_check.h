@@ -17,8 +17,9 @@ enum PictureError : uint32_t {
 
 namespace core {
 
-/// Whether the front end of a route can read and write a picture of this size; the first fault of its planes.
+/// Whether the front end of a route can read or write a picture of this size; the first fault of its planes.
 /// route  of the picture's layout, null where it has none
-PictureError CheckImage(const FormatRoute* route, const PlaneRecords& image, uint32_t width, uint32_t height);
+PictureError CheckImage(const FormatRoute* route, const ConstPlaneRecords& image, uint32_t width,
+                        uint32_t height);
 
 } // namespace core

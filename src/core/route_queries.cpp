@@ -36,7 +36,7 @@ bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, ui
     if (width > kMaxPlaneBytes || height > kMaxPlaneBytes)
         return false;
     const ImgProcFrontend& frontend = *route.frontend;
-    for (int i = 0; i < frontend.GetPlaneCount(); ++i) {
+    for (size_t i = 0; i < frontend.GetPlaneCount(); ++i) {
         const uint64_t pitch = LeastPitch(frontend, i, width, frontend.GetDefaultRowAlignment(i));
         if (pitch * PlaneRows(frontend, i, height) > kMaxPlaneBytes)
             return false;
@@ -47,15 +47,14 @@ bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, ui
                               : route.converter                ? alignUp(uint64_t{width}, uint64_t{16})
                                                                : width;
     const uint64_t bands = core::CountBands(height, std::min(blockHeight, height));
-    return ownPitch * height <= kMaxPlaneBytes &&
-           bands * static_cast<uint64_t>(route.backend->GetPlaneCount()) <= kMaxBlocks;
+    return ownPitch * height <= kMaxPlaneBytes && bands * route.backend->GetPlaneCount() <= kMaxBlocks;
 }
 
 /// Bytes of all coded planes as raw residuals.
 uint64_t RawBytes(const ImgProcBackend& backend, uint32_t width, uint32_t height)
 {
     uint64_t sum = 0;
-    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
+    for (size_t i = 0; i < backend.GetPlaneCount(); ++i) {
         const auto samples = static_cast<uint64_t>(backend.GetPlaneWidth(i, static_cast<int>(width))) *
                              static_cast<uint64_t>(backend.GetPlaneHeight(i, static_cast<int>(height)));
         sum += (samples * static_cast<uint64_t>(backend.GetBitsPerSample()) + 7) / 8;
@@ -68,9 +67,7 @@ FormatId ResolveCode(FormatId formatId, FormatId formatCode)
 {
     if (formatCode != kAnyFormat)
         return formatCode;
-    return formatId >= 0 && formatId < static_cast<FormatId>(NativeTable.size())
-               ? NativeTable[static_cast<size_t>(formatId)]
-               : kUnknownFormat;
+    return NativeOf(formatId);
 }
 
 } // namespace
@@ -100,8 +97,7 @@ bool RouteTable::HasAlpha(FormatId id) const
 
 bool RouteTable::CanCompress(FormatId inputId, FormatId formatCode, uint32_t width, uint32_t height) const
 {
-    if (inputId < 0 || inputId > 255 ||
-        !MaskAllows(inputs.encode.InputColorSpace, CategoryTable[static_cast<size_t>(inputId)]))
+    if (!MaskAllows(inputs.encode.InputColorSpace, CategoryOf(inputId)))
         return false;
     const FormatRoute* route = Find(inputId, formatCode);
     return route && route->kind == RouteKind::Compress && width >= kLeastSize && height >= kLeastSize &&
@@ -123,7 +119,7 @@ bool RouteTable::CanCompressWith(const uint8_t* record, size_t size, FormatId in
         return false;
     // Header, offset table, ids, block heads, code tables and tail have what the bound leaves beside raw
     // payloads.
-    const auto planes = static_cast<uint64_t>(route->backend->GetPlaneCount());
+    const uint64_t planes = route->backend->GetPlaneCount();
     const uint64_t count = planes * core::CountBands(height, std::min(header.blockHeight, height));
     const uint64_t perBlock = sizeof(uint32_t) + 1 + core::kBlockHeaderBytes;
     const uint64_t fixed = size + sizeof(uint32_t) + 1 + planes * kLengthTableRoom + core::FrameSize(0);
@@ -191,6 +187,19 @@ uint32_t RouteTable::GetConfigSize(FormatId formatId, uint32_t width, uint32_t h
 bool RouteTable::ComputePlanes(PlaneRecords& image, uint8_t* base, FormatId formatId, uint32_t width,
                                uint32_t height, uint32_t* total) const
 {
+    return PlacePlanes(image, base, formatId, width, height, total);
+}
+
+bool RouteTable::ComputePlanes(ConstPlaneRecords& image, const uint8_t* base, FormatId formatId,
+                               uint32_t width, uint32_t height, uint32_t* total) const
+{
+    return PlacePlanes(image, base, formatId, width, height, total);
+}
+
+template <class Sample>
+bool RouteTable::PlacePlanes(BasicPlaneRecords<Sample>& image, Sample* base, FormatId formatId,
+                             uint32_t width, uint32_t height, uint32_t* total) const
+{
     image = {};
     if (total)
         *total = 0;
@@ -199,10 +208,10 @@ bool RouteTable::ComputePlanes(PlaneRecords& image, uint8_t* base, FormatId form
         return false;
     const ImgProcFrontend& frontend = *route->frontend;
     uint64_t sum = 0;
-    for (int i = 0; i < frontend.GetPlaneCount(); ++i) {
+    for (size_t i = 0; i < frontend.GetPlaneCount(); ++i) {
         const uint64_t pitch = LeastPitch(frontend, i, width, frontend.GetDefaultRowAlignment(i));
         const uint64_t size = pitch * PlaneRows(frontend, i, height);
-        auto& plane = image[static_cast<size_t>(i)];
+        auto& plane = image[i];
         plane.pitch = static_cast<int32_t>(pitch);
         plane.size = static_cast<uint32_t>(size);
         if (base)

@@ -87,13 +87,13 @@ const uint32_t* OutputMask(const DecodeSettings& settings, FormatId code)
 /// Whether the user allows the route; a family's own layouts cannot be switched off.
 bool IsAllowed(const DecodeSettings& settings, FormatId first, FormatId second)
 {
-    const FormatId category = CategoryTable[static_cast<size_t>(second)];
+    const FormatId category = CategoryOf(second);
     const uint32_t* mask = OutputMask(settings, first);
     return !mask || category == 0 || category == first || MaskAllows(*mask, category);
 }
 
 /// Both directions of every pair.
-RouteTable::Map AllPairs(RouteObjects& objects, ColorStandard standard)
+RouteTable::Map AllPairs(const RouteObjects& objects, ColorStandard standard)
 {
     RouteTable::Map map;
     for (const LayoutDescriptor& layout : kHostLayouts)
@@ -101,8 +101,10 @@ RouteTable::Map AllPairs(RouteObjects& objects, ColorStandard standard)
             const ImgProcFrontend* frontend = objects.frontends.Find(layout.id, target.planes, standard);
             const bool lossy = target.code != layout.category;
             const bool converts = target.planes != target.code;
-            ImgProcConverter* down = converts ? objects.converters.Find(target.planes, target.code) : nullptr;
-            ImgProcConverter* up = converts ? objects.converters.Find(target.code, target.planes) : nullptr;
+            const ImgProcConverter* down =
+                converts ? objects.converters.Find(target.planes, target.code) : nullptr;
+            const ImgProcConverter* up =
+                converts ? objects.converters.Find(target.code, target.planes) : nullptr;
             map[{layout.id, target.code}] = {RouteKind::Compress, frontend, down,
                                              down ? &down->targetBackend : &frontend->planeBackend, lossy};
             map[{target.code, layout.id}] = {RouteKind::Decompress, frontend, up,
@@ -111,13 +113,13 @@ RouteTable::Map AllPairs(RouteObjects& objects, ColorStandard standard)
     return map;
 }
 
-RouteTable::Map BuildRoutes(RouteObjects& objects, const RouteInputs& inputs)
+RouteTable::Map BuildRoutes(const RouteObjects& objects, const RouteInputs& inputs)
 {
     RouteTable::Map map = AllPairs(objects, StandardOf(inputs.colorMatrix, inputs.fullRange));
 
     // The key (id, 255) holds the route to the native partner, for host ids and compressed codes alike.
-    for (FormatId id = 0; id < static_cast<FormatId>(NativeTable.size()); ++id)
-        if (const auto native = map.find({id, NativeTable[static_cast<size_t>(id)]}); native != map.end())
+    for (FormatId id = 0; id < kFormatIds; ++id)
+        if (const auto native = map.find({id, NativeOf(id)}); native != map.end())
             map[{id, kAnyFormat}] = native->second;
 
     std::erase_if(map, [&inputs](const RouteTable::Map::value_type& entry) {
@@ -131,6 +133,6 @@ RouteTable::Map BuildRoutes(RouteObjects& objects, const RouteInputs& inputs)
 
 } // namespace
 
-RouteTable::RouteTable(RouteObjects& objects, const RouteInputs& tableInputs)
+RouteTable::RouteTable(const RouteObjects& objects, const RouteInputs& tableInputs)
     : inputs(tableInputs), routes(BuildRoutes(objects, tableInputs))
 {}

@@ -42,7 +42,7 @@ class RouteTable
 
     /// objects  what the routes point at; must outlive the table and all copies of its routes
     /// Throws std::bad_alloc.
-    RouteTable(RouteObjects& objects, const RouteInputs& inputs);
+    RouteTable(const RouteObjects& objects, const RouteInputs& inputs);
     RouteTable(const RouteTable&) = delete;
     RouteTable& operator=(const RouteTable&) = delete;
 
@@ -82,8 +82,15 @@ class RouteTable
     /// the layout has no front end. total receives the bytes of all planes, 0 when they do not fit 32 bits.
     bool ComputePlanes(PlaneRecords& image, uint8_t* base, FormatId formatId, uint32_t width, uint32_t height,
                        uint32_t* total) const;
+    /// The same for a picture that is only read.
+    bool ComputePlanes(ConstPlaneRecords& image, const uint8_t* base, FormatId formatId, uint32_t width,
+                       uint32_t height, uint32_t* total) const;
 
   private:
+    template <class Sample>
+    bool PlacePlanes(BasicPlaneRecords<Sample>& image, Sample* base, FormatId formatId, uint32_t width,
+                     uint32_t height, uint32_t* total) const;
+
     const RouteInputs inputs;
     const Map routes;
 };

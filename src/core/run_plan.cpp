@@ -1,7 +1,9 @@
 #include "core/run_plan.h"
 
 #include "common/align_up.h"
+#include "common/as_size.h"
 #include "core/config_record.h"
+#include "entropy/code_limits.h"
 
 #include <algorithm>
 #include <cassert>
@@ -12,14 +14,12 @@ namespace {
 
 /// Rows after a converter start at multiples of this many bytes.
 constexpr int kConvertedRowAlignment = 16;
-/// The bit writer stores eight bytes at a time, up to eight bytes after those that it fills.
-constexpr size_t kWriterMargin = 16;
 
 PlanePlans DescribePlanes(const ImgProcBackend& backend, const FrameHeader& header)
 {
     PlanePlans planes;
-    for (int i = 0; i < backend.GetPlaneCount(); ++i) {
-        PlanePlan& plane = planes[static_cast<size_t>(i)];
+    for (size_t i = 0; i < backend.GetPlaneCount(); ++i) {
+        PlanePlan& plane = planes[i];
         plane.width = backend.GetPlaneWidth(i, static_cast<int>(header.width));
         plane.rows = backend.GetPlaneHeight(i, static_cast<int>(header.height));
         plane.subsampling = i == 0 ? 1 : backend.GetVerticalSubsampling();
@@ -34,11 +34,10 @@ PlanePlans PlanImage(const RunInputs& inputs)
     // A band can go through all operations in scratch memory if no operation waits for other bands.
     const bool byBand = !inputs.route.converter && !inputs.separateRuns;
     PlanePlans planes = DescribePlanes(frontend.planeBackend, inputs.header);
-    for (int i = 0; i < frontend.planeBackend.GetPlaneCount(); ++i) {
-        PlanePlan& plane = planes[static_cast<size_t>(i)];
-        const int hostPlane = frontend.GetHostPlane(i);
-        plane.storage = hostPlane >= 0 ? Storage::Picture : byBand ? Storage::Scratch : Storage::Image;
-        plane.hostPlane = hostPlane >= 0 ? static_cast<size_t>(hostPlane) : 0;
+    for (size_t i = 0; i < frontend.planeBackend.GetPlaneCount(); ++i) {
+        const std::optional<size_t> hostPlane = frontend.GetHostPlane(i);
+        planes[i].storage = hostPlane ? Storage::Picture : byBand ? Storage::Scratch : Storage::Image;
+        planes[i].hostPlane = hostPlane.value_or(0);
     }
     return planes;
 }
@@ -49,7 +48,7 @@ PlanePlans PlanCoded(const RunInputs& inputs, const PlanePlans& image)
         return image;
     const auto& converted = inputs.route.converter->GetConvertedPlanes();
     PlanePlans planes = DescribePlanes(*inputs.route.backend, inputs.header);
-    for (size_t i = 0; i < static_cast<size_t>(inputs.route.backend->GetPlaneCount()); ++i) {
+    for (size_t i = 0; i < inputs.route.backend->GetPlaneCount(); ++i) {
         planes[i].storage = converted[i] ? Storage::Converted : image[i].storage;
         planes[i].hostPlane = image[i].hostPlane;
         assert(converted[i] || (planes[i].width == image[i].width && planes[i].rows == image[i].rows));
@@ -86,7 +85,7 @@ std::vector<PassStep> PlanSteps(const RunInputs& inputs, bool movesSamples)
         const uint32_t bandRows = IsInterlaced(inputs.header) ? blockRows / 2 : blockRows;
         for (int pass = 0; pass < converter->GetPassCount(); ++pass) {
             // A pass that reads rows of other bands waits until all bands have come this far.
-            const uint32_t granule = converter->GetRowDependency(pass, inputs.header);
+            const uint32_t granule = converter->GetRowDependency(pass, inputs.interpolate);
             const bool readsOthers =
                 blockRows != inputs.header.height && (granule == 0 || bandRows % granule != 0);
             append(PassStep::ConvertPass, pass, inputs.separateRuns || readsOthers);
@@ -117,14 +116,13 @@ size_t RunPlan::ScratchBytes(size_t bands) const
 RunPlan MakeRunPlan(const RunInputs& inputs)
 {
     assert(inputs.route.frontend && inputs.route.backend);
-    assert(!inputs.route.converter || inputs.route.converter->interpolate == inputs.interpolate);
     const ImgProcBackend& backend = *inputs.route.backend;
     const auto height = static_cast<int>(inputs.header.height);
 
     RunPlan plan(inputs);
     plan.coderType = CoderTypeOf(inputs.header);
 
-    plan.planeCount = static_cast<size_t>(backend.GetPlaneCount());
+    plan.planeCount = backend.GetPlaneCount();
     plan.bandCount = CountBands(inputs.header);
     FrameHeader list = inputs.header;
     list.blockHeight = inputs.listBlockHeight;
@@ -151,12 +149,10 @@ RunPlan MakeRunPlan(const RunInputs& inputs)
     plan.residualBytes = LayOutPlanes(plan.residualShapes).size;
     // Plane 0 has the largest blocks, and its first is a full one.
     if (!plan.blocks.empty())
-        plan.symbolsPerBlock =
-            static_cast<size_t>(plan.blocks[0].width) * static_cast<size_t>(plan.blocks[0].rows);
+        plan.symbolsPerBlock = AsSize(plan.blocks[0].width) * AsSize(plan.blocks[0].rows);
     // Without codes in the frame, blocks have no payload.
     if (plan.compressing && plan.coderType == CoderType::InFrame)
-        plan.slotBytes =
-            (plan.symbolsPerBlock * CodeLengthLimit(backend.GetBitsPerSample()) + 7) / 8 + kWriterMargin;
+        plan.slotBytes = CodedRoom(plan.symbolsPerBlock);
     return plan;
 }
 

@@ -20,7 +20,7 @@ struct RunInputs {
     FormatRoute route;
     bool compressing = false;
     bool flip = false;        ///< the picture's last memory row is row 0 of the planes
-    bool interpolate = false; ///< what the route's converter is set to
+    bool interpolate = false; ///< whether the route's converter filters when it halves chroma
     /// Cuts the blocks: header.blockHeight but after a frame of another block height.
     uint32_t listBlockHeight = 0;
     /// Every operation has a pool run of its own: rows of blocks need not be those of bands.

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <vector>
 
-enum class Stage : int {
+enum class Stage : size_t {
     TablesCompress,
     TablesDecompress,
     Finalize,
@@ -36,8 +38,14 @@ inline constexpr const char* kStageNames[] = {
     "unpredict",
     "undecorrjoin",
 };
-inline constexpr int kStageCount = static_cast<int>(std::size(kStageNames));
-static_assert(kStageCount == 12 && static_cast<int>(Stage::Join) == kStageCount - 1);
+inline constexpr size_t kStageCount = std::size(kStageNames);
+
+/// Where the timers of a stage are in a table of all stages.
+constexpr size_t IndexOf(Stage stage)
+{
+    return static_cast<size_t>(stage);
+}
+static_assert(kStageCount == 12 && IndexOf(Stage::Join) == kStageCount - 1);
 
 /// Times of one stage on one thread; records of different threads stand on different cache lines.
 struct alignas(512) StageTimer {

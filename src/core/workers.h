@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/as_size.h"
 #include "core/stage_timers.h"
 #include "threading/worker_pool.h"
 
@@ -14,20 +15,19 @@ struct Workers {
     threading::WorkerPool& pool;
     std::vector<StageTimers>& stages;
 
-    size_t ThreadCount() const { return static_cast<size_t>(pool.GetThreadCount()); }
+    size_t ThreadCount() const { return AsSize(pool.GetThreadCount()); }
 
     StageTimer& Timer(Stage stage, size_t thread = 0) const
     {
-        return stages[static_cast<size_t>(stage)].perThread[thread];
+        return stages[IndexOf(stage)].perThread[thread];
     }
 
     /// Calls body(index, thread) for every index below `count`; the pool's indices as sizes.
     template <class Body>
     void Run(size_t count, Body&& body) const
     {
-        pool.Run(static_cast<int>(count), [&](int index, int thread) {
-            body(static_cast<size_t>(index), static_cast<size_t>(thread));
-        });
+        pool.Run(static_cast<int>(count),
+                 [&](int index, int thread) { body(AsSize(index), AsSize(thread)); });
     }
 };
 

@@ -50,10 +50,10 @@ LRESULT RefuseFormat(DriverInstance& instance, const BITMAPINFOHEADER* in, const
     return ICERR_BADFORMAT;
 }
 
-uint64_t ImageSize(const PlaneRecords& image)
+uint64_t ImageSize(const ConstPlaneRecords& image)
 {
     uint64_t size = 0;
-    for (const PlaneRecord& plane : image)
+    for (const ConstPlaneRecord& plane : image)
         size += plane.size;
     return size;
 }
@@ -166,10 +166,11 @@ LRESULT CompressFrame(DriverInstance& instance, const ICCOMPRESS* params)
     }
 
     CompressInfo& info = instance.Info;
-    instance.Codec.SetImage(info, static_cast<uint8_t*>(params->lpInput));
-    info.frame = static_cast<uint8_t*>(params->lpOutput);
-    AdoptPaddedRows(info, picture, picture.biSizeImage, instance.InputImageSize);
-    if (const uint64_t expected = ImageSize(info.image); expected > picture.biSizeImage) {
+    instance.Codec.SetSource(info, static_cast<const uint8_t*>(params->lpInput));
+    info.output = static_cast<uint8_t*>(params->lpOutput);
+    AdoptPaddedRows(info, info.source[0].pitch, info.source[0].size, picture, picture.biSizeImage,
+                    instance.InputImageSize);
+    if (const uint64_t expected = ImageSize(info.source); expected > picture.biSizeImage) {
         LogLine(instance, "FRAME ENCODE ERROR: Input image size (%d) is less than expected size (%d)\n",
                 static_cast<int>(picture.biSizeImage), static_cast<int>(expected));
         return ICERR_BADSIZE;

@@ -177,10 +177,10 @@ LRESULT DecompressFrame(DriverInstance& instance, const ICDECOMPRESS* params)
         return ICERR_OK;
 
     CompressInfo& info = instance.Info;
-    info.frame = static_cast<uint8_t*>(params->lpInput);
-    info.frameSize = frameSize;
+    info.frame = {static_cast<const uint8_t*>(params->lpInput), frameSize};
     instance.Codec.SetImage(info, static_cast<uint8_t*>(params->lpOutput));
-    AdoptPaddedRows(info, picture, picture.biSizeImage, instance.OutputImageSize);
+    AdoptPaddedRows(info, info.image[0].pitch, info.image[0].size, picture, picture.biSizeImage,
+                    instance.OutputImageSize);
 
     FrameTimer& timer = instance.TimerOf(Direction::Decompress);
     timer.Begin();

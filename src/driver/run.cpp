@@ -127,16 +127,16 @@ void LogQuery(DriverInstance& instance, const char* action, const BITMAPINFOHEAD
         LogLine(instance, "%s: %s: %s\n", action, DescribeHeader(in).c_str(), result);
 }
 
-void AdoptPaddedRows(CompressInfo& info, const BITMAPINFOHEADER& picture, uint32_t imageSize, uint32_t room)
+void AdoptPaddedRows(const CompressInfo& info, int32_t& pitch, uint32_t& size,
+                     const BITMAPINFOHEADER& picture, uint32_t imageSize, uint32_t room)
 {
     if (!HasPaddedRows(info.imageFormat))
         return;
-    PlaneRecord& plane = info.image[0];
-    const int32_t stride = alignUp(plane.pitch, 4);
-    const uint32_t size = static_cast<uint32_t>(stride) * static_cast<uint32_t>(picture.biHeight);
+    const int32_t stride = alignUp(pitch, 4);
+    const uint32_t padded = static_cast<uint32_t>(stride) * static_cast<uint32_t>(picture.biHeight);
     const uint64_t needed = uint64_t{static_cast<uint32_t>(stride)} * info.header.height;
-    if (size > imageSize || (room != 0 && needed > room))
+    if (padded > imageSize || (room != 0 && needed > room))
         return;
-    plane.pitch = stride;
-    plane.size = size;
+    pitch = stride;
+    size = padded;
 }

@@ -26,7 +26,10 @@ void LogQuery(DriverInstance& instance, const char* action, const BITMAPINFOHEAD
 
 /// Takes rows of the run's picture as padded to four bytes if the image is large enough for that. Hosts do
 /// not say whether they pad the rows of these layouts: the size of the image is all there is to tell it by. A
-/// frame can choose padded rows only where its run's begin had room for them. picture    header of the frame:
-/// its height is multiplied as it is, without sign imageSize  bytes of the frame's image, as its header says
+/// frame can choose padded rows only where its run's begin had room for them.
+/// pitch, size of the unpadded picture's plane
+/// picture    header of the frame: its height is multiplied as it is, without sign
+/// imageSize  bytes of the frame's image, as its header says
 /// room       bytes of the image, as the header at begin said; 0: room for padded rows
-void AdoptPaddedRows(CompressInfo& info, const BITMAPINFOHEADER& picture, uint32_t imageSize, uint32_t room);
+void AdoptPaddedRows(const CompressInfo& info, int32_t& pitch, uint32_t& size,
+                     const BITMAPINFOHEADER& picture, uint32_t imageSize, uint32_t room);

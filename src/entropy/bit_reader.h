@@ -1,6 +1,7 @@
-// The reader's state of a BitStream in locals, for the length of one run over many look-ups.
+// The state of an InBitStream in locals, for the length of one run over many look-ups.
 #pragma once
 
+#include "common/as_size.h"
 #include "entropy/big_endian.h"
 #include "entropy/bit_stream.h"
 #include "entropy/decode_table.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cstddef>
 
 /// What a look-up stores: the symbols, in a word that the processor stores at once. They come first in a row.
@@ -28,11 +28,11 @@ inline constexpr size_t kRowStoreBytes = std::bit_ceil(sizeof(Row::symbols));
 class BitReader
 {
   public:
-    explicit BitReader(const BitStream& stream)
+    explicit BitReader(const InBitStream& stream)
         : bits(stream.bits), count(stream.count), cursor(stream.cursor), end(stream.end)
     {}
 
-    void Save(BitStream& stream) const
+    void Save(InBitStream& stream) const
     {
         stream.bits = bits;
         stream.count = count;
@@ -46,8 +46,7 @@ class BitReader
     /// garbage from a damaged frame, but the same garbage on every system.
     void Refill()
     {
-        assert(cursor <= end);
-        const auto left = static_cast<size_t>(end - cursor);
+        const size_t left = AsSize(end - cursor);
         if (left >= 8) [[likely]] {
             // Bits that the buffer already holds are or-ed over themselves: no mask is needed.
             bits |= LoadBigEndian64(cursor) >> ((64 - count) % 64);
@@ -86,6 +85,6 @@ class BitReader
 
     uint64_t bits;
     uint64_t count;
-    uint8_t* cursor; ///< loaded from only
+    const uint8_t* cursor;
     const uint8_t* end;
 };

@@ -1,4 +1,4 @@
-// The writer's state of a BitStream in locals, for the length of one run over many codes.
+// The state of an OutBitStream in locals, for the length of one run over many codes.
 #pragma once
 
 #include "common/compiler.h"
@@ -32,12 +32,12 @@ inline BitRun Join(BitRun first, BitRun second)
 class BitWriter
 {
   public:
-    explicit BitWriter(const BitStream& stream)
+    explicit BitWriter(const OutBitStream& stream)
         : bits(stream.bits), used(64 - stream.count), cursor(stream.cursor)
     {}
 
     /// Back to the stream; Store has been called since the last Append.
-    void Save(BitStream& stream) const
+    void Save(OutBitStream& stream) const
     {
         stream.bits = bits;
         stream.count = 64 - used;

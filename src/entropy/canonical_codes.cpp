@@ -9,13 +9,13 @@ constexpr int kMaxLimit = 31;
 
 } // namespace
 
-bool BuildCanonicalCodes(int count, const uint32_t* lengths, int limit, CodeRecord* records)
+bool BuildCanonicalCodes(size_t count, const uint32_t* lengths, int limit, CodeRecord* records)
 {
-    assert(count >= 0 && limit >= 0);
+    assert(limit >= 0);
     if (limit > kMaxLimit)
         return false;
     uint32_t symbolsOf[kMaxLimit + 1] = {};
-    for (int symbol = 0; symbol < count; ++symbol) {
+    for (size_t symbol = 0; symbol < count; ++symbol) {
         if (lengths[symbol] < 1 || lengths[symbol] > static_cast<uint32_t>(limit))
             return false;
         ++symbolsOf[lengths[symbol]];
@@ -41,7 +41,7 @@ bool BuildCanonicalCodes(int count, const uint32_t* lengths, int limit, CodeReco
         last >>= 1;
     }
 
-    for (int symbol = 0; symbol < count; ++symbol) {
+    for (size_t symbol = 0; symbol < count; ++symbol) {
         const uint32_t length = lengths[symbol];
         records[place[length]++] = {static_cast<uint32_t>(symbol), length, nextCode[length]++};
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 struct CodeRecord {
@@ -17,4 +18,4 @@ struct CodeRecord {
 /// records  receives `count` records, by falling length and, within a length, rising symbol: by rising code
 /// Returns false, with `records` in no order, if a length is 0 or above `limit`, if the lengths need more
 /// than the code space, or if `limit` is above 31.
-bool BuildCanonicalCodes(int count, const uint32_t* lengths, int limit, CodeRecord* records);
+bool BuildCanonicalCodes(size_t count, const uint32_t* lengths, int limit, CodeRecord* records);

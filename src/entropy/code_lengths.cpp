@@ -9,6 +9,7 @@
 // walk back from the last level turns that into lengths.
 #include "entropy/code_lengths.h"
 
+#include "common/as_size.h"
 #include "entropy/introsort.h"
 
 #include <algorithm>
@@ -126,25 +127,24 @@ class LevelMerge
 
 } // namespace
 
-void ComputeCodeLengths(int count, const uint64_t* frequencies, int limit, uint32_t* lengths,
+void ComputeCodeLengths(size_t count, const uint64_t* frequencies, int limit, uint32_t* lengths,
                         CodeLengthWork& work)
 {
-    assert(count >= 2 && count <= 32768 && limit >= 1 && limit < 32 && count <= 1LL << limit);
-    const auto coinCount = static_cast<size_t>(count);
-    const auto levelCount = static_cast<size_t>(limit);
-    const size_t stride =
-        2 * coinCount; // a list has less than two nodes for each coin; one entry more than nodes
+    assert(count >= 2 && count <= 32768 && limit >= 1 && limit < 32 && count <= size_t{1} << limit);
+    const size_t levelCount = AsSize(limit);
+    // A list has less than two nodes for each coin; there is one entry more than nodes.
+    const size_t stride = 2 * count;
     work.list.resize(stride);
-    work.packages.resize(coinCount + 2);
+    work.packages.resize(count + 2);
     work.coinsBefore.resize(levelCount * stride);
-    SortCoins(coinCount, frequencies, work);
+    SortCoins(count, frequencies, work);
 
     // The first level has no packages: its list is the coins.
     size_t size = 0;
     for (size_t level = 0; level < levelCount; ++level) {
         const size_t packageCount = MakePackages(size, work);
-        LevelMerge(coinCount, packageCount, &work.coinsBefore[level * stride], work).Run();
-        size = coinCount + packageCount;
+        LevelMerge(count, packageCount, &work.coinsBefore[level * stride], work).Run();
+        size = count + packageCount;
     }
 
     std::fill_n(lengths, count, 0U);

@@ -1,6 +1,7 @@
 // Optimal code lengths under a length limit, by package-merge.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -24,5 +25,5 @@ struct CodeLengthWork {
 /// frequencies  `count` counters; their sum times `limit` stays below 2^64
 /// limit        longest length allowed
 /// lengths      receives `count` lengths
-void ComputeCodeLengths(int count, const uint64_t* frequencies, int limit, uint32_t* lengths,
+void ComputeCodeLengths(size_t count, const uint64_t* frequencies, int limit, uint32_t* lengths,
                         CodeLengthWork& work);

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 /// Symbols of a code: residuals of 8-bit samples.
-inline constexpr int kSymbols = 256;
+inline constexpr size_t kSymbols = 256;
 
 /// The longest code, in bits.
 inline constexpr int kMaxCodeLength = 12;

@@ -50,10 +50,10 @@ void BuildDecodeTable(std::span<const CodeRecord> records, int tableBits, Decode
 {
     assert(!records.empty() && static_cast<int>(records.front().length) <= tableBits &&
            records.front().code == 0);
-    const int rows = DecodeTableRows(tableBits);
+    const size_t rows = DecodeTableRows(tableBits);
     std::fill_n(table, rows, DecodeEntry{});
     FillDecodeTable({}, 0, records, tableBits, table);
-    for (int row = 1; row < rows - 1; ++row)
+    for (size_t row = 1; row < rows - 1; ++row)
         if (table[row].bitCount == 0)
             table[row] = table[row - 1];
 }

@@ -3,6 +3,7 @@
 
 #include "entropy/canonical_codes.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -18,9 +19,9 @@ inline constexpr uint16_t kHole = 255;
 inline constexpr int kMaxRowSymbols = 4;
 
 /// The rows of a table, with one behind the last that only takes a mark while the table is built.
-constexpr int DecodeTableRows(int tableBits)
+constexpr size_t DecodeTableRows(int tableBits)
 {
-    return (1 << tableBits) + 1;
+    return (size_t{1} << tableBits) + 1;
 }
 
 /// Writes the rows of all codes that can follow `parent`, a row in the making, and of all that can follow

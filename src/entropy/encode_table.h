@@ -3,6 +3,7 @@
 
 #include "common/vector_level.h"
 
+#include <cstddef>
 #include <cstdint>
 
 struct CodeEntry {
@@ -16,13 +17,13 @@ struct PairEntry {
     uint32_t length;
 };
 
-inline constexpr int kPairRows = 65536;
+inline constexpr size_t kPairRows = 65536;
 
 /// Which rows of a pair table are filled: all, or a quarter of them, those of two symbols of the core. The
 /// core is the residuals from -64 to 63, which are nearly all that there are in a picture.
 enum class PairRange { All, Core };
 
-inline constexpr bool IsCoreSymbol(int symbol)
+constexpr bool IsCoreSymbol(size_t symbol)
 {
     return symbol < 64 || symbol >= 192;
 }
@@ -35,7 +36,9 @@ inline bool AreCoreSymbols(uint64_t eightSymbols)
 
 /// Fills the entries of every two symbols of the range. The entry of `first` and `second`, in stream order,
 /// has index second * 256 + first: their two bytes read as one little-endian number. Other entries are left
-/// alone. codes  256 codes of 12 bits at most pairs  kPairRows entries
+/// alone.
+/// codes  256 codes of 12 bits at most
+/// pairs  kPairRows entries
 using PairTableKernel = void(const CodeEntry* codes, PairEntry* pairs, PairRange range);
 PairTableKernel FillPairTableScalar, FillPairTableSse2;
 

@@ -9,6 +9,7 @@
 // between.
 #include "entropy/huff_coder_t.h"
 
+#include "common/as_size.h"
 #include "common/compiler.h"
 #include "entropy/bit_reader.h"
 #include "entropy/bit_writer.h"
@@ -55,11 +56,10 @@ class PairCodes
 /// Encodes the whole groups of eight; returns the number of symbols done. Groups that are not `Rule` take
 /// their codes from the table of single symbols.
 template <class Rule, class Codes>
-uint32_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, uint32_t count, Codes codes,
-                      SingleCodes single)
+size_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, size_t count, Codes codes, SingleCodes single)
 {
     static_assert(kJoinedCodes == 4, "as Four joins them");
-    const uint32_t grouped = count - count % (2 * kJoinedCodes);
+    const size_t grouped = count - count % (2 * kJoinedCodes);
     for (const uint8_t* at = symbols; at != symbols + grouped; at += 8) {
         if (Rule::Holds(at)) [[likely]]
             writer.AppendAndStore(codes.Four(at), codes.Four(at + 4));
@@ -88,7 +88,7 @@ template <>
 inline constexpr size_t kRowSymbols<WideRow> = kWideRowSymbols;
 
 template <int tableBits, class Row>
-void DecodeByRows(const Row* table, BitStream& stream, uint8_t* symbols, uint32_t count)
+void DecodeByRows(const Row* table, InBitStream& stream, uint8_t* symbols, size_t count)
 {
     // What a group of look-ups writes, wanted or not. So the last groups of a request go through `scratch`.
     static_assert(kLookUpsPerRefill == 4, "as decodeGroup has them");
@@ -137,7 +137,7 @@ PairRange SuitingRange(const uint64_t* frequencies)
 {
     uint64_t total = 0;
     uint64_t outside = 0;
-    for (int symbol = 0; symbol < 256; ++symbol) {
+    for (size_t symbol = 0; symbol < kSymbols; ++symbol) {
         total += frequencies[symbol];
         outside += IsCoreSymbol(symbol) ? 0 : frequencies[symbol];
     }
@@ -147,14 +147,14 @@ PairRange SuitingRange(const uint64_t* frequencies)
 } // namespace
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(BitStream& stream, const uint8_t* symbols,
-                                                              uint32_t count) const
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(OutBitStream& stream, const uint8_t* symbols,
+                                                              size_t count) const
 {
     if (encodeTable.empty())
         return;
     const SingleCodes single{encodeTable.data()};
     BitWriter writer(stream);
-    uint32_t done = 0;
+    size_t done = 0;
     if (!pairRange)
         done = EncodeGroups<AnySymbols>(writer, symbols, count, single, single);
     else if (pairRange == PairRange::All)
@@ -169,8 +169,8 @@ void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(BitStream& stream,
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Decode(BitStream& stream, uint8_t* symbols,
-                                                              uint32_t count) const
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Decode(InBitStream& stream, uint8_t* symbols,
+                                                              size_t count) const
 {
     if (wideTableReady)
         DecodeByRows<tableBits>(wideTable.data(), stream, symbols, count);
@@ -186,30 +186,30 @@ void HuffCoderT<Symbol, Code, bits, limit, tableBits>::DecodeBlocks(std::span<co
         return;
     }
     for (const DecodeJob& job : jobs) {
-        BitStream stream;
-        BitStreamInit(stream, job.begin, static_cast<uint64_t>(job.end - job.begin));
-        Decode(stream, job.out, job.count);
+        InBitStream stream;
+        BitStreamInit(stream, job.coded.data(), job.coded.size());
+        Decode(stream, job.symbols.data(), job.symbols.size());
     }
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-void HuffCoderT<Symbol, Code, bits, limit, tableBits>::WriteRaw(BitStream& stream, const uint8_t* bytes,
-                                                                uint32_t count) const
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::WriteRaw(OutBitStream& stream, const uint8_t* bytes,
+                                                                size_t count) const
 {
     stream.cursor = std::copy_n(bytes, count, stream.cursor);
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-void HuffCoderT<Symbol, Code, bits, limit, tableBits>::ReadRaw(BitStream& stream, uint8_t* bytes,
-                                                               uint32_t count) const
+void HuffCoderT<Symbol, Code, bits, limit, tableBits>::ReadRaw(InBitStream& stream, uint8_t* bytes,
+                                                               size_t count) const
 {
-    const auto present = static_cast<uint32_t>(std::min<ptrdiff_t>(count, stream.end - stream.cursor));
+    const size_t present = std::min(count, AsSize(stream.end - stream.cursor));
     std::fill_n(std::copy_n(stream.cursor, present, bytes), count - present, uint8_t{0});
     stream.cursor += present;
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(int count, const uint32_t* lengths,
+bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromLengths(size_t count, const uint32_t* lengths,
                                                                         bool encoderOnly)
 {
     return count == symbolCount && BuildTables(lengths, encoderOnly, PairRange::All);
@@ -245,7 +245,7 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildTables(const uint32_
 }
 
 template <class Symbol, class Code, int bits, int limit, int tableBits>
-bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(int count,
+bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(size_t count,
                                                                             const uint64_t* frequencies,
                                                                             bool encoderOnly)
 {

@@ -21,22 +21,23 @@ class HuffCoderT : public HuffCoder
     static_assert(tableBits == kTableBits, "the decoders' loops are made for it");
 
   public:
-    static constexpr int symbolCount = 1 << bits;
+    static constexpr size_t symbolCount = size_t{1} << bits;
+    static_assert(symbolCount == kSymbols);
     static constexpr int maxCodeLength = limit;
 
     HuffCoderT() : HuffCoderT(Speed::Plain) {}
 
-    void Encode(BitStream& stream, const uint8_t* symbols, uint32_t count) const override;
-    void Decode(BitStream& stream, uint8_t* symbols, uint32_t count) const override;
+    void Encode(OutBitStream& stream, const uint8_t* symbols, size_t count) const override;
+    void Decode(InBitStream& stream, uint8_t* symbols, size_t count) const override;
     void DecodeBlocks(std::span<const DecodeJob> jobs) const override;
-    void WriteRaw(BitStream& stream, const uint8_t* bytes, uint32_t count) const override;
-    void ReadRaw(BitStream& stream, uint8_t* bytes, uint32_t count) const override;
-    bool BuildFromLengths(int count, const uint32_t* lengths, bool encoderOnly) override;
+    void WriteRaw(OutBitStream& stream, const uint8_t* bytes, size_t count) const override;
+    void ReadRaw(InBitStream& stream, uint8_t* bytes, size_t count) const override;
+    bool BuildFromLengths(size_t count, const uint32_t* lengths, bool encoderOnly) override;
 
     /// Chooses the best lengths for the counts and builds the tables from them. `frequencies` are `count`
     /// counters, which may be 0: every symbol gets a code. False, with nothing done, if `count` is not the
     /// number of symbols.
-    bool BuildFromFrequencies(int count, const uint64_t* frequencies, bool encoderOnly);
+    bool BuildFromFrequencies(size_t count, const uint64_t* frequencies, bool encoderOnly);
 
     /// The lengths that BuildFromFrequencies chose, one for each symbol; empty before.
     const std::vector<uint32_t>& GetCodeLengths() const { return codeLengths; }

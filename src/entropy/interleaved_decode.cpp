@@ -4,9 +4,9 @@
 //
 // State of a lane
 //   bits   the stream starting with its next bit, at the top; below the valid bits a single 1, the marker,
-//   and below
-//          that only zeros. The number of trailing zeros is thus the number of bits consumed since the last
-//          load (with those that it skipped): no count is kept. After a load 56 bits or more are valid.
+//          and below that only zeros. The number of trailing zeros is thus the number of bits consumed since
+//          the last load (with those that it skipped): no count is kept. After a load 56 bits or more are
+//          valid.
 //   in     where `bits` was loaded from
 //   out    where the next symbol goes
 //
@@ -54,47 +54,48 @@ struct Lane {
     uint64_t bits;
     const uint8_t* in;
     uint8_t* out;
-    const DecodeJob* job;
+    const uint8_t* begin; ///< of the stream
+    const uint8_t* end;
+    uint8_t* outEnd;
 
-    void Start(const DecodeJob& next)
+    void Start(const DecodeJob& job)
     {
-        assert(next.begin <= next.end);
-        job = &next;
-        in = next.begin;
-        out = next.out;
-        bits = next.end - next.begin >= kWord ? LoadBigEndian64(in) | kMarker : kMarker;
+        in = begin = job.coded.data();
+        end = begin + job.coded.size();
+        out = job.symbols.data();
+        outEnd = out + job.symbols.size();
+        bits = end - begin >= kWord ? LoadBigEndian64(in) | kMarker : kMarker;
     }
 
     ptrdiff_t SafeRounds() const
     {
-        const ptrdiff_t byOutput = (job->out + job->count - out - kWord) / kRoundBytesOut;
-        const ptrdiff_t byInput = (job->end - in - kWord) / kRoundBytesIn;
+        const ptrdiff_t byOutput = (outEnd - out - kWord) / kRoundBytesOut;
+        const ptrdiff_t byInput = (end - in - kWord) / kRoundBytesIn;
         return std::min(byOutput, byInput);
     }
 
     /// The rest of the block, fully bounds-checked.
     void Finish() const
     {
-        const auto size = job->end - job->begin;
-        auto position = 8 * (in - job->begin) + std::countr_zero(bits);
+        const ptrdiff_t size = end - begin;
+        ptrdiff_t position = 8 * (in - begin) + std::countr_zero(bits);
         uint8_t* to = out;
-        uint8_t* const end = job->out + job->count;
-        while (to != end) {
+        while (to != outEnd) {
             const ptrdiff_t byte = position / 8;
             uint64_t word = 0;
             if (byte + kWord <= size)
-                word = LoadBigEndian64(job->begin + byte);
+                word = LoadBigEndian64(begin + byte);
             else
                 for (ptrdiff_t i = 0; byte + i < size; ++i)
-                    word |= uint64_t{job->begin[byte + i]} << (56 - 8 * i);
+                    word |= uint64_t{begin[byte + i]} << (56 - 8 * i);
             word <<= position % 8;
-            for (int lookUp = 0; lookUp < kLookUps && to != end; ++lookUp) {
+            for (int lookUp = 0; lookUp < kLookUps && to != outEnd; ++lookUp) {
                 const WideRow& row = table[word >> (kWordBits - kTableBits)];
-                if (end - to >= kWord) {
+                if (outEnd - to >= kWord) {
                     std::memcpy(to, &row, sizeof row);
                     to += row.symbolTotal;
                 } else {
-                    to = std::copy_n(row.symbols, std::min<ptrdiff_t>(row.symbolTotal, end - to), to);
+                    to = std::copy_n(row.symbols, std::min<ptrdiff_t>(row.symbolTotal, outEnd - to), to);
                 }
                 word <<= row.bitCount;
                 position += row.bitCount;

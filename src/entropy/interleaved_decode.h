@@ -6,17 +6,16 @@
 #include <cstdint>
 #include <span>
 
-/// A coded block to decode: `count` symbols of the stream in [begin, end) go to `out`.
+/// A coded block to decode: its stream gives exactly `symbols`.
 struct DecodeJob {
-    const uint8_t* begin;
-    const uint8_t* end;
-    uint8_t* out;
-    uint32_t count;
+    std::span<const uint8_t> coded;
+    std::span<uint8_t> symbols;
 };
 
 /// Jobs that are decoded interleaved.
-inline constexpr int kDecodeLanes = 7;
+inline constexpr size_t kDecodeLanes = 7;
 
-/// Does all jobs, several interleaved. Every job writes exactly its `count` symbols; bits past its end read
-/// as zero. Nothing outside a job's range is read. table  1 << kTableBits entries (BuildWideTable)
+/// Does all jobs, several interleaved. Every job writes exactly its symbols; bits past the end of its stream
+/// read as zero. Nothing outside the stream is read.
+/// table  1 << kTableBits entries (BuildWideTable)
 void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs);

@@ -127,7 +127,10 @@ void SortByInsertion(std::span<T> items, Less& less)
 /// How many splits deep a part may lie before it is sorted as a heap. `count` is 1 or more.
 constexpr size_t MaxSplits(size_t count)
 {
-    return 2 * (static_cast<size_t>(std::bit_width(count)) - 1);
+    size_t splits = 0;
+    for (; count > 1; count /= 2)
+        splits += 2;
+    return splits;
 }
 
 } // namespace introsort

@@ -15,9 +15,9 @@ inline constexpr size_t kMaxLengthTableBytes = 512;
 /// Writes `count` lengths of 0 to 127 each. A run ends where the value changes or where it has 256 entries; a
 /// run of one entry takes the one-byte form. `out` has room for kMaxLengthTableBytes (or 2 * `count`, if that
 /// is more). Returns the bytes written.
-size_t WriteLengthTable(const uint32_t* lengths, int count, uint8_t* out);
+size_t WriteLengthTable(const uint32_t* lengths, size_t count, uint8_t* out);
 
-/// Reads `count` lengths, any value of 0 to 127, from the bytes in front of `end`: they may be damaged in any
-/// way. A run that would pass the last entry is cut there. Returns the byte behind the table, or null if
+/// Reads `count` lengths, any value of 0 to 127, from the bytes before `end`: they may be damaged in any
+/// way. A run that would pass the last entry is cut there. Returns the byte after the table, or null if
 /// `end` comes first; entries read so far then stand in `lengths`, the others are left alone.
-const uint8_t* ReadLengthTable(const uint8_t* at, const uint8_t* end, int count, uint32_t* lengths);
+const uint8_t* ReadLengthTable(const uint8_t* at, const uint8_t* end, size_t count, uint32_t* lengths);

@@ -1,5 +1,6 @@
 #include "surroundings/compression_settings_model.h"
 
+#include "common/as_size.h"
 #include "driver/settings/accepted_input.h"
 #include "driver/settings/settings_io.h"
 #include "surroundings/compression_tools.h"
@@ -87,7 +88,7 @@ DialogEnd CompressionSettingsModel::Command(ControlPort& controls, int id, int n
     case CONTROL_VARIANT:
         if (notification == kSelectionChanged) {
             CollectControls(controls);
-            Selected = static_cast<size_t>(controls.Selection(CONTROL_VARIANT));
+            Selected = AsSize(controls.Selection(CONTROL_VARIANT));
             FillControls(controls);
         }
         break;

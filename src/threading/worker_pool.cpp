@@ -3,6 +3,7 @@
 // waits for every doneEvent, closes goEvent and opens releaseEvent.
 #include "threading/worker_pool.h"
 
+#include "common/as_size.h"
 #include "platform/processor_count.h"
 #include "platform/thread.h"
 #include "threading/spin_time.h"
@@ -78,7 +79,7 @@ void WorkerPool::Restart() noexcept
     Shutdown();
     startedThreadCount = threadCount;
     spin = SpinTime(threadCount);
-    const auto wanted = static_cast<size_t>(threadCount - 1);
+    const auto wanted = AsSize(threadCount - 1);
     ExpectWorkers(wanted);
     try {
         threads.reserve(wanted);

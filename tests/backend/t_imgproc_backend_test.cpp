@@ -16,7 +16,7 @@ const TImgProcBackend<unsigned char, 8, 4, 1, 1> k4444;
 
 struct LayoutRow {
     const ImgProcBackend& backend;
-    int planes;
+    size_t planes;
     int hsub;
     int vsub;
     int chromaWidthOf7;
@@ -35,7 +35,7 @@ TEST(TImgProcBackend, PlanesBehindTheFirstAreDividedAndTruncated)
         EXPECT_EQ(row.backend.GetVerticalSubsampling(), row.vsub);
         EXPECT_EQ(row.backend.GetPlaneWidth(0, 7), 7);
         EXPECT_EQ(row.backend.GetPlaneHeight(0, 5), 5);
-        for (int plane = 1; plane < kMaxPlanes; ++plane) {
+        for (size_t plane = 1; plane < kMaxPlanes; ++plane) {
             EXPECT_EQ(row.backend.GetPlaneWidth(plane, 7), row.chromaWidthOf7);
             EXPECT_EQ(row.backend.GetPlaneHeight(plane, 5), row.chromaHeightOf5);
             EXPECT_EQ(row.backend.GetPlaneWidth(plane, 1920), 1920 / row.hsub);

@@ -62,14 +62,13 @@ TEST(Allocation, AFrameInSteadyStateAllocatesNothing)
             std::vector<uint8_t> frame(run.encoder.MaxCompressedSize(key.first, 64, 120, key.second));
             uint32_t size = 0;
             const auto compress = [&] {
-                run.encoder.SetImage(run.compressInfo, picture.data());
-                run.compressInfo.frame = frame.data();
+                run.encoder.SetSource(run.compressInfo, picture.data());
+                run.compressInfo.output = frame.data();
                 size = run.encoder.Compress(run.compressInfo);
             };
             const auto decompress = [&] {
                 run.decoder.SetImage(run.decompressInfo, back.data());
-                run.decompressInfo.frame = frame.data();
-                run.decompressInfo.frameSize = size;
+                run.decompressInfo.frame = {frame.data(), size};
                 return run.decoder.Decompress(run.decompressInfo);
             };
             for (int i = 0; i < 2; ++i) {

@@ -60,7 +60,7 @@ TEST(BlockList, AnyBlockHeightKeepsBlocksInsideTheirPlane)
             for (const BlockShape& block : MakeBlocks(HeaderOf(8, height, blockHeight), yuv420)) {
                 ASSERT_GE(block.rows, 0);
                 ASSERT_LE(block.firstRow + block.rows,
-                          yuv420.GetPlaneHeight(static_cast<int>(block.plane), static_cast<int>(height)));
+                          yuv420.GetPlaneHeight(block.plane, static_cast<int>(height)));
             }
 }
 

@@ -534,23 +534,23 @@ TEST(PictureCheck, GivesTheFirstFault)
     ExactBuffer picture(run.InputBytes(), 0, 1);
     Bytes frame(run.encoder.MaxCompressedSize(kHostI420, 16, 8, kCodeYuv420));
     const auto errorOf = [&](auto change) {
-        run.encoder.SetImage(run.compressInfo, picture.data());
-        change(run.compressInfo.image);
-        run.compressInfo.frame = frame.data();
+        run.encoder.SetSource(run.compressInfo, picture.data());
+        change(run.compressInfo.source);
+        run.compressInfo.output = frame.data();
         run.encoder.ClearLastError();
         const bool refused = run.encoder.Compress(run.compressInfo) == 0;
         EXPECT_EQ(refused, run.encoder.LastError() != kPictureOk);
         return run.encoder.LastError();
     };
-    EXPECT_EQ(errorOf([](PlaneRecords&) {}), kPictureOk);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[2].data = nullptr; }), kBadAddress);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[1].pitch = 0; }), kBadPitch);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[0].pitch = 15; }), kShortPitch);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[0].pitch = -16; }), kShortPitch);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[1].size = 31; }), kShortPlane);
-    EXPECT_EQ(errorOf([](PlaneRecords& image) { image[0].pitch = 0x7FFFFFF0; }), kShortPlane)
+    EXPECT_EQ(errorOf([](ConstPlaneRecords&) {}), kPictureOk);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[2].data = nullptr; }), kBadAddress);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[1].pitch = 0; }), kBadPitch);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[0].pitch = 15; }), kShortPitch);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[0].pitch = -16; }), kShortPitch);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[1].size = 31; }), kShortPlane);
+    EXPECT_EQ(errorOf([](ConstPlaneRecords& image) { image[0].pitch = 0x7FFFFFF0; }), kShortPlane)
         << "rows beyond signed 32-bit offsets";
-    EXPECT_EQ(errorOf([](PlaneRecords&) {}), kPictureOk) << "the next frame works";
+    EXPECT_EQ(errorOf([](ConstPlaneRecords&) {}), kPictureOk) << "the next frame works";
     run.compressInfo.imageFormat = 11;
     EXPECT_EQ(run.encoder.Compress(run.compressInfo), 0U);
     EXPECT_EQ(run.encoder.LastError(), kNoFrontend);
@@ -560,8 +560,7 @@ TEST(PictureCheck, FailsADecompressionWithoutLookingAtTheFrame)
 {
     CodecRun run({.host = kHostY8, .code = kCodeGray, .width = 8, .height = 8});
     uint8_t nothing = 0;
-    run.decompressInfo.frame = &nothing;
-    run.decompressInfo.frameSize = 0;
+    run.decompressInfo.frame = {&nothing, 0};
     run.decoder.SetImage(run.decompressInfo, nullptr);
     EXPECT_EQ(run.decoder.Decompress(run.decompressInfo), FrameStatus::BadPlanes);
 }

@@ -24,7 +24,7 @@ struct Crew {
     {
         pool.SetThreadCount(threads);
         for (StageTimers& stage : stages)
-            stage.perThread.resize(static_cast<size_t>(threads));
+            stage.perThread.resize(AsSize(threads));
     }
     Workers Get() { return {pool, stages}; }
 
@@ -41,9 +41,9 @@ Bytes RecordBytes(const FrameHeader& header)
 
 Bytes EncodeGray(FrameEncoder& encoder, const RunPlan& plan, const Bytes& picture, const Workers& workers)
 {
-    ExactBuffer source(picture);
+    const ExactBuffer source(picture);
     Bytes frame(0x40000 + picture.size(), 0xA5);
-    const PlaneArray planes{{{source.data(), static_cast<int32_t>(plan.header.width)}}};
+    const ConstPlaneArray planes{{{source.data(), static_cast<int32_t>(plan.header.width)}}};
     const Bytes record = RecordBytes(plan.header);
     frame.resize(encoder.Encode(plan, {record, planes, PredictMethod::Dynamic, frame.data()}, workers));
     EXPECT_TRUE(std::ranges::equal(source.Bytes(), picture)) << "the picture is only read";

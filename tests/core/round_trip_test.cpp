@@ -141,18 +141,16 @@ TEST(RoundTrip, HostPitchesMayExceedTheirRows)
         ExactBuffer back(3 * planeBytes, 9, 0xCC);
         std::vector<uint8_t> frame(run.encoder.MaxCompressedSize(streamSpec.host, streamSpec.width,
                                                                  streamSpec.height, streamSpec.code));
-        const auto place = [&](CompressInfo& info, uint8_t* base) {
+        const auto place = [&](auto& image, auto* base) {
             for (size_t i = 0; i < 3; ++i)
-                info.image[i] = {{base + i * planeBytes, pitch},
-                                 static_cast<uint32_t>(pitch) * streamSpec.height};
+                image[i] = {{base + i * planeBytes, pitch}, static_cast<uint32_t>(pitch) * streamSpec.height};
         };
-        place(run.compressInfo, picture.data());
-        run.compressInfo.frame = frame.data();
+        place(run.compressInfo.source, picture.data());
+        run.compressInfo.output = frame.data();
         frame.resize(run.encoder.Compress(run.compressInfo));
         ASSERT_FALSE(frame.empty());
-        place(run.decompressInfo, back.data());
-        run.decompressInfo.frame = frame.data();
-        run.decompressInfo.frameSize = static_cast<uint32_t>(frame.size());
+        place(run.decompressInfo.image, back.data());
+        run.decompressInfo.frame = frame;
         ASSERT_EQ(run.decoder.Decompress(run.decompressInfo), FrameStatus::Ok);
         for (size_t i = 0; i < back.size(); ++i) {
             const bool inPicture = i % planeBytes % static_cast<size_t>(pitch) < streamSpec.width;
@@ -170,8 +168,8 @@ TEST(RoundTrip, CompressingLeavesTheHostPictureUntouched)
         const auto picture = MakePicture(Content::Busy, run.InputBytes(), 64, seed);
         ExactBuffer source(picture, 4);
         std::vector<uint8_t> frame(run.encoder.MaxCompressedSize(pair.host, 64, 60, pair.code));
-        run.encoder.SetImage(run.compressInfo, source.data());
-        run.compressInfo.frame = frame.data();
+        run.encoder.SetSource(run.compressInfo, source.data());
+        run.compressInfo.output = frame.data();
         ASSERT_GT(run.encoder.Compress(run.compressInfo), 0U);
         EXPECT_TRUE(std::ranges::equal(source.Bytes(), picture)) << "host " << pair.host;
     }
@@ -199,16 +197,15 @@ TEST(RoundTrip, OneObjectServesRunsOfChangingFormatsAndSizesInBothDirections)
 
         codec.SetThreadCount(1 + static_cast<int>(random() % 3));
         codec.BeginCompress(info, bytes, sizeof record, pair.host);
-        codec.SetImage(info, picture.data());
-        info.frame = frame.data();
+        codec.SetSource(info, picture.data());
+        info.output = frame.data();
         const uint32_t size = codec.Compress(info);
         ASSERT_GT(size, 0U);
 
         ExactBuffer back(total, 0, 0);
         codec.BeginDecompress(info, bytes, sizeof record, pair.host);
         codec.SetImage(info, back.data());
-        info.frame = frame.data();
-        info.frameSize = size;
+        info.frame = {frame.data(), size};
         ASSERT_EQ(codec.Decompress(info), FrameStatus::Ok);
         std::vector<uint8_t> sent(picture.Bytes().begin(), picture.Bytes().end());
         std::vector<uint8_t> got(back.Bytes().begin(), back.Bytes().end());

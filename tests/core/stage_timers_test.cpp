@@ -15,7 +15,7 @@ void Enable(Orvane& codec)
 uint64_t CountOf(Orvane& codec, Stage stage)
 {
     uint64_t count = 0;
-    for (const StageTimer& timer : codec.Stages()[static_cast<size_t>(stage)].perThread)
+    for (const StageTimer& timer : codec.Stages()[IndexOf(stage)].perThread)
         count += timer.count;
     return count;
 }
@@ -39,7 +39,7 @@ TEST(StageTimers, CountNothingWhileTheyAreOff)
     CodecRun run({});
     run.Decode(run.Encode(MakePicture(Content::Smooth, run.InputBytes(), 64, 1)));
     for (Orvane* codec : {&run.encoder, &run.decoder})
-        for (int stage = 0; stage < kStageCount; ++stage)
+        for (size_t stage = 0; stage < kStageCount; ++stage)
             EXPECT_EQ(CountOf(*codec, static_cast<Stage>(stage)), 0U) << kStageNames[stage];
 }
 

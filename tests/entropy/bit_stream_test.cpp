@@ -6,16 +6,28 @@
 
 #include <gtest/gtest.h>
 
-TEST(BitStream, InitStartsEmptyAtTheBeginningOfTheRange)
+TEST(BitStream, AWriterStartsEmptyAtTheBeginningOfTheRange)
 {
     uint8_t area[16];
-    BitStream stream;
+    OutBitStream stream;
     std::memset(&stream, 0xA5, sizeof stream);
     BitStreamInit(stream, area, sizeof area);
     EXPECT_EQ(stream.bits, 0U);
     EXPECT_EQ(stream.count, 64U);
     EXPECT_EQ(stream.cursor, area);
     EXPECT_EQ(stream.begin, area);
+    EXPECT_EQ(stream.end, area + 16);
+}
+
+TEST(BitStream, AReaderStartsWithNothingConsumedAndNothingHeld)
+{
+    const uint8_t area[16] = {};
+    InBitStream stream;
+    std::memset(&stream, 0xA5, sizeof stream);
+    BitStreamInit(stream, area, sizeof area);
+    EXPECT_EQ(stream.bits, 0U);
+    EXPECT_EQ(stream.count, 64U);
+    EXPECT_EQ(stream.cursor, area);
     EXPECT_EQ(stream.end, area + 16);
     EXPECT_EQ(stream.scratchPos, 0U);
     EXPECT_EQ(stream.scratchCount, 0U);
@@ -24,22 +36,22 @@ TEST(BitStream, InitStartsEmptyAtTheBeginningOfTheRange)
 TEST(BitStream, FinishOfAnEmptyStreamWritesNothing)
 {
     ExactBytes area(0);
-    BitStream stream;
+    OutBitStream stream;
     BitStreamInit(stream, area.data(), 0);
-    EXPECT_EQ(BitStreamFinish(stream), 0);
+    EXPECT_EQ(BitStreamFinish(stream), 0U);
 }
 
 TEST(BitStream, SevenBitsEndInAByteWhoseLowestBitIsZero)
 {
     ExactBytes area(8, 0xFF);
-    BitStream stream;
+    OutBitStream stream;
     BitStreamInit(stream, area.data(), area.size());
     BitWriter writer(stream);
     writer.Append({0x7F, 7});
     writer.Store();
     writer.Save(stream);
     EXPECT_EQ(stream.count, 57U);
-    EXPECT_EQ(BitStreamFinish(stream), 1);
+    EXPECT_EQ(BitStreamFinish(stream), 1U);
     EXPECT_EQ(area.data()[0], 0xFE);
     EXPECT_EQ(stream.count, 64U);
     EXPECT_EQ(stream.bits, 0U);
@@ -48,14 +60,14 @@ TEST(BitStream, SevenBitsEndInAByteWhoseLowestBitIsZero)
 TEST(BitStream, EightBitsEndOnTheBoundary)
 {
     ExactBytes area(8, 0xFF);
-    BitStream stream;
+    OutBitStream stream;
     BitStreamInit(stream, area.data(), area.size());
     BitWriter writer(stream);
     writer.Append({0x81, 8});
     writer.Store();
     writer.Save(stream);
     EXPECT_EQ(stream.count, 64U);
-    EXPECT_EQ(BitStreamFinish(stream), 1);
+    EXPECT_EQ(BitStreamFinish(stream), 1U);
     EXPECT_EQ(area.data()[0], 0x81);
 }
 
@@ -71,7 +83,7 @@ TEST(BitWriter, TwoRunsGiveTheirBitsWhateverIsPending)
                 const auto lead = static_cast<uint8_t>(random() & ((1U << pending) - 1));
 
                 ExactBytes area(14 + 8, 0xA5);
-                BitStream stream;
+                OutBitStream stream;
                 BitStreamInit(stream, area.data(), area.size());
                 BitWriter writer(stream);
                 if (pending > 0) {
@@ -82,7 +94,7 @@ TEST(BitWriter, TwoRunsGiveTheirBitsWhateverIsPending)
                 writer.Save(stream);
                 EXPECT_LE(stream.count, 64U);
                 EXPECT_GE(stream.count, 57U);
-                const int64_t size = BitStreamFinish(stream);
+                const size_t size = BitStreamFinish(stream);
 
                 std::vector<int> bits;
                 const auto append = [&bits](uint64_t value, uint64_t length) {
@@ -92,8 +104,8 @@ TEST(BitWriter, TwoRunsGiveTheirBitsWhateverIsPending)
                 append(lead, pending);
                 append(firstBits, first);
                 append(secondBits, second);
-                ASSERT_EQ(static_cast<size_t>(size), (bits.size() + 7) / 8);
-                bits.resize(static_cast<size_t>(size) * 8);
+                ASSERT_EQ(size, (bits.size() + 7) / 8);
+                bits.resize(size * 8);
                 for (size_t bit = 0; bit < bits.size(); ++bit)
                     ASSERT_EQ(area.data()[bit / 8] >> (7 - bit % 8) & 1, bits[bit])
                         << pending << " pending, " << first << " and " << second << " bits, bit " << bit;

@@ -10,7 +10,7 @@ namespace {
 bool Build(const std::vector<uint32_t>& lengths, int limit, std::vector<CodeRecord>& records)
 {
     records.assign(lengths.size(), {});
-    return BuildCanonicalCodes(static_cast<int>(lengths.size()), lengths.data(), limit, records.data());
+    return BuildCanonicalCodes(lengths.size(), lengths.data(), limit, records.data());
 }
 
 bool Accepts(const std::vector<uint32_t>& lengths, int limit = 12)

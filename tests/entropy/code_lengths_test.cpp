@@ -197,7 +197,7 @@ TEST(CodeLengths, AgreeWithPackageMergeOverTrees)
         for (uint64_t& frequency : frequencies)
             frequency = Below(random, 1 + Below(random, 50));
         std::vector<uint32_t> lengths(frequencies.size());
-        ComputeCodeLengths(static_cast<int>(lengths.size()), frequencies.data(), limit, lengths.data(), work);
+        ComputeCodeLengths(lengths.size(), frequencies.data(), limit, lengths.data(), work);
         ASSERT_EQ(lengths, LengthsByTrees(frequencies, limit))
             << lengths.size() << " symbols, limit " << limit;
     }
@@ -213,8 +213,7 @@ TEST(CodeLengths, NoCodeWithinTheLimitNeedsFewerBits)
         for (uint64_t& frequency : frequencies)
             frequency = uint64_t{1} << Below(random, 8) >> Below(random, 2);
         std::vector<uint32_t> lengths(frequencies.size());
-        ComputeCodeLengths(static_cast<int>(lengths.size()), frequencies.data(), static_cast<int>(limit),
-                           lengths.data(), work);
+        ComputeCodeLengths(lengths.size(), frequencies.data(), static_cast<int>(limit), lengths.data(), work);
         uint64_t bits = 0;
         for (size_t symbol = 0; symbol < lengths.size(); ++symbol)
             bits += frequencies[symbol] * lengths[symbol];

@@ -12,11 +12,9 @@ namespace {
 std::vector<DecodeEntry> TableOf(std::vector<uint32_t> lengths, int tableBits)
 {
     std::vector<CodeRecord> records(lengths.size());
-    EXPECT_TRUE(
-        BuildCanonicalCodes(static_cast<int>(lengths.size()), lengths.data(), tableBits, records.data()));
+    EXPECT_TRUE(BuildCanonicalCodes(lengths.size(), lengths.data(), tableBits, records.data()));
     // What the rows held before does not matter.
-    std::vector<DecodeEntry> table(static_cast<size_t>(DecodeTableRows(tableBits)),
-                                   DecodeEntry{0xA5A5A5A5, 7, 3});
+    std::vector<DecodeEntry> table(DecodeTableRows(tableBits), DecodeEntry{0xA5A5A5A5, 7, 3});
     BuildDecodeTable(records, tableBits, table.data());
     return table;
 }

@@ -194,10 +194,10 @@ class BitByBitCoder
 inline Bytes EncodeAll(const HuffCoder& coder, std::span<const uint8_t> symbols)
 {
     ExactBytes area((symbols.size() * 12 + 7) / 8 + 8, 0xA5);
-    BitStream stream;
+    OutBitStream stream;
     BitStreamInit(stream, area.data(), area.size());
-    coder.Encode(stream, symbols.data(), static_cast<uint32_t>(symbols.size()));
-    const int64_t size = BitStreamFinish(stream);
+    coder.Encode(stream, symbols.data(), symbols.size());
+    const size_t size = BitStreamFinish(stream);
     return Bytes(area.data(), area.data() + size);
 }
 
@@ -206,8 +206,8 @@ inline Bytes DecodeAll(const HuffCoder& coder, std::span<const uint8_t> bytes, s
 {
     const ExactBytes source(bytes);
     ExactBytes symbols(count, 0xA5);
-    BitStream stream;
+    InBitStream stream;
     BitStreamInit(stream, source.data(), source.size());
-    coder.Decode(stream, symbols.data(), static_cast<uint32_t>(count));
+    coder.Decode(stream, symbols.data(), count);
     return symbols.Copy();
 }

@@ -15,12 +15,12 @@ template <class Next>
 Bytes DecodeInSteps(const HuffCoder& coder, const Bytes& bytes, size_t count, Next next)
 {
     const ExactBytes source(bytes);
-    BitStream stream;
+    InBitStream stream;
     BitStreamInit(stream, source.data(), source.size());
     Bytes symbols;
     while (symbols.size() < count) {
         ExactBytes part(std::min<size_t>(next(), count - symbols.size()), 0xA5);
-        coder.Decode(stream, part.data(), static_cast<uint32_t>(part.size()));
+        coder.Decode(stream, part.data(), part.size());
         symbols.insert(symbols.end(), part.data(), part.data() + part.size());
     }
     return symbols;
@@ -64,7 +64,7 @@ TEST(HuffDecode, DecodingNothingReadsNothing)
     HuffCoder8 coder;
     BuildHoles(coder);
     const ExactBytes source(Bytes{0x00, 0x50, 0x06});
-    BitStream stream;
+    InBitStream stream;
     BitStreamInit(stream, source.data(), source.size());
     coder.Decode(stream, nullptr, 0);
     EXPECT_EQ(stream.cursor, source.data());
@@ -116,8 +116,8 @@ TEST(HuffDecode, AnEmptyStreamMayHaveNoAddress)
 {
     HuffCoder8 coder;
     BuildHoles(coder);
-    BitStream stream;
-    BitStreamInit(stream, static_cast<const uint8_t*>(nullptr), 0);
+    InBitStream stream;
+    BitStreamInit(stream, nullptr, 0);
     Bytes symbols(40, 0xA5);
     coder.Decode(stream, symbols.data(), 40);
     EXPECT_EQ(symbols, Bytes(40, 0));
@@ -206,20 +206,21 @@ TEST(HuffRaw, RowsAreCopiedOneBehindTheOther)
     for (uint32_t width = 0; width <= 40; ++width) {
         const Bytes rows = RandomBytes(random, width * 3);
         ExactBytes area(rows.size());
-        BitStream stream;
+        OutBitStream stream;
         BitStreamInit(stream, area.data(), area.size());
         for (uint32_t row = 0; row < 3; ++row)
             coder.WriteRaw(stream, rows.data() + row * width, width);
-        ASSERT_EQ(BitStreamFinish(stream), static_cast<int64_t>(rows.size()));
+        ASSERT_EQ(BitStreamFinish(stream), rows.size());
         ASSERT_TRUE(SameBytes(area.Copy(), rows));
 
         // A range that is too short ends in zeros.
         for (size_t size = 0; size <= rows.size(); ++size) {
             const ExactBytes source(std::span<const uint8_t>(rows).first(size));
             ExactBytes back(rows.size(), 0xA5);
-            BitStreamInit(stream, source.data(), source.size());
+            InBitStream reader;
+            BitStreamInit(reader, source.data(), source.size());
             for (uint32_t row = 0; row < 3; ++row)
-                coder.ReadRaw(stream, back.data() + row * width, width);
+                coder.ReadRaw(reader, back.data() + row * width, width);
             Bytes expected(rows.begin(), rows.begin() + static_cast<ptrdiff_t>(size));
             expected.resize(rows.size(), 0);
             ASSERT_TRUE(SameBytes(back.Copy(), expected)) << size << " of " << rows.size();
@@ -230,8 +231,8 @@ TEST(HuffRaw, RowsAreCopiedOneBehindTheOther)
 TEST(HuffRaw, AnEmptyRangeMayHaveNoAddress)
 {
     const HuffCoder8 coder;
-    BitStream stream;
-    BitStreamInit(stream, static_cast<const uint8_t*>(nullptr), 0);
+    InBitStream stream;
+    BitStreamInit(stream, nullptr, 0);
     Bytes bytes(5, 0xA5);
     coder.ReadRaw(stream, bytes.data(), 5);
     EXPECT_EQ(bytes, Bytes(5, 0));

@@ -102,12 +102,12 @@ void ExpectSameSymbols(std::mt19937& random, const std::vector<uint32_t>& length
         const bool filled = random() % 2;
         for (uint8_t& byte : bytes)
             byte = filled && random() % 8 ? fill : static_cast<uint8_t>(random());
-        const auto count = static_cast<uint32_t>(random() % 4 ? random() % 6000 : random() % 40);
+        const size_t count = random() % 4 ? random() % 6000 : random() % 40;
         streams.emplace_back(bytes);
         expected.emplace_back(count, 0, uint8_t{0xCC});
         actual.emplace_back(count, 0, uint8_t{0x33});
-        plainJobs.push_back({streams[i].data(), streams[i].data() + bytes.size(), expected[i].data(), count});
-        fastJobs.push_back({streams[i].data(), streams[i].data() + bytes.size(), actual[i].data(), count});
+        plainJobs.push_back({streams[i].Bytes(), {expected[i].data(), count}});
+        fastJobs.push_back({streams[i].Bytes(), {actual[i].data(), count}});
     }
     plain.DecodeBlocks(plainJobs);
     fast.DecodeBlocks(fastJobs);
@@ -131,7 +131,7 @@ TEST(InterleavedDecode, NoJobsAndEmptyJobsAreFine)
     ASSERT_TRUE(coder.BuildFromLengths(256, lengths.data(), false));
     coder.DecodeBlocks({});
     uint8_t untouched = 7;
-    const DecodeJob empty{&untouched, &untouched, &untouched, 0};
+    const DecodeJob empty{{&untouched, 0}, {&untouched, 0}};
     const DecodeJob jobs[] = {empty, empty, empty};
     coder.DecodeBlocks(jobs);
     EXPECT_EQ(untouched, 7);
@@ -142,7 +142,7 @@ TEST(InterleavedDecode, ACoderWithoutTablesDoesNothing)
     const HuffCoder8 coder;
     const uint8_t stream[] = {1, 2, 3};
     uint8_t out[4] = {9, 9, 9, 9};
-    const DecodeJob job{stream, stream + 3, out, 4};
+    const DecodeJob job{stream, out};
     coder.DecodeBlocks({&job, 1});
     EXPECT_EQ(out[0], 9);
     EXPECT_EQ(out[3], 9);

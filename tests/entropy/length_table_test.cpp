@@ -10,7 +10,7 @@ namespace {
 Bytes Write(const std::vector<uint32_t>& lengths)
 {
     ExactBytes out(std::max<size_t>(kMaxLengthTableBytes, 2 * lengths.size()));
-    const size_t size = WriteLengthTable(lengths.data(), static_cast<int>(lengths.size()), out.data());
+    const size_t size = WriteLengthTable(lengths.data(), lengths.size(), out.data());
     return Bytes(out.data(), out.data() + size);
 }
 
@@ -49,10 +49,10 @@ struct ReadResult {
 
 constexpr uint32_t kUntouched = 0xA5A5A5A5;
 
-ReadResult Read(const Bytes& bytes, int count)
+ReadResult Read(const Bytes& bytes, size_t count)
 {
     const ExactBytes source(bytes);
-    std::vector<uint32_t> lengths(static_cast<size_t>(count), kUntouched);
+    std::vector<uint32_t> lengths(count, kUntouched);
     const uint8_t* const behind =
         ReadLengthTable(source.data(), source.data() + source.size(), count, lengths.data());
     return {lengths, behind ? behind - source.data() : -1};
@@ -104,10 +104,10 @@ TEST(LengthTable, WhatIsWrittenIsReadBack)
         // What follows the table is not touched.
         Bytes longer = bytes;
         longer.insert(longer.end(), {0x81, 0x05, 0x07});
-        const ReadResult result = Read(longer, static_cast<int>(lengths.size()));
+        const ReadResult result = Read(longer, lengths.size());
         ASSERT_EQ(result.lengths, lengths);
         ASSERT_EQ(result.used, static_cast<int64_t>(bytes.size()));
-        ASSERT_EQ(Read(bytes, static_cast<int>(lengths.size())).used, static_cast<int64_t>(bytes.size()));
+        ASSERT_EQ(Read(bytes, lengths.size()).used, static_cast<int64_t>(bytes.size()));
     }
 }
 

@@ -186,24 +186,28 @@ class ConverterRun
         }
     }
 
-    void Convert(const ImgProcConverter& converter, int blockHeight, bool interlaced) const
+    void Convert(const ImgProcConverter& converter, int blockHeight, bool interlaced, bool interpolate) const
     {
         for (int pass = 0; pass < converter.GetPassCount(); ++pass)
             for (int first = 0; first < height; first += blockHeight)
-                ConvertBand(converter, first, std::min(blockHeight, height - first), pass, interlaced);
+                ConvertBand(converter, first, std::min(blockHeight, height - first), pass, interlaced,
+                            interpolate);
     }
 
-    void ConvertBand(const ImgProcConverter& converter, int first, int rows, int pass, bool interlaced) const
+    void ConvertBand(const ImgProcConverter& converter, int first, int rows, int pass, bool interlaced,
+                     bool interpolate) const
     {
         if (!interlaced)
-            return converter.Convert(source, target, width, height, first, rows, pass);
+            return converter.Convert(ReadOnly(source), target, width, height, first, rows, pass, interpolate);
         for (const int field : {0, 1}) {
-            PlaneArray fieldSource, fieldTarget;
+            ConstPlaneArray fieldSource;
+            PlaneArray fieldTarget;
             for (size_t p = 1; p < 3; ++p) {
                 fieldSource[p] = FieldOf(source[p], field);
                 fieldTarget[p] = FieldOf(target[p], field);
             }
-            converter.Convert(fieldSource, fieldTarget, width, height / 2, first / 2, rows / 2, pass);
+            converter.Convert(fieldSource, fieldTarget, width, height / 2, first / 2, rows / 2, pass,
+                              interpolate);
         }
     }
 
@@ -238,9 +242,9 @@ class ConverterRun
 TEST(ChromaConverters, GiveTheBytesOfTheFormulas)
 {
     std::mt19937 random(TestSeed());
-    ConverterSet set;
+    const ConverterSet set;
     for (const Case& test : kCases) {
-        ImgProcConverter& converter = *set.Find(test.from, test.to);
+        const ImgProcConverter& converter = *set.Find(test.from, test.to);
         for (int width = 4; width <= 140; width += 2)
             for (int height = 4; height <= 92; height += 4) {
                 if (!LongTests() && width > 4 && height > 4 && random() % 16 != 0)
@@ -248,7 +252,6 @@ TEST(ChromaConverters, GiveTheBytesOfTheFormulas)
                 for (const bool interlaced : {false, true})
                     for (const bool interpolate : {false, true})
                         for (const Content content : {Content::Random, Content::Step, Content::Flat}) {
-                            converter.interpolate = interpolate;
                             const int padding = static_cast<int>(random() % 3) * 7;
                             ConverterRun run(test, width, height, padding, random() % 16);
                             for (ChromaPlane& plane : run.sources)
@@ -256,7 +259,7 @@ TEST(ChromaConverters, GiveTheBytesOfTheFormulas)
                             // Heights that keep whole row pairs in each field, and one band for the whole
                             // picture.
                             const int blockHeight = std::array{4, 28, 1000}[random() % 3];
-                            run.Convert(converter, blockHeight, interlaced);
+                            run.Convert(converter, blockHeight, interlaced, interpolate);
                             for (size_t p = 0; p < 2; ++p)
                                 ASSERT_TRUE(SameBytes(run.targets[p].memory.Bytes(),
                                                       run.Plain(p, interpolate, interlaced)))
@@ -273,13 +276,11 @@ TEST(ChromaConverters, GiveTheBytesOfTheFormulas)
 TEST(ChromaConverters, PassesWithoutDependencyReadTheirOwnBandOnly)
 {
     std::mt19937 random(TestSeed());
-    const FrameHeader header{};
-    ConverterSet set;
+    const ConverterSet set;
     for (const Case& test : kCases)
         for (const bool interpolate : {false, true}) {
-            ImgProcConverter& converter = *set.Find(test.from, test.to);
-            converter.interpolate = interpolate;
-            if (converter.GetRowDependency(0, header) == 0)
+            const ImgProcConverter& converter = *set.Find(test.from, test.to);
+            if (converter.GetRowDependency(0, interpolate) == 0)
                 continue;
             ConverterRun run(test, 40, 56, 0, 0);
             for (ChromaPlane& plane : run.sources)
@@ -294,7 +295,7 @@ TEST(ChromaConverters, PassesWithoutDependencyReadTheirOwnBandOnly)
                         if (y < rows / 2)
                             std::fill_n(RowAt(band.source[p + 1], y), band.sources[p].width, uint8_t{1});
                 }
-                band.ConvertBand(converter, 28, 28, 0, false);
+                band.ConvertBand(converter, 28, 28, 0, false, interpolate);
                 const auto bytes = band.targets[0].memory.Bytes();
                 bands[othersBroken].assign(bytes.begin(), bytes.end());
             }
@@ -304,18 +305,17 @@ TEST(ChromaConverters, PassesWithoutDependencyReadTheirOwnBandOnly)
 
 TEST(ChromaConverters, FlatChromaStaysFlatWithAndWithoutInterpolation)
 {
-    ConverterSet set;
+    const ConverterSet set;
     for (const Case& test : kCases)
         for (const bool interpolate : {false, true})
             for (const int level : {0, 1, 128, 255}) {
                 if (test.from == kCodeGray)
                     continue;
-                ImgProcConverter& converter = *set.Find(test.from, test.to);
-                converter.interpolate = interpolate;
+                const ImgProcConverter& converter = *set.Find(test.from, test.to);
                 ConverterRun run(test, 38, 12, 0, 0);
                 for (ChromaPlane& plane : run.sources)
                     std::memset(plane.memory.data(), level, plane.memory.size());
-                run.Convert(converter, 4, false);
+                run.Convert(converter, 4, false, interpolate);
                 for (ChromaPlane& plane : run.targets)
                     for (const uint8_t sample : plane.memory.Bytes())
                         ASSERT_EQ(sample, level);
@@ -328,17 +328,16 @@ TEST(ChromaConverters, FlatChromaStaysFlatWithAndWithoutInterpolation)
 TEST(ChromaConverters, OddBandsAndSizesStayInsideThePlanes)
 {
     std::mt19937 random(TestSeed());
-    ConverterSet set;
+    const ConverterSet set;
     for (const Case& test : kCases)
         for (int height = 0; height <= 19; ++height)
             for (const int width : {0, 1, 2, 3, 5, 33, 50})
                 for (const int blockHeight : {1, 2, 3, 5, 13, 1000})
                     for (const bool interlaced : {false, true})
                         for (const bool interpolate : {false, true}) {
-                            ImgProcConverter& converter = *set.Find(test.from, test.to);
-                            converter.interpolate = interpolate;
+                            const ImgProcConverter& converter = *set.Find(test.from, test.to);
                             ConverterRun run(test, width, height, 3, 0);
-                            run.Convert(converter, blockHeight, interlaced);
+                            run.Convert(converter, blockHeight, interlaced, interpolate);
                             for (const ChromaPlane& plane : run.targets) // padding keeps its fill
                                 for (int y = 0; y + 1 < plane.height; ++y)
                                     for (int x = plane.width; x < plane.pitch; ++x)
@@ -349,14 +348,14 @@ TEST(ChromaConverters, OddBandsAndSizesStayInsideThePlanes)
 
 TEST(ChromaConverters, BandsReachingOverThePictureAreHeldToIt)
 {
-    ConverterSet set;
+    const ConverterSet set;
     for (const Case& test : kCases) {
-        ImgProcConverter& converter = *set.Find(test.from, test.to);
+        const ImgProcConverter& converter = *set.Find(test.from, test.to);
         ConverterRun held(test, 20, 12, 0, 0);
         ConverterRun over(test, 20, 12, 0, 0);
         for (int pass = 0; pass < converter.GetPassCount(); ++pass) {
-            held.ConvertBand(converter, 0, 12, pass, false);
-            over.ConvertBand(converter, 0, 1000, pass, false);
+            held.ConvertBand(converter, 0, 12, pass, false, true);
+            over.ConvertBand(converter, 0, 1000, pass, false, true);
         }
         EXPECT_TRUE(SameBytes(over.targets[0].memory.Bytes(), held.targets[0].memory.Bytes()));
     }
@@ -364,22 +363,22 @@ TEST(ChromaConverters, BandsReachingOverThePictureAreHeldToIt)
 
 TEST(ChromaConverters, ToGrayTouchesNothing)
 {
-    ConverterSet set;
+    const ConverterSet set;
     const PlaneArray nothing; // null pointers: any access would fault
     for (const FormatId from : {kCodeYuv444, kCodeYuv420})
-        set.Find(from, kCodeGray)->Convert(nothing, nothing, 100, 100, 0, 100, 0);
+        set.Find(from, kCodeGray)->Convert(ReadOnly(nothing), nothing, 100, 100, 0, 100, 0, true);
 }
 
 TEST(ChromaConverters, FromGrayDoesNotReadTheSource)
 {
-    ConverterSet set;
-    const PlaneArray nothing;
+    const ConverterSet set;
+    const ConstPlaneArray nothing;
     for (const FormatId to : {kCodeYuv444, kCodeYuv420}) {
         std::vector<uint8_t> memory(2 * 16 * 8, 9);
         PlaneArray target;
         target[1] = {memory.data(), 16};
         target[2] = {memory.data() + 16 * 8, 16};
-        set.Find(kCodeGray, to)->Convert(nothing, target, 16, 8, 2, 4, 0);
+        set.Find(kCodeGray, to)->Convert(nothing, target, 16, 8, 2, 4, 0, true);
         const size_t first = to == kCodeYuv444 ? 2 : 1;
         const size_t last = to == kCodeYuv444 ? 6 : 3;
         const size_t width = to == kCodeYuv444 ? 16 : 8;

@@ -28,9 +28,7 @@ class PairsRow
     {
         pixels = memory.data() + (0 - reinterpret_cast<uintptr_t>(memory.data())) % 16;
         for (size_t p = 0; p < 3; ++p)
-            row.planes[p] = pixels + (3 + p) * kWidth;
-        row.pixels = pixels;
-        row.planes[3] = nullptr;
+            planes[p] = pixels + (3 + p) * kWidth;
     }
 
     static PlainPixel Channels(int first, int x) { return {first, x >> 8, x & 255, 255}; }
@@ -45,14 +43,17 @@ class PairsRow
     {
         for (int x = 0; x < kWidth; ++x)
             for (size_t k = 0; k < 3; ++k)
-                row.planes[k][x] = static_cast<uint8_t>(Channels(first, x)[k]);
+                planes[k][x] = static_cast<uint8_t>(Channels(first, x)[k]);
     }
 
-    PackedRow row;
+    SplitRow ToSplit() const { return {pixels, planes}; }
+    JoinRow ToJoin() const { return {pixels, {planes[0], planes[1], planes[2]}}; }
+
+    uint8_t* pixels;
+    std::array<uint8_t*, 4> planes{};
 
   private:
     std::vector<uint8_t> memory;
-    uint8_t* pixels;
 };
 
 /// Every value of the first channel, or in a quick run the ends and steps between.
@@ -74,10 +75,10 @@ TEST(ColorMatrix, EveryFormOfForwardGivesTheFormulaForAllInputs)
         ForFirstChannel([&](int red) {
             pairs.SetPixels(red);
             for (const PackedRowForm& form : ThreePlanes::Forms()) {
-                form.split(pairs.row, PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
+                form.split(pairs.ToSplit(), PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
                 for (int x = 0; x < PairsRow::kWidth; ++x) {
                     const auto [y, u, v, a] = PlainToYuv(PlainMatrixOf(standard), PairsRow::Channels(red, x));
-                    const auto& planes = pairs.row.planes;
+                    const auto& planes = pairs.planes;
                     ASSERT_TRUE(planes[0][x] == y && planes[1][x] == u && planes[2][x] == v)
                         << form.name << " standard " << static_cast<int>(standard) << " red " << red << " x "
                         << x;
@@ -93,11 +94,11 @@ TEST(ColorMatrix, EveryFormOfInverseGivesTheFormulaForAllInputs)
         ForFirstChannel([&](int luma) {
             for (const PackedRowForm& form : ThreePlanes::Forms()) {
                 pairs.SetSamples(luma);
-                form.join(pairs.row, PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
+                form.join(pairs.ToJoin(), PairsRow::kWidth, kMatrices[static_cast<size_t>(standard)]);
                 for (int x = 0; x < PairsRow::kWidth; ++x) {
                     const auto [r, g, b, a] =
                         PlainToRgb(PlainMatrixOf(standard), PairsRow::Channels(luma, x));
-                    const uint8_t* const pixel = pairs.row.pixels + 3 * x;
+                    const uint8_t* const pixel = pairs.pixels + 3 * x;
                     ASSERT_TRUE(pixel[0] == r && pixel[1] == g && pixel[2] == b)
                         << form.name << " standard " << static_cast<int>(standard) << " luma " << luma
                         << " x " << x;

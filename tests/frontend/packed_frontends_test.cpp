@@ -29,8 +29,8 @@ class PlainRun
         for (int y = 0; y < run.shape.height; ++y)
             for (int x = 0; x < run.shape.width; ++x) {
                 const PlainPixel samples = PlainForward(key, layout.IsRgb(), PixelAt(x, y));
-                for (int p = 0; p < PlainPlaneCount(key.planes); ++p)
-                    SampleAt(p, x, y) = static_cast<uint8_t>(samples[static_cast<size_t>(p)]);
+                for (size_t p = 0; p < PlainPlaneCount(key.planes); ++p)
+                    SampleAt(p, x, y) = static_cast<uint8_t>(samples[p]);
             }
     }
 
@@ -39,8 +39,8 @@ class PlainRun
         for (int y = 0; y < run.shape.height; ++y)
             for (int x = 0; x < run.shape.width; ++x) {
                 PlainPixel samples{};
-                for (int p = 0; p < PlainPlaneCount(key.planes); ++p)
-                    samples[static_cast<size_t>(p)] = SampleAt(p, x, y);
+                for (size_t p = 0; p < PlainPlaneCount(key.planes); ++p)
+                    samples[p] = SampleAt(p, x, y);
                 const PlainPixel pixel = PlainInverse(key, layout.IsRgb(), samples);
                 for (size_t k = 0; k < layout.bytes.size(); ++k)
                     if (uint8_t* const byte = ByteOf(k, x, y))
@@ -74,9 +74,9 @@ class PlainRun
         return pixel;
     }
 
-    uint8_t& SampleAt(int p, int x, int y)
+    uint8_t& SampleAt(size_t p, int x, int y)
     {
-        const PlaneInfo& plane = run.planes[static_cast<size_t>(p)];
+        const PlaneInfo& plane = run.planes[p];
         const int column = p == 0 ? x : x / layout.GroupPixels();
         return arena[static_cast<size_t>(plane.data - run.arena.data() + y * plane.pitch + column)];
     }
@@ -179,8 +179,8 @@ TEST(PackedFrontends, PlannedPlanesStayInTheArenaOfTheirPlaneCount)
                 const size_t phase = static_cast<size_t>(padding % 64);
                 const bool flip = frontend.SupportsFlip() && width % 4 == 0;
                 const PictureRun run(frontend, {width, height, pitch, phase, flip});
-                for (int p = 0; p < frontend.planeBackend.GetPlaneCount(); ++p) {
-                    const PlaneInfo& plane = run.planes[static_cast<size_t>(p)];
+                for (size_t p = 0; p < frontend.planeBackend.GetPlaneCount(); ++p) {
+                    const PlaneInfo& plane = run.planes[p];
                     const int planeWidth = frontend.planeBackend.GetPlaneWidth(p, width);
                     ASSERT_GE(plane.pitch, planeWidth);
                     ASSERT_GE(plane.data, run.arena.data());
@@ -194,7 +194,7 @@ TEST(PackedFrontends, PictureAndPlanesReachABoundaryTogetherInEveryRow)
 {
     ForEachPacked([](const FrontendKey& key, const PackedFrontend& frontend) {
         const PlainLayout& layout = *FindPlainLayout(key.host);
-        const auto planes = static_cast<size_t>(frontend.planeBackend.GetPlaneCount());
+        const size_t planes = frontend.planeBackend.GetPlaneCount();
         const auto address = [](const uint8_t* p) { return reinterpret_cast<uintptr_t>(p); };
         for (size_t phase = 0; phase < 64; phase += 4)
             for (int padding = 0; padding < 64; padding += 4)
@@ -271,8 +271,8 @@ TEST(PackedFrontends, NoRowsTouchNothing)
     ForEachPacked([](const FrontendKey&, const PackedFrontend& frontend) {
         for (const int rows : {0, -1, -100}) {
             PlaneArray nothing; // null pointers: any access would fault
-            frontend.Split(nothing, 100, rows, nothing);
-            frontend.Join(nothing, 100, rows, nothing);
+            frontend.Split(ReadOnly(nothing), 100, rows, nothing);
+            frontend.Join(nothing, 100, rows, ReadOnly(nothing));
         }
     });
 }
@@ -297,9 +297,9 @@ TEST(PackedFrontends, RowsAreNeverLongerThanTheirBound)
                     const int pitch =
                         alignUp(width * frontend.GetGroupBytes(0) / frontend.GetGroupPixels(0), 4) + padding;
                     PictureRun run(frontend, {width, 3, pitch, static_cast<size_t>(padding % 64), flip});
-                    for (int p = 0; p < frontend.planeBackend.GetPlaneCount(); ++p) {
+                    for (size_t p = 0; p < frontend.planeBackend.GetPlaneCount(); ++p) {
                         const int samples = frontend.planeBackend.GetPlaneWidth(p, width);
-                        const int planned = run.shapes[static_cast<size_t>(p)].pitch;
+                        const int planned = run.shapes[p].pitch;
                         ASSERT_GE(planned, samples) << key.host << " width " << width << " pitch " << pitch;
                         ASSERT_LE(planned, samples + kMaxRowPadding)
                             << key.host << " width " << width << " pitch " << pitch;
@@ -392,21 +392,20 @@ TEST(PackedFrontends, GeometryAnswersAsTheHostLaysOutItsPictures)
 {
     ForEachPacked([](const FrontendKey& key, const PackedFrontend& frontend) {
         const PlainLayout& layout = *FindPlainLayout(key.host);
-        EXPECT_EQ(frontend.GetPlaneCount(), 1);
+        EXPECT_EQ(frontend.GetPlaneCount(), 1U);
         EXPECT_EQ(frontend.GetGroupBytes(0), static_cast<int>(layout.bytes.size()));
         EXPECT_EQ(frontend.GetGroupPixels(0), layout.GroupPixels());
         EXPECT_EQ(frontend.SupportsFlip(), layout.GroupPixels() == 1);
-        for (const int plane : {0, 1, 3}) {
+        for (const size_t plane : {0, 1, 3}) {
             EXPECT_EQ(frontend.GetDefaultRowAlignment(plane), 4);
             EXPECT_EQ(frontend.GetBaseAlignment(plane), 4);
             EXPECT_EQ(frontend.GetPitchAlignment(plane), 4);
             EXPECT_EQ(frontend.GetPlaneWidth(plane, 7), 7);
             EXPECT_EQ(frontend.GetPlaneHeight(plane, 5), 5);
         }
-        EXPECT_EQ(frontend.flags, 0U);
         EXPECT_EQ(frontend.planeBackend.GetPlaneCount(), PlainPlaneCount(key.planes));
         EXPECT_EQ(frontend.nativeBackend.GetPlaneCount(),
-                  layout.GroupPixels() == 2 ? 3 : frontend.GetGroupBytes(0));
+                  layout.GroupPixels() == 2 ? 3U : layout.bytes.size());
         EXPECT_EQ(frontend.nativeBackend.GetHorizontalSubsampling(), layout.GroupPixels());
         EXPECT_EQ(frontend.planeBackend.GetHorizontalSubsampling(), key.planes == kCodeYuv422 ? 2 : 1);
         EXPECT_EQ(frontend.nativeBackend.GetVerticalSubsampling(), 1);

@@ -43,7 +43,7 @@ class PictureRun
     /// One band of rows, counted from the top of the image as coded.
     void Split(size_t form, int first, int rows)
     {
-        PlaneArray bandPicture = host;
+        ConstPlaneArray bandPicture = ReadOnly(host);
         PlaneArray bandPlanes = planes;
         bandPicture[0] = FromRow(host[0], shape.flip ? shape.height - first - rows : first);
         for (PlaneInfo& plane : bandPlanes) {
@@ -59,8 +59,8 @@ class PictureRun
     void Join(size_t form, int first, int rows)
     {
         PlaneArray bandPicture = host;
-        PlaneArray bandPlanes = planes;
-        for (PlaneInfo& plane : bandPlanes)
+        ConstPlaneArray bandPlanes = ReadOnly(planes);
+        for (ConstPlaneInfo& plane : bandPlanes)
             plane = FromRow(plane, first);
         if (shape.flip)
             bandPicture[0] = {RowAt(host[0], shape.height - first - 1), -shape.pitch};
@@ -81,8 +81,9 @@ class PictureRun
     PlaneArray planes;
 
   private:
-    void Walk(void (*kernel)(PackedRow, int, const ColorMatrix*), const PlaneArray& bandPicture, int rows,
-              const PlaneArray& bandPlanes) const
+    template <class Row, class Picture, class Planes>
+    void Walk(void (*kernel)(Row, int, const ColorMatrix*), const Picture& bandPicture, int rows,
+              const Planes& bandPlanes) const
     {
         for (int i = 0; i < rows; ++i)
             kernel({RowAt(bandPicture[0], i),

@@ -10,7 +10,7 @@
 #include <cstdint>
 
 /// Planes of a compressed format.
-inline int PlainPlaneCount(FormatId planes)
+inline size_t PlainPlaneCount(FormatId planes)
 {
     return planes == kCodeGray ? 1 : planes == kCodeRgba || planes == kCodeYuva ? 4 : 3;
 }
@@ -65,7 +65,7 @@ inline PlainPixel PlainForward(const FrontendKey& key, bool rgb, const PlainPixe
 /// The pixel that Join makes of the samples.
 inline PlainPixel PlainInverse(const FrontendKey& key, bool rgb, PlainPixel samples)
 {
-    const int planes = PlainPlaneCount(key.planes);
+    const size_t planes = PlainPlaneCount(key.planes);
     if (planes < 4)
         samples[3] = 255;
     if (planes < 3)

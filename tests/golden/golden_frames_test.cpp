@@ -41,8 +41,7 @@ TEST_P(Golden, FrameDecodesAsItDid)
         CompressInfo info;
         codec.BeginDecompress(info, record.data(), record.size(), golden.stream.host);
         ExactBuffer bytes(frame), into(decoded.size());
-        info.frame = bytes.data();
-        info.frameSize = static_cast<uint32_t>(bytes.size());
+        info.frame = bytes.Bytes();
         codec.SetImage(info, into.data());
         ASSERT_EQ(codec.Decompress(info), FrameStatus::Ok);
         EXPECT_TRUE(SameBytes(into.Bytes(), decoded))

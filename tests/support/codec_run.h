@@ -82,12 +82,12 @@ class CodecRun
     /// The frame of a tightly stored picture; empty when the codec refuses it.
     std::vector<uint8_t> Encode(std::span<const uint8_t> picture, size_t phase = 0)
     {
-        ExactBuffer source(picture, phase);
+        const ExactBuffer source(picture, phase);
         std::vector<uint8_t> frame(
             encoder.MaxCompressedSize(streamSpec.host, streamSpec.width, streamSpec.height, streamSpec.code),
             uint8_t{0xA5});
-        encoder.SetImage(compressInfo, source.data());
-        compressInfo.frame = frame.data();
+        encoder.SetSource(compressInfo, source.data());
+        compressInfo.output = frame.data();
         frame.resize(encoder.Compress(compressInfo));
         return frame;
     }
@@ -96,8 +96,7 @@ class CodecRun
     FrameStatus DecodeInto(std::span<const uint8_t> frame, uint8_t* picture)
     {
         ExactBuffer bytes(frame);
-        decompressInfo.frame = bytes.data();
-        decompressInfo.frameSize = static_cast<uint32_t>(bytes.size());
+        decompressInfo.frame = bytes.Bytes();
         decoder.SetImage(decompressInfo, picture);
         return decoder.Decompress(decompressInfo);
     }

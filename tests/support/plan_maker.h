@@ -39,8 +39,6 @@ class PlanMaker
             choice.compressing ? table.Find(choice.host, choice.code) : table.Find(choice.code, choice.host);
         if (!route)
             throw std::invalid_argument("no route for this plan");
-        if (route->converter)
-            route->converter->interpolate = true;
         return {.header = RecordOf(choice),
                 .route = *route,
                 .compressing = choice.compressing,

@@ -39,8 +39,7 @@ FrameStatus StreamReader::Decode(const Bytes& frame)
     uint32_t size = 0;
     codec.ComputePlanes(planes, nullptr, layout, header.width, header.height, &size);
     ExactBuffer bytes(frame), target(size);
-    info.frame = bytes.data();
-    info.frameSize = static_cast<uint32_t>(bytes.size());
+    info.frame = bytes.Bytes();
     codec.SetImage(info, target.data());
     const FrameStatus status = codec.Decompress(info);
     if (status == FrameStatus::Ok)

@@ -5,6 +5,7 @@
 #include "common/plane_info.h"
 #include "common/settings_records.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -37,11 +38,11 @@ class ImgProcBackend
   public:
     virtual ~ImgProcBackend() = default;
 
-    virtual int GetPlaneCount() const = 0;
+    virtual size_t GetPlaneCount() const = 0;
     /// Samples in a row of `plane` of a picture `width` pixels wide. Truncates.
-    virtual int GetPlaneWidth(int plane, int width) const = 0;
+    virtual int GetPlaneWidth(size_t plane, int width) const = 0;
     /// Rows of `plane` for `height` picture rows; also maps a picture row to a plane row. Truncates.
-    virtual int GetPlaneHeight(int plane, int height) const = 0;
+    virtual int GetPlaneHeight(size_t plane, int height) const = 0;
     virtual int GetHorizontalSubsampling() const = 0;
     virtual int GetVerticalSubsampling() const = 0;
     virtual int GetBytesPerSample() const = 0;

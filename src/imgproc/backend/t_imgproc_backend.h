@@ -19,14 +19,17 @@ class TImgProcBackendBase : public ImgProcBackend
                                     int height, PredictMethod method) const override;
 };
 
-/// A plane layout: `comps` planes; those behind the first are smaller by `hsub` and `vsub`.
-template <class Sample, int bits, int comps, int hsub, int vsub>
+/// A plane layout: `comps` planes; those after the first are smaller by `hsub` and `vsub`.
+template <class Sample, int bits, size_t comps, int hsub, int vsub>
 class TImgProcBackend final : public TImgProcBackendBase<Sample, bits>
 {
   public:
-    int GetPlaneCount() const override { return comps; }
-    int GetPlaneWidth(int plane, int width) const override { return plane == 0 ? width : width / hsub; }
-    int GetPlaneHeight(int plane, int height) const override { return plane == 0 ? height : height / vsub; }
+    size_t GetPlaneCount() const override { return comps; }
+    int GetPlaneWidth(size_t plane, int width) const override { return plane == 0 ? width : width / hsub; }
+    int GetPlaneHeight(size_t plane, int height) const override
+    {
+        return plane == 0 ? height : height / vsub;
+    }
     int GetHorizontalSubsampling() const override { return hsub; }
     int GetVerticalSubsampling() const override { return vsub; }
 };

@@ -45,6 +45,7 @@
 // other. The last group of a block with an odd number of groups runs beside one of another block.
 #include "imgproc/backend/unpredict_median_sse2.h"
 
+#include "common/as_size.h"
 #include "common/compiler.h"
 #include "common/unrolled.h"
 #include "imgproc/backend/predictor_rule_sse2.h"
@@ -97,7 +98,7 @@ void CopyBothEnds(uint8_t* target, ptrdiff_t targetPitch, const uint8_t* source,
                   int rows, int count)
 {
     assert(count >= static_cast<int>(size) && count <= static_cast<int>(2 * size));
-    const size_t last = static_cast<size_t>(count) - size;
+    const size_t last = AsSize(count) - size;
     for (int r = 0; r < rows; ++r, target += targetPitch, source += sourcePitch) {
         std::memcpy(target, source, size);
         std::memcpy(target + last, source + last, size);

@@ -1,5 +1,6 @@
 #include "imgproc/frontend/chroma_converters.h"
 
+#include "common/as_size.h"
 #include "imgproc/frontend/chroma_filters.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ constexpr size_t kChromaPlanes[] = {1, 2};
 /// Halves the rows of both chroma planes: target row i from source rows 2i - 1 to 2i + 1 by `smooth`, which
 /// may halve the width too, or from row 2i alone by `drop`. The row ahead of the first is the first.
 template <class Drop>
-void HalveRows(const PlaneArray& source, const PlaneArray& target, int count, const Band& band,
+void HalveRows(const ConstPlaneArray& source, const PlaneArray& target, int count, const Band& band,
                bool interpolate, ChromaFilter smooth, Drop drop)
 {
     for (const size_t p : kChromaPlanes)
@@ -55,8 +56,8 @@ void FillOddRows(const PlaneArray& planes, int count, int height, const Band& ba
 
 } // namespace
 
-void ImgProcConverter8_444_to_422::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int) const
+void ImgProcConverter8_444_to_422::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int, bool interpolate) const
 {
     const Band band(first, rows, height);
     const ChromaFilter filter = interpolate ? kChromaFilters.halveColumns : kChromaFilters.dropColumns;
@@ -65,23 +66,22 @@ void ImgProcConverter8_444_to_422::Convert(const PlaneArray& source, const Plane
             filter({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
 }
 
-void ImgProcConverter8_444_to_420::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int) const
+void ImgProcConverter8_444_to_420::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int, bool interpolate) const
 {
     HalveRows(source, target, width / 2, Band(first, rows, height), interpolate, kChromaFilters.halveBoth,
               [&](const uint8_t* from, uint8_t* to) { kChromaFilters.dropColumns({from}, to, width / 2); });
 }
 
-void ImgProcConverter8_422_to_420::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int) const
+void ImgProcConverter8_422_to_420::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int, bool interpolate) const
 {
-    HalveRows(
-        source, target, width / 2, Band(first, rows, height), interpolate, kChromaFilters.smoothRows,
-        [&](const uint8_t* from, uint8_t* to) { std::memcpy(to, from, static_cast<size_t>(width / 2)); });
+    HalveRows(source, target, width / 2, Band(first, rows, height), interpolate, kChromaFilters.smoothRows,
+              [&](const uint8_t* from, uint8_t* to) { std::memcpy(to, from, AsSize(width / 2)); });
 }
 
-void ImgProcConverter8_422_to_444::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int) const
+void ImgProcConverter8_422_to_444::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int, bool) const
 {
     const Band band(first, rows, height);
     for (const size_t p : kChromaPlanes)
@@ -89,8 +89,8 @@ void ImgProcConverter8_422_to_444::Convert(const PlaneArray& source, const Plane
             kChromaFilters.doubleColumns({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
 }
 
-void ImgProcConverter8_420_to_422::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int pass) const
+void ImgProcConverter8_420_to_422::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int pass, bool) const
 {
     const Band band(first, rows, height);
     if (pass == 1)
@@ -98,11 +98,11 @@ void ImgProcConverter8_420_to_422::Convert(const PlaneArray& source, const Plane
     // An odd height has a last even row without a source row.
     for (const size_t p : kChromaPlanes)
         for (int i = (band.first + 1) / 2; i < std::min((band.last + 1) / 2, height / 2); ++i)
-            std::memcpy(RowAt(target[p], 2 * i), RowAt(source[p], i), static_cast<size_t>(width / 2));
+            std::memcpy(RowAt(target[p], 2 * i), RowAt(source[p], i), AsSize(width / 2));
 }
 
-void ImgProcConverter8_420_to_444::Convert(const PlaneArray& source, const PlaneArray& target, int width,
-                                           int height, int first, int rows, int pass) const
+void ImgProcConverter8_420_to_444::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
+                                           int height, int first, int rows, int pass, bool) const
 {
     const Band band(first, rows, height);
     if (pass == 1)
@@ -117,5 +117,5 @@ void FillBand(const PlaneInfo& plane, int planeWidth, int vsub, int height, int 
 {
     const Band band(first, rows, height);
     for (int y = band.first / vsub; y < band.last / vsub; ++y)
-        std::memset(RowAt(plane, y), value, static_cast<size_t>(planeWidth));
+        std::memset(RowAt(plane, y), value, AsSize(planeWidth));
 }

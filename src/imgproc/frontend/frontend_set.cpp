@@ -8,11 +8,11 @@ const ImgProcFrontend* FrontendSet::Find(FormatId host, FormatId planes, ColorSt
     return table.Find({host, planes, standard});
 }
 
-ImgProcConverter* ConverterSet::Find(FormatId from, FormatId to)
+const ImgProcConverter* ConverterSet::Find(FormatId from, FormatId to) const
 {
     struct Row {
         FormatId from, to;
-        ImgProcConverter* converter;
+        const ImgProcConverter* converter;
     };
     const Row rows[] = {
         {kCodeYuv444, kCodeYuv422, &from444To422}, {kCodeYuv444, kCodeYuv420, &from444To420},

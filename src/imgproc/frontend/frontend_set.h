@@ -181,7 +181,7 @@ class ConverterSet
 {
   public:
     /// Null where no converter leads from one to the other. The object lives as long as the set.
-    ImgProcConverter* Find(FormatId from, FormatId to);
+    const ImgProcConverter* Find(FormatId from, FormatId to) const;
 
   private:
     ImgProcConverter8_444_to_422 from444To422;

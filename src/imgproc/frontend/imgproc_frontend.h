@@ -5,7 +5,9 @@
 #include "common/plane_layout.h"
 #include "imgproc/backend/imgproc_backend.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 
 /// Bytes by which a row of planes may be longer than its samples.
 inline constexpr int kMaxRowPadding = 64;
@@ -25,25 +27,24 @@ class ImgProcFrontend
 
     const ImgProcBackend& planeBackend;  ///< layout of the planes that Split makes and Join takes
     const ImgProcBackend& nativeBackend; ///< layout of the host picture itself
-    uint32_t flags = 0;                  ///< reserved; nothing reads it
 
     // Geometry of the host picture, by picture plane. A class with one plane ignores `plane`.
 
-    virtual int GetPlaneCount() const = 0;
+    virtual size_t GetPlaneCount() const = 0;
     /// Pitch granule in bytes of a picture that is laid out by default.
-    virtual int GetDefaultRowAlignment(int plane) const = 0;
-    virtual int GetBaseAlignment(int plane) const = 0;
-    virtual int GetPitchAlignment(int plane) const { return GetBaseAlignment(plane); }
-    virtual int GetGroupBytes(int plane) const = 0;  ///< bytes of one pixel group
-    virtual int GetGroupPixels(int plane) const = 0; ///< pixels of one pixel group
-    virtual int GetPlaneWidth(int plane, int width) const = 0;
-    virtual int GetPlaneHeight(int plane, int rows) const = 0;
+    virtual int GetDefaultRowAlignment(size_t plane) const = 0;
+    virtual int GetBaseAlignment(size_t plane) const = 0;
+    virtual int GetPitchAlignment(size_t plane) const { return GetBaseAlignment(plane); }
+    virtual int GetGroupBytes(size_t plane) const = 0;  ///< bytes of one pixel group
+    virtual int GetGroupPixels(size_t plane) const = 0; ///< pixels of one pixel group
+    virtual int GetPlaneWidth(size_t plane, int width) const = 0;
+    virtual int GetPlaneHeight(size_t plane, int rows) const = 0;
     /// Whether the picture can be handled bottom-up.
     virtual bool SupportsFlip() const = 0;
 
     /// The plane of the host's picture that is plane `plane` of planeBackend itself, so that Split and Join
-    /// have nothing to do; -1 where they move the samples.
-    virtual int GetHostPlane(int plane) const = 0;
+    /// have nothing to do; none where they move the samples.
+    virtual std::optional<size_t> GetHostPlane(size_t plane) const = 0;
     /// How rows of planes are to be stored so that Split and Join run aligned on both sides. A row is at most
     /// kMaxRowPadding bytes longer than its samples. Planes that are the host's own have no shape.
     /// picture  plane 0 of the checked host picture
@@ -51,7 +52,9 @@ class ImgProcFrontend
     virtual PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
                                        bool flip) const = 0;
     /// Takes `rows` rows of the picture to the planes. Both arrays point at the first row of the band.
-    virtual void Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const = 0;
+    virtual void Split(const ConstPlaneArray& picture, int width, int rows,
+                       const PlaneArray& planes) const = 0;
     /// The reverse of Split.
-    virtual void Join(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const = 0;
+    virtual void Join(const PlaneArray& picture, int width, int rows,
+                      const ConstPlaneArray& planes) const = 0;
 };

@@ -7,13 +7,13 @@
 
 namespace {
 
-void WalkRows(void (*kernel)(PackedRow, int, const ColorMatrix*), const PlaneArray& picture, int width,
-              int rows, const PlaneArray& planes, const ColorMatrix* matrix)
+template <class Row, class Picture, class Planes>
+void WalkRows(void (*kernel)(Row, int, const ColorMatrix*), const Picture& picture, int width, int rows,
+              const Planes& planes, const ColorMatrix* matrix)
 {
     for (int i = 0; i < rows; ++i) {
-        const PackedRow row{
-            RowAt(picture[0], i),
-            {RowAt(planes[0], i), RowAt(planes[1], i), RowAt(planes[2], i), RowAt(planes[3], i)}};
+        const Row row{RowAt(picture[0], i),
+                      {RowAt(planes[0], i), RowAt(planes[1], i), RowAt(planes[2], i), RowAt(planes[3], i)}};
         kernel(row, width, matrix);
     }
 }
@@ -32,12 +32,13 @@ uint32_t PhaseOfLead(int lead)
 
 } // namespace
 
-void PackedFrontend::Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const
+void PackedFrontend::Split(const ConstPlaneArray& picture, int width, int rows,
+                           const PlaneArray& planes) const
 {
     WalkRows(Fastest(rowForms).split, picture, width, rows, planes, colorMatrix);
 }
 
-void PackedFrontend::Join(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const
+void PackedFrontend::Join(const PlaneArray& picture, int width, int rows, const ConstPlaneArray& planes) const
 {
     WalkRows(Fastest(rowForms).join, picture, width, rows, planes, colorMatrix);
 }
@@ -73,7 +74,7 @@ PlaneShapes PackedPixelFrontend::PrepareBuffers(const ConstPlaneInfo& picture, i
 
     assert(planePitch <= width + kMaxRowPadding);
     PlaneShapes shapes{};
-    for (size_t i = 0; i < static_cast<size_t>(planeBackend.GetPlaneCount()); ++i)
+    for (size_t i = 0; i < planeBackend.GetPlaneCount(); ++i)
         shapes[i] = {planePitch, height, PhaseOfLead(leadPixels)};
     return shapes;
 }
@@ -87,7 +88,7 @@ PlaneShapes Packed422Frontend::PrepareBuffers(const ConstPlaneInfo& picture, int
     const int lead = BytesToBoundary(picture.data, 64);
 
     PlaneShapes shapes{};
-    for (size_t i = 0; i < static_cast<size_t>(planeBackend.GetPlaneCount()); ++i) {
+    for (size_t i = 0; i < planeBackend.GetPlaneCount(); ++i) {
         const int samplePairs = i == 0 ? 2 : 4; // picture bytes for each sample of the plane
         shapes[i] = {reduced / samplePairs, height, PhaseOfLead(lead / samplePairs)};
         assert(shapes[i].pitch <= width + kMaxRowPadding);

@@ -19,14 +19,14 @@ class PackedFrontend : public ImgProcFrontend
         : ImgProcFrontend(planes, native), rowForms(forms), colorMatrix(matrix)
     {}
 
-    int GetPlaneCount() const override { return 1; }
-    int GetDefaultRowAlignment(int) const override { return 4; }
-    int GetBaseAlignment(int) const override { return 4; }
-    int GetPlaneWidth(int, int width) const override { return width; }
-    int GetPlaneHeight(int, int rows) const override { return rows; }
-    int GetHostPlane(int) const override { return -1; }
-    void Split(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
-    void Join(const PlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
+    size_t GetPlaneCount() const override { return 1; }
+    int GetDefaultRowAlignment(size_t) const override { return 4; }
+    int GetBaseAlignment(size_t) const override { return 4; }
+    int GetPlaneWidth(size_t, int width) const override { return width; }
+    int GetPlaneHeight(size_t, int rows) const override { return rows; }
+    std::optional<size_t> GetHostPlane(size_t) const override { return std::nullopt; }
+    void Split(const ConstPlaneArray& picture, int width, int rows, const PlaneArray& planes) const final;
+    void Join(const PlaneArray& picture, int width, int rows, const ConstPlaneArray& planes) const final;
 
     const PackedRowForms& rowForms;       ///< all forms, for tests and benchmarks
     const ColorMatrix* const colorMatrix; ///< what the row kernels take
@@ -38,7 +38,7 @@ class PackedPixelFrontend : public PackedFrontend
   public:
     using PackedFrontend::PackedFrontend;
 
-    int GetGroupPixels(int) const override { return 1; }
+    int GetGroupPixels(size_t) const override { return 1; }
     bool SupportsFlip() const override { return true; }
     PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
                                bool flip) const override;
@@ -61,7 +61,7 @@ class TPackedPixelFrontend final
                               D::Algo::kMatrix)
     {}
 
-    int GetGroupBytes(int) const override { return D::Order::kPixelBytes; }
+    int GetGroupBytes(size_t) const override { return D::Order::kPixelBytes; }
 };
 
 template <int planes, class D>
@@ -76,8 +76,8 @@ class Packed422Frontend : public PackedFrontend
   public:
     using PackedFrontend::PackedFrontend;
 
-    int GetGroupBytes(int) const override { return 4; }
-    int GetGroupPixels(int) const override { return 2; }
+    int GetGroupBytes(size_t) const override { return 4; }
+    int GetGroupPixels(size_t) const override { return 2; }
     bool SupportsFlip() const override { return false; }
     PlaneShapes PrepareBuffers(const ConstPlaneInfo& picture, int width, int height,
                                bool flip) const override;

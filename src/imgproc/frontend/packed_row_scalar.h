@@ -10,7 +10,7 @@
 
 /// Takes the pixels of columns [begin, end) to the planes.
 template <int planes, class Order, class Step>
-void SplitPixels(PackedRow row, Step step, int begin, int end)
+void SplitPixels(SplitRow row, Step step, int begin, int end)
 {
     constexpr int kPixelBytes = Order::kPixelBytes;
     for (int x = begin; x < end; ++x) {
@@ -24,7 +24,7 @@ void SplitPixels(PackedRow row, Step step, int begin, int end)
 
 /// The reverse of SplitPixels.
 template <int planes, class Order, class Step>
-void JoinPixels(PackedRow row, Step step, int begin, int end)
+void JoinPixels(JoinRow row, Step step, int begin, int end)
 {
     constexpr int kPixelBytes = Order::kPixelBytes;
     for (int x = begin; x < end; ++x) {
@@ -37,13 +37,13 @@ void JoinPixels(PackedRow row, Step step, int begin, int end)
 }
 
 template <int planes, class Order, class Step>
-void SplitRowScalar(PackedRow row, int width, const ColorMatrix* matrix)
+void SplitRowScalar(SplitRow row, int width, const ColorMatrix* matrix)
 {
     SplitPixels<planes, Order>(row, Step(matrix), 0, width);
 }
 
 template <int planes, class Order, class Step>
-void JoinRowScalar(PackedRow row, int width, const ColorMatrix* matrix)
+void JoinRowScalar(JoinRow row, int width, const ColorMatrix* matrix)
 {
     JoinPixels<planes, Order>(row, Step(matrix), 0, width);
 }

@@ -29,7 +29,7 @@ struct PixelCut {
 /// Takes the pixels of columns [begin, end), a multiple of 16, to the planes. At `begin` picture and planes
 /// are 16-byte aligned.
 template <int planes, class Order, class Step>
-void SplitVectors(PackedRow row, Step step, int begin, int end)
+void SplitVectors(SplitRow row, Step step, int begin, int end)
 {
     constexpr int kPixelBytes = Order::kPixelBytes;
     assert(begin == end || IsVectorAligned(row.pixels + begin * kPixelBytes));
@@ -46,7 +46,7 @@ void SplitVectors(PackedRow row, Step step, int begin, int end)
 
 /// The reverse of SplitVectors.
 template <int planes, class Order, class Step>
-void JoinVectors(PackedRow row, Step step, int begin, int end)
+void JoinVectors(JoinRow row, Step step, int begin, int end)
 {
     constexpr int kPixelBytes = Order::kPixelBytes;
     assert(begin == end || IsVectorAligned(row.pixels + begin * kPixelBytes));
@@ -66,7 +66,7 @@ void JoinVectors(PackedRow row, Step step, int begin, int end)
 }
 
 template <int planes, class Order, class Step>
-void SplitRowSse2(PackedRow row, int width, const ColorMatrix* matrix)
+void SplitRowSse2(SplitRow row, int width, const ColorMatrix* matrix)
 {
     const Step step(matrix);
     const PixelCut cut(row.planes[0], width);
@@ -76,7 +76,7 @@ void SplitRowSse2(PackedRow row, int width, const ColorMatrix* matrix)
 }
 
 template <int planes, class Order, class Step>
-void JoinRowSse2(PackedRow row, int width, const ColorMatrix* matrix)
+void JoinRowSse2(JoinRow row, int width, const ColorMatrix* matrix)
 {
     const Step step(matrix);
     const PixelCut cut(row.planes[0], width);

@@ -1,6 +1,7 @@
 // Row kernels of packed layouts: one picture row to its plane rows and back.
 #pragma once
 
+#include "common/plane_info.h"
 #include "common/vector_level.h"
 #include "imgproc/frontend/color_matrix.h"
 #include "imgproc/frontend/decorr.h"
@@ -9,10 +10,14 @@
 #include <cstdint>
 
 /// A picture row and the plane rows that belong to it. Planes that a kernel does not have are never touched.
-struct PackedRow {
-    uint8_t* pixels;
-    std::array<uint8_t*, 4> planes;
+template <class Pixel, class Sample>
+struct BasicPackedRow {
+    Pixel* pixels;
+    std::array<Sample*, kMaxPlanes> planes;
 };
+
+using SplitRow = BasicPackedRow<const uint8_t, uint8_t>;
+using JoinRow = BasicPackedRow<uint8_t, const uint8_t>;
 
 /// Both directions of one layout in one form. `width` counts pixels, 0 or more; nothing outside the row is
 /// read or written. `matrix` is null where the layout needs none. The SSE2 forms use aligned access: what
@@ -20,8 +25,8 @@ struct PackedRow {
 /// row to one. PrepareBuffers plans the planes so.
 struct PackedRowForm {
     const char* name;
-    void (*split)(PackedRow row, int width, const ColorMatrix* matrix);
-    void (*join)(PackedRow row, int width, const ColorMatrix* matrix);
+    void (*split)(SplitRow row, int width, const ColorMatrix* matrix);
+    void (*join)(JoinRow row, int width, const ColorMatrix* matrix);
 };
 
 /// All implementations for one layout, the scalar reference first.

@@ -12,7 +12,7 @@ namespace {
 constexpr uint8_t kNeutral = 128;
 
 template <class Order, bool lumaOnly>
-void SplitPairs(const PackedRow& row, int begin, int end)
+void SplitPairs(const SplitRow& row, int begin, int end)
 {
     for (int j = begin; j < end; ++j) {
         const uint8_t* const pair = row.pixels + 4 * j;
@@ -26,7 +26,7 @@ void SplitPairs(const PackedRow& row, int begin, int end)
 }
 
 template <class Order, bool lumaOnly>
-void JoinPairs(const PackedRow& row, int begin, int end)
+void JoinPairs(const JoinRow& row, int begin, int end)
 {
     for (int j = begin; j < end; ++j) {
         uint8_t* const pair = row.pixels + 4 * j;
@@ -38,13 +38,13 @@ void JoinPairs(const PackedRow& row, int begin, int end)
 }
 
 template <class Order, bool lumaOnly>
-void SplitRow422Scalar(PackedRow row, int width, const ColorMatrix*)
+void SplitRow422Scalar(SplitRow row, int width, const ColorMatrix*)
 {
     SplitPairs<Order, lumaOnly>(row, 0, width / 2);
 }
 
 template <class Order, bool lumaOnly>
-void JoinRow422Scalar(PackedRow row, int width, const ColorMatrix*)
+void JoinRow422Scalar(JoinRow row, int width, const ColorMatrix*)
 {
     JoinPairs<Order, lumaOnly>(row, 0, width / 2);
 }
@@ -74,7 +74,7 @@ struct PairCut {
 };
 
 template <class Order, bool lumaOnly>
-void SplitRow422Sse2(PackedRow row, int width, const ColorMatrix*)
+void SplitRow422Sse2(SplitRow row, int width, const ColorMatrix*)
 {
     const PairCut cut(row.pixels, width);
     SplitPairs<Order, lumaOnly>(row, 0, cut.lead);
@@ -113,7 +113,7 @@ void StorePairs(uint8_t* pairs, __m128i luma, __m128i chroma)
 }
 
 template <class Order, bool lumaOnly>
-void JoinRow422Sse2(PackedRow row, int width, const ColorMatrix*)
+void JoinRow422Sse2(JoinRow row, int width, const ColorMatrix*)
 {
     const PairCut cut(row.pixels, width);
     JoinPairs<Order, lumaOnly>(row, 0, cut.lead);

@@ -12,18 +12,18 @@ class ImgProcFrontend_PlanarCommon : public ImgProcFrontend
   public:
     using ImgProcFrontend::ImgProcFrontend;
 
-    int GetPlaneCount() const override { return planeBackend.GetPlaneCount(); }
-    int GetDefaultRowAlignment(int) const override { return 1; }
-    int GetBaseAlignment(int) const override { return 1; }
-    int GetGroupBytes(int) const override { return 1; }
-    int GetGroupPixels(int) const override { return 1; }
-    int GetPlaneWidth(int, int width) const override { return width; }
-    int GetPlaneHeight(int, int rows) const override { return rows; }
+    size_t GetPlaneCount() const override { return planeBackend.GetPlaneCount(); }
+    int GetDefaultRowAlignment(size_t) const override { return 1; }
+    int GetBaseAlignment(size_t) const override { return 1; }
+    int GetGroupBytes(size_t) const override { return 1; }
+    int GetGroupPixels(size_t) const override { return 1; }
+    int GetPlaneWidth(size_t, int width) const override { return width; }
+    int GetPlaneHeight(size_t, int rows) const override { return rows; }
     bool SupportsFlip() const override { return false; }
-    int GetHostPlane(int plane) const override { return plane; }
+    std::optional<size_t> GetHostPlane(size_t plane) const override { return plane; }
     PlaneShapes PrepareBuffers(const ConstPlaneInfo&, int, int, bool) const override { return {}; }
-    void Split(const PlaneArray&, int, int, const PlaneArray&) const override {}
-    void Join(const PlaneArray&, int, int, const PlaneArray&) const override {}
+    void Split(const ConstPlaneArray&, int, int, const PlaneArray&) const override {}
+    void Join(const PlaneArray&, int, int, const ConstPlaneArray&) const override {}
 };
 
 /// Y alone.
@@ -39,8 +39,8 @@ class ImgProcFrontend_I420 : private OwnedLayouts<Layout420>, public ImgProcFron
   public:
     ImgProcFrontend_I420() : ImgProcFrontend_PlanarCommon(firstLayout, secondLayout) {}
 
-    int GetPlaneWidth(int plane, int width) const override { return plane == 0 ? width : width / 2; }
-    int GetPlaneHeight(int plane, int rows) const override { return plane == 0 ? rows : rows / 2; }
+    int GetPlaneWidth(size_t plane, int width) const override { return plane == 0 ? width : width / 2; }
+    int GetPlaneHeight(size_t plane, int rows) const override { return plane == 0 ? rows : rows / 2; }
 };
 
 /// Y, U, V, all of full size.
@@ -55,7 +55,7 @@ template <class Base>
 class TPlanarWithVFirst : public Base
 {
   public:
-    int GetHostPlane(int plane) const override { return plane == 0 ? 0 : 3 - plane; }
+    std::optional<size_t> GetHostPlane(size_t plane) const override { return plane == 0 ? 0 : 3 - plane; }
 };
 
 class ImgProcFrontend_YV12 final : public TPlanarWithVFirst<ImgProcFrontend_I420>
