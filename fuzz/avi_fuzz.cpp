@@ -130,7 +130,7 @@ void CheckRepaired(const AviFile& file, const ByteSource& source,
     const MemorySource memory(repaired);
     AviRepair repair(memory, "output.avi");
     MemorySink again;
-    repair.Run(again, [](uint32_t) {});
+    repair.Run(again, [](uint32_t) { return true; });
     Require(repair.Changes().empty(), "a repaired file has nothing to put right");
     Require(again.bytes == repaired, "a second repair changes nothing");
 }
@@ -139,7 +139,7 @@ void CheckRepair(const AviFile& file, const ByteSource& source)
 {
     MemorySink sink;
     try {
-        AviRepair(source, "input.avi").Run(sink, [](uint32_t) {});
+        AviRepair(source, "input.avi").Run(sink, [](uint32_t) { return true; });
     } catch (const ToolError& error) {
         Require(ErrorLine(error).back() == '\n', "an error is a line");
         return;

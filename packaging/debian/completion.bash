@@ -25,7 +25,7 @@ _orvane()
             '') words="$commands --help --version --quiet --force --max-pixels" ;;
             encode) words="--output --format --lossless --method --threads --interlaced --no-interlaced --matrix --full-range
                 --no-full-range --interpolate --no-interpolate --fps --raw --verify $everywhere" ;;
-            decode) words="--output --to --frames --threads --no-check $everywhere" ;;
+            decode) words="--output --to --frames --threads --no-check --hold $everywhere" ;;
             info) words="--frames --json $everywhere" ;;
             verify) words="--against --after-conversion --raw $everywhere" ;;
             inspect) words="--frame --output $everywhere" ;;

@@ -136,10 +136,12 @@ TEST_F(RepairTest, IndexesAreWrittenAnew)
     SetWord(bytes, indx, avi::kJunk);
     SetWord(bytes, ix, avi::kJunk);
     SetWord(bytes, idx1, avi::kJunk);
-    ExpectWholeAgain(bytes, "put right: there was no index\n");
+    ExpectWholeAgain(bytes, "put right: there is no index\n");
     bytes = good;
     SetWord(bytes, ix + 12, 3); // entries
-    ExpectWholeAgain(bytes, "put right: the index did not fit the frames\n");
+    ExpectWholeAgain(bytes, "put right: the index has gaps: it lacks 2 of 5 frames\n");
+    SetWord(bytes, ix + 8 + avi::kIndexHeadSize, 1); // place of the first frame
+    ExpectWholeAgain(bytes, "put right: the index does not fit the frames\n");
 }
 
 TEST_F(RepairTest, WholeFileIsCopiedAndSaidToBeWhole)
@@ -383,7 +385,7 @@ TEST_F(RepairTest, NoBytesHarmItAndWhatItWritesIsWhole)
         try {
             AviRepair repair(source, "test.avi");
             MemorySink sink;
-            repair.Run(sink, [](uint32_t) {});
+            repair.Run(sink, [](uint32_t) { return true; });
             const AviFile out = ReadAviBytes(sink.bytes);
             ASSERT_EQ(out.frames.size(), repair.FrameCount()) << "seed " << seed << " round " << round;
             ASSERT_TRUE(out.IsWhole()) << "seed " << seed << " round " << round

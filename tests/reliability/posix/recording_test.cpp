@@ -149,3 +149,47 @@ TEST_F(Recording, ASecondCtrlCEndsAtOnce)
     close(probe);
     close(pipe);
 }
+
+TEST_F(Recording, ARepairThatIsAbortedLeavesACompleteUnfinishedFile)
+{
+    const std::string y4m = Y4mHead() + Y4mFrames(400);
+    WriteText(Name("in.y4m"), y4m);
+    ASSERT_EQ(RunToolProcess(folder, {"encode", "in.y4m", "-o", "in.avi"}).code, 0);
+    std::filesystem::remove(folder.Path() / "out.avi");
+    for (int tries = 0; tries < 50; ++tries) {
+        ToolProcess tool(folder, {"repair", "in.avi", "-o", "out.avi"});
+        ASSERT_TRUE(WaitFor(
+            [&] { return Exists("out.avi") || (Exists("out.avi.part") && FramesIn("out.avi.part") > 0); }));
+        tool.Signal(SIGINT);
+        const ToolEnd end = tool.Wait();
+        if (Exists("out.avi")) {
+            std::filesystem::remove(folder.Path() / "out.avi");
+            continue;
+        }
+        EXPECT_EQ(end.signal, SIGINT);
+        const int frames = DecodedFrames("out.avi.part", y4m);
+        EXPECT_GT(frames, 0);
+        EXPECT_NE(end.err.find(Counted(static_cast<uint64_t>(frames), "frame")), std::string::npos)
+            << end.err;
+        EXPECT_EQ(Verify("out.avi.part"), 0) << "index and checksums are there";
+        return;
+    }
+    FAIL() << "no signal came in time";
+}
+
+TEST_F(Recording, APipeThatNobodyWritesToIsGivenUp)
+{
+    ASSERT_EQ(mkfifo(Name("pipe.y4m").c_str(), 0666), 0);
+    const std::vector<std::vector<std::string>> lines = {{"encode", "pipe.y4m", "-o", "new.avi"},
+                                                         {"verify", "in.avi", "--against", "pipe.y4m"}};
+    ASSERT_EQ(RunToolProcess(folder, {"encode", "-", "-o", "in.avi"}, Y4mHead() + Y4mFrames(1)).code, 0);
+    for (const auto& line : lines) {
+        ToolProcess tool(folder, line);
+        ASSERT_TRUE(WaitFor([&] { return tool.Catches(SIGTERM); }));
+        tool.Signal(SIGTERM);
+        const ToolEnd end = tool.Wait(/*endInput=*/false);
+        EXPECT_EQ(end.signal, SIGTERM) << end.err;
+        EXPECT_TRUE(end.err.starts_with("orvane: error: interrupted")) << end.err;
+        EXPECT_FALSE(Exists("new.avi") || Exists("new.avi.part"));
+    }
+}

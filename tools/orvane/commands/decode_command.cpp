@@ -20,6 +20,7 @@ struct DecodeOptions {
     std::string frames;
     std::optional<uint32_t> threads;
     bool noCheck = false;
+    bool hold = false;
 };
 
 struct FrameRange {
@@ -51,7 +52,10 @@ class Decoding
     Decoding(const DecodeOptions& options_, ToolContext& context_)
         : options(options_), context(context_), stream(PathOf(options.input)),
           range(ParseRange(options.frames, stream.FrameCount(), options.input))
-    {}
+    {
+        if (stream.FrameCount() == 0)
+            throw ToolError("the file has no frames", options.input, "there is nothing to decode");
+    }
 
     ExitCode Run()
     {
@@ -60,7 +64,8 @@ class Decoding
         if (!options.noCheck)
             check = std::make_unique<FrameCheck>(stream, context.driver, range.first);
         WriteFrames();
-        return ReportDamage();
+        FinishCheck();
+        return ReportLosses();
     }
 
   private:
@@ -92,33 +97,79 @@ class Decoding
         decoder->Clear();
     }
 
+    /// Frames that the index names before a frame of the range, or after the last one, and that are missing.
+    uint64_t MissingBefore(size_t number) const
+    {
+        const bool isInside =
+            (number > range.first || number == 0) && (number < range.end || number == stream.FrameCount());
+        uint64_t count = 0;
+        for (const AviGap& gap : stream.File().gaps)
+            count += isInside && gap.before == number ? gap.count : 0;
+        return count;
+    }
+
+    /// The numbers under which pictures are written: with --hold those of the frames before the file lost
+    /// some.
+    FrameNumbers OutputNumbers() const
+    {
+        FrameNumbers numbers{range.first, range.Count()};
+        if (options.hold)
+            for (const AviGap& gap : stream.File().gaps) {
+                const bool isBefore = gap.before <= range.first && range.first > 0;
+                numbers.first += isBefore ? gap.count : 0;
+                numbers.count += isBefore || MissingBefore(gap.before) == 0 ? 0 : gap.count;
+            }
+        return numbers;
+    }
+
     void WriteFrames()
     {
         const VideoInfo info = stream.InfoFor(*layout);
+        const FrameNumbers numbers = OutputNumbers();
         const std::unique_ptr<FrameSink> sink =
-            OpenSink(options.output, kind, info, {range.first, range.Count()}, context.out, context.outputs);
-        Progress progress(context.ProgressStream(), range.Count());
+            OpenSink(options.output, kind, info, numbers, context.out, context.outputs);
+        Progress progress(context.ProgressStream(), numbers.count);
         std::vector<uint8_t> picture(info.FrameBytes());
+        const auto write = [&](size_t frameBytes) {
+            ThrowIfInterrupted();
+            sink->Write(picture, numbers.first + progress.Frames());
+            progress.Add(picture.size(), frameBytes);
+        };
+        const auto hold = [&](size_t number) {
+            for (uint64_t i = options.hold ? MissingBefore(number) : 0; i > 0; --i)
+                write(0);
+        };
         SeekBack();
         try {
             for (size_t number = range.first; number < range.end; ++number) {
-                ThrowIfInterrupted();
-                const std::span<const uint8_t> frame = stream.ReadFrame(number);
-                const bool refused = !decoder->Decompress(frame);
-                if (check)
-                    check->AddDecoded(number, frame, refused);
-                else if (refused)
-                    NoteDamage(number, {});
+                if (number > 0)
+                    hold(number);
+                const size_t frameBytes = Decode(number);
                 decoder->Read(picture);
-                sink->Write(picture, number);
-                progress.Add(picture.size(), frame.size());
+                if (number == 0) // nothing comes before it that could be held
+                    hold(number);
+                write(frameBytes);
             }
+            hold(range.end);
             ThrowIfInterrupted();
             sink->Finish();
         } catch (ToolError& error) {
             sink->NamePart(error, progress.Frames());
             throw;
         }
+    }
+
+    /// Returns the size of the frame.
+    size_t Decode(size_t number)
+    {
+        ThrowIfInterrupted();
+        const std::span<const uint8_t> frame = stream.ReadFrame(number);
+        const bool refused = !decoder->Decompress(frame);
+        if (check)
+            check->AddDecoded(number, frame, refused);
+        else if (refused)
+            NoteDamage(number, {});
+        return frame.size();
     }
 
     /// A first frame that is empty shows the picture of the last one before it that is not.
@@ -139,30 +190,55 @@ class Decoding
                            (rows.empty() ? "" : " in " + rows);
     }
 
-    ExitCode ReportDamage()
+    void FinishCheck()
     {
         if (check)
             for (const auto& [number, fault] : check->Finish())
                 NoteDamage(number, fault.rows);
+        if (damaged > kNamedFrames)
+            damagedText += " ...";
+    }
+
+    /// Everything that keeps the output from being what was recorded, in one line.
+    ExitCode ReportLosses() const
+    {
         const AviFile& file = stream.File();
-        if (damaged > 0) {
-            if (damaged > kNamedFrames)
-                damagedText += " ...";
-            throw ToolError(
-                std::to_string(damaged) + " of " + Counted(range.Count(), "frame") +
-                    (damaged == 1 ? " is" : " are") + " damaged (" + damagedText + ")",
-                options.input,
-                "frames that cannot be decoded show the picture before them; orvane verify says more",
-                ExitCode::DonePartly);
-        }
+        std::vector<std::string> losses, remedies;
+        const auto note = [&](const std::string& loss, const std::string& remedy) {
+            losses.push_back(loss);
+            remedies.push_back(remedy);
+        };
+        if (damaged > 0)
+            note(std::to_string(damaged) + " of " + Counted(range.Count(), "frame") +
+                     (damaged == 1 ? " is" : " are") + " damaged (" + damagedText + ")",
+                 "frames that cannot be decoded show the picture before them; orvane verify says more");
+        if (const std::string missing = MissingText(); !missing.empty())
+            note(missing, options.hold
+                              ? "the picture before them is repeated"
+                              : "--hold repeats the picture before them, so that sound stays in step");
         if (file.cut && range.end == stream.FrameCount())
-            throw ToolError("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"),
-                            options.input, Counted(range.Count(), "frame") + " decoded",
-                            ExitCode::DonePartly);
+            note("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"),
+                 Counted(range.Count(), "frame") + " decoded");
+        else if (file.mayLackFrames)
+            note("frames may be missing: some bytes belong to no chunk",
+                 Counted(range.Count(), "frame") + " decoded");
         if (check && check->ChecksumsUnreadable())
-            throw ToolError("the checksums are damaged or belong to another video", options.input,
-                            "frames were checked by their structure alone", ExitCode::DonePartly);
-        return ExitCode::Done;
+            note("the checksums are damaged or belong to another video",
+                 "frames were checked by their structure alone");
+        if (losses.empty())
+            return ExitCode::Done;
+        throw ToolError(Joined(losses), options.input, Joined(remedies), ExitCode::DonePartly);
+    }
+
+    /// "missing: 3 frames before frame 4, 1 frame at the end"; empty when none is.
+    std::string MissingText() const
+    {
+        std::string text;
+        size_t places = 0;
+        for (const AviGap& gap : stream.File().gaps)
+            if (MissingBefore(gap.before) > 0 && places++ < kNamedFrames)
+                text += (text.empty() ? "missing: " : ", ") + stream.File().TextOf(gap);
+        return places > kNamedFrames ? text + " ..." : text;
     }
 
     static constexpr size_t kNamedFrames = 8;
@@ -195,6 +271,7 @@ void AddDecodeCommand(CLI::App& app, Action& action)
     command->add_option("--frames", options->frames, "Frames A-B or A, counted from 0");
     AddThreadsOption(*command, options->threads);
     command->add_flag("--no-check", options->noCheck, "Do not compare frames with their checksums");
+    command->add_flag("--hold", options->hold, "Repeat the picture before missing frames in their place");
     command->callback([options, &action] {
         action = [options](ToolContext& context) {
             context.outputs.Protect(PathOf(options->input));

@@ -10,12 +10,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iomanip>
 #include <memory>
 #include <ostream>
+#include <string_view>
 
 namespace {
 
@@ -29,16 +29,16 @@ struct InfoOptions {
 constexpr size_t kMethods = kBlockMethods + 1;
 
 struct FrameFacts {
-    AviFrame place;
     std::array<uint64_t, kMethods> methods{};
     uint64_t rawBlocks = 0;
     std::string fault;
 };
 
-/// All that the command tells, in whatever form.
+/// All that the command tells, in whatever form. What it tells of single frames is read when it is printed:
+/// a file may have millions of them.
 struct StreamFacts {
     const VideoStream* stream;
-    std::vector<FrameFacts> frames;
+    uint64_t damaged = 0; ///< frames
     std::array<uint64_t, kMethods> methods{};
     uint64_t rawBlocks = 0;
     uint64_t bytes = 0;
@@ -55,29 +55,33 @@ struct StreamFacts {
     std::string Range() const { return IsFullRange(stream->Record()) ? "full" : "limited"; }
 };
 
+FrameFacts ReadFacts(const VideoStream& stream, const AviFrame& place)
+{
+    FrameFacts facts;
+    if (place.size == 0)
+        return facts;
+    FrameStructure structure = ReadFrameStructure(stream.Source(), place.offset, place.size, stream.Record(),
+                                                  stream.Format().planes);
+    facts.methods = structure.CountPredictors();
+    facts.rawBlocks = structure.CountRaw();
+    facts.fault = std::move(structure.fault);
+    return facts;
+}
+
 StreamFacts CollectFacts(const VideoStream& stream)
 {
-    StreamFacts facts{.stream = &stream,
-                      .frames = {},
-                      .checksums = stream.ReadChecksums(),
-                      .problems = FindHostProblems(stream)};
+    StreamFacts facts{
+        .stream = &stream, .checksums = stream.ReadChecksums(), .problems = FindHostProblems(stream)};
     for (const AviFrame& place : stream.File().frames) {
-        FrameFacts frame{.place = place, .fault = {}};
-        if (place.size > 0) {
-            const FrameStructure structure = ReadFrameStructure(stream.Source(), place.offset, place.size,
-                                                                stream.Record(), stream.Format().planes);
-            frame.methods = structure.CountPredictors();
-            frame.rawBlocks = structure.CountRaw();
-            frame.fault = structure.fault;
-        }
+        const FrameFacts frame = ReadFacts(stream, place);
         for (size_t i = 0; i < kMethods; ++i)
             facts.methods[i] += frame.methods[i];
         facts.rawBlocks += frame.rawBlocks;
         facts.bytes += place.size;
-        facts.frames.push_back(std::move(frame));
+        facts.damaged += frame.fault.empty() ? 0 : 1;
     }
     const uint64_t pictureBytes = stream.InfoFor(NativeLayout(stream.Format().code)).FrameBytes();
-    facts.rawBytes = pictureBytes * facts.frames.size();
+    facts.rawBytes = pictureBytes * stream.FrameCount();
     return facts;
 }
 
@@ -93,7 +97,10 @@ std::string MethodsText(const std::array<uint64_t, kMethods>& methods)
 
 std::string FileText(const AviFile& file)
 {
-    std::string text = file.cut ? "cut off" : "complete";
+    const uint64_t missing = file.MissingFrames();
+    std::string text = file.cut       ? "cut off"
+                       : missing == 0 ? "complete"
+                                      : Counted(missing, "frame") + " missing";
     if (file.brokenPlaces > 0)
         text += ", broken in " + Counted(file.brokenPlaces, "place");
     switch (file.index) {
@@ -104,7 +111,9 @@ std::string FileText(const AviFile& file)
     case AviIndexState::Wrong:
         break;
     }
-    return text + (file.cut ? ", index incomplete" : ", index does not fit");
+    return text + (file.unindexed > 0 ? ", index with gaps"
+                   : file.cut         ? ", index incomplete"
+                                      : ", index does not fit");
 }
 
 std::string RateText(const Rational& rate)
@@ -169,9 +178,8 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
     out << '\n';
     line("blocks") << MethodsText(facts.methods) << "; stored raw " << facts.rawBlocks << '\n';
     line("file") << FileText(stream.File());
-    const auto isDamaged = [](const FrameFacts& frame) { return !frame.fault.empty(); };
-    if (const auto damaged = std::ranges::count_if(facts.frames, isDamaged); damaged > 0)
-        out << ", " << Counted(static_cast<uint64_t>(damaged), "frame") << " damaged in structure";
+    if (facts.damaged > 0)
+        out << ", " << Counted(facts.damaged, "frame") << " damaged in structure";
     out << '\n';
     line("checksums") << ChecksumText(facts) << '\n';
     if (const std::string conversion = StoredConversion(stream); !conversion.empty())
@@ -184,14 +192,16 @@ void PrintText(const StreamFacts& facts, std::ostream& out)
 
 void PrintFrames(const StreamFacts& facts, std::ostream& out)
 {
-    const uint64_t pictureBytes = facts.frames.empty() ? 0 : facts.rawBytes / facts.frames.size();
+    const std::vector<AviFrame>& frames = facts.stream->File().frames;
+    const uint64_t pictureBytes = frames.empty() ? 0 : facts.rawBytes / frames.size();
     out << "   frame          offset       bytes   ratio    left gradient  median     raw\n";
-    for (size_t number = 0; number < facts.frames.size(); ++number) {
-        const FrameFacts& frame = facts.frames[number];
-        out << std::setw(8) << number << std::setw(16) << frame.place.offset << std::setw(12)
-            << frame.place.size << std::setw(8) << Ratio(pictureBytes, frame.place.size) << std::setw(8)
-            << frame.methods[1] << std::setw(9) << frame.methods[2] << std::setw(8) << frame.methods[3]
-            << std::setw(8) << frame.rawBlocks << (frame.fault.empty() ? "" : "  " + frame.fault) << '\n';
+    for (size_t number = 0; number < frames.size(); ++number) {
+        const AviFrame& place = frames[number];
+        const FrameFacts frame = ReadFacts(*facts.stream, place);
+        out << std::setw(8) << number << std::setw(16) << place.offset << std::setw(12) << place.size
+            << std::setw(8) << Ratio(pictureBytes, place.size) << std::setw(8) << frame.methods[1]
+            << std::setw(9) << frame.methods[2] << std::setw(8) << frame.methods[3] << std::setw(8)
+            << frame.rawBlocks << (frame.fault.empty() ? "" : "  " + frame.fault) << '\n';
     }
 }
 
@@ -205,22 +215,36 @@ Json MethodsJson(const std::array<uint64_t, kMethods>& methods)
     return json;
 }
 
-Json FrameJson(size_t number, const FrameFacts& frame)
+Json FrameJson(size_t number, const AviFrame& place, const FrameFacts& frame)
 {
     return {{"frame", number},
-            {"offset", frame.place.offset},
-            {"bytes", frame.place.size},
+            {"offset", place.offset},
+            {"bytes", place.size},
             {"methods", MethodsJson(frame.methods)},
             {"raw_blocks", frame.rawBlocks},
             {"fault", frame.fault.empty() ? Json() : Json(frame.fault)}};
 }
 
+std::string JsonText(const Json& json)
+{
+    return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+/// Prints `frame_list`, frame by frame: only one of them is in memory.
+void PrintFrameList(const VideoStream& stream, std::ostream& out)
+{
+    const std::vector<AviFrame>& frames = stream.File().frames;
+    for (size_t number = 0; number < frames.size(); ++number) {
+        out << (number == 0 ? "\n    " : ",\n    ");
+        for (const char c : JsonText(FrameJson(number, frames[number], ReadFacts(stream, frames[number]))))
+            out << (c == '\n' ? "\n    " : std::string_view(&c, 1));
+    }
+    out << (frames.empty() ? "" : "\n  ");
+}
+
 void PrintJson(const StreamFacts& facts, std::ostream& out)
 {
     const VideoStream& stream = *facts.stream;
-    Json frames = Json::array();
-    for (size_t number = 0; number < facts.frames.size(); ++number)
-        frames.push_back(FrameJson(number, facts.frames[number]));
     const std::string conversion = StoredConversion(stream);
     const Json json = {{"fourcc", PrintableFourCC(stream.Format().fourcc)},
                        {"format", stream.Format().text},
@@ -238,9 +262,11 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
                        {"raw_blocks", facts.rawBlocks},
                        {"checksums", facts.checksums.table.has_value()},
                        {"converted", conversion.empty() ? Json() : Json(conversion)},
-                       {"problems", facts.problems},
-                       {"frame_list", std::move(frames)}};
-    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+                       {"problems", facts.problems}};
+    const std::string head = JsonText(json);
+    out << std::string_view(head).substr(0, head.size() - 2) << ",\n  \"frame_list\": [";
+    PrintFrameList(stream, out);
+    out << "]\n}\n";
 }
 
 } // namespace

@@ -101,10 +101,14 @@ ExitCode RunRepair(const RepairOptions& options, ToolContext& context)
     {
         Progress progress(context.ProgressStream(), repair.FrameCount());
         try {
-            repair.Run(file, [&](uint32_t size) {
-                ThrowIfInterrupted();
+            const uint64_t written = repair.Run(file, [&](uint32_t size) {
                 progress.Add(size, size);
+                return !IsInterrupted();
             });
+            if (written < repair.FrameCount()) {
+                file.Sync();
+                ThrowIfInterrupted();
+            }
             file.Commit();
         } catch (ToolError& error) {
             file.NamePart(error, progress.Frames());

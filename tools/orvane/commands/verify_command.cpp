@@ -62,7 +62,7 @@ class Verification
         if (file.brokenPlaces > 0)
             Report("the chain of chunks is broken in " + Counted(file.brokenPlaces, "place"));
         for (const AviGap& gap : file.gaps)
-            Report(Counted(gap.count, "frame") + " missing before frame " + std::to_string(gap.before));
+            Report("missing: " + file.TextOf(gap));
         if (file.mayLackFrames)
             Report("some bytes belong to no chunk: frames may be missing");
         if (file.reordered)
@@ -135,6 +135,8 @@ class Verification
                 ReportFrame(number, "differs from the source");
             progress.Add(picture.size(), frame.size());
         }
+        for (const ToolWarning& warning : source->Warnings())
+            context.err << WarningLine(warning);
         if (number != stream.FrameCount())
             Report("the source has " + Counted(number, "frame") + ", the file " +
                    std::to_string(stream.FrameCount()));

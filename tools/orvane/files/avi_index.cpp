@@ -100,9 +100,17 @@ std::optional<size_t> FindFrame(const FrameList& found, const AviFrame& entry)
     return static_cast<size_t>(at - found.begin());
 }
 
-/// Whether the index names frames of the file only, and each of them at least once. An index may name a frame
-/// many times, but not so often that the video is out of proportion to the file.
-bool NamesExactly(const Index& index, const FrameList& found, uint64_t fileSize)
+/// How the entries of an index fit the frames.
+struct IndexFit {
+    bool namesFramesOnly = false; ///< and the index is well formed
+    uint64_t unnamed = 0;         ///< frames that it does not name
+
+    bool IsExact() const { return namesFramesOnly && unnamed == 0; }
+};
+
+/// Compares an index with the frames that were found. It may name a frame many times, but not so often that
+/// the video is out of proportion to the file.
+IndexFit Fit(const Index& index, const FrameList& found, uint64_t fileSize)
 {
     constexpr uint64_t kMaxRepetition = 16;
     std::vector<bool> named(found.size());
@@ -110,12 +118,28 @@ bool NamesExactly(const Index& index, const FrameList& found, uint64_t fileSize)
     for (const AviFrame& entry : index.frames) {
         const std::optional<size_t> number = FindFrame(found, entry);
         if (!number || found[*number] != entry)
-            return false;
+            return {};
         named[*number] = true;
         bytes += entry.size;
     }
-    return index.isComplete && bytes / kMaxRepetition <= fileSize &&
-           std::ranges::find(named, false) == named.end();
+    return {index.isComplete && bytes / kMaxRepetition <= fileSize,
+            static_cast<uint64_t>(std::ranges::count(named, false))};
+}
+
+/// Where frames are missing from a file out of which bytes were taken, so that entries do not lead to their
+/// frames any more: the frames that are left have the sizes of entries, in the same order.
+std::vector<AviGap> FindGapsBySize(const FrameList& entries, const FrameList& found)
+{
+    std::vector<AviGap> gaps;
+    size_t next = 0;
+    for (const AviFrame& entry : entries)
+        if (next < found.size() && found[next].size == entry.size)
+            ++next;
+        else if (!gaps.empty() && gaps.back().before == next)
+            ++gaps.back().count;
+        else
+            gaps.push_back({next, 1});
+    return next == found.size() ? gaps : std::vector<AviGap>{};
 }
 
 /// Where frames are missing that the index names. Entries and frames are counted between two that agree,
@@ -143,7 +167,7 @@ std::vector<AviGap> FindGaps(const FrameList& entries, const FrameList& found)
         }
     endStretch(found.size());
     const bool knowsMost = 2 * agree >= found.size() && 2 * agree >= entries.size() && agree > 0;
-    return knowsMost ? gaps : std::vector<AviGap>{};
+    return knowsMost ? gaps : FindGapsBySize(entries, found);
 }
 
 } // namespace
@@ -156,18 +180,20 @@ bool CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFil
     const FrameList found = file.frames;
     const Index super = hasSuper ? ReadSuperIndex(source, places) : Index{{}, places.segmentIndexes.empty()};
     const Index old = hasOld ? ReadOldIndex(source, places, found) : Index{{}, !places.promisesOldIndex};
-    const auto namesAll = [&](const Index& index) { return NamesExactly(index, found, source.Size()); };
 
     // Where there are both, idx1 names the frames of the first segment, which stand before it.
     FrameList first = found;
     if (hasSuper && hasOld)
         first.erase(std::ranges::lower_bound(first, places.oldIndex.front().offset, {}, &AviFrame::offset),
                     first.end());
-    const bool superIsWhole = hasSuper ? namesAll(super) : super.isComplete;
-    const bool oldIsWhole = hasOld ? NamesExactly(old, first, source.Size()) : old.isComplete;
-    file.index = superIsWhole && oldIsWhole ? AviIndexState::Whole : AviIndexState::Wrong;
+    const IndexFit superFit = hasSuper ? Fit(super, found, source.Size()) : IndexFit{super.isComplete};
+    const IndexFit oldFit = hasOld ? Fit(old, first, source.Size()) : IndexFit{old.isComplete};
+    file.index = superFit.IsExact() && oldFit.IsExact() ? AviIndexState::Whole : AviIndexState::Wrong;
+    if (superFit.namesFramesOnly && oldFit.namesFramesOnly)
+        file.unindexed = std::max(superFit.unnamed, oldFit.unnamed);
 
-    const Index& leading = hasSuper && (superIsWhole || !hasOld || !namesAll(old)) ? super : old;
+    const auto namesAll = [&](const Index& index) { return Fit(index, found, source.Size()).IsExact(); };
+    const Index& leading = hasSuper && (superFit.IsExact() || !hasOld || !namesAll(old)) ? super : old;
     const bool vouches = (hasSuper || hasOld || !leading.frames.empty()) && namesAll(leading);
     if (vouches) {
         file.frames = leading.frames;

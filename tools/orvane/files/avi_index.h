@@ -13,7 +13,7 @@ struct AviIndexPlaces {
     bool promisesOldIndex = false;        ///< the main header says that there is idx1
 };
 
-/// Sets file.index and file.reordered, and puts file.frames in the order of an index that names all of them.
-/// Where the index is wrong and still knows most of the frames, sets file.gaps. Returns whether an index
-/// names all frames and nothing else, as a whole index does.
+/// Sets file.index, file.unindexed and file.reordered, and puts file.frames in the order of an index that
+/// names all of them. Where the index is wrong and still knows most of the frames, sets file.gaps. Returns
+/// whether an index names all frames and nothing else, as a whole index does.
 bool CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFile& file);

@@ -237,7 +237,7 @@ void AviContent::CheckHeaders()
     if (ours.rate && main.micros > 0 &&
         std::abs(std::min(1e6 / ours.rate->Value(), 4e9) - main.micros) > 1 + 0.01 * main.micros)
         file.headFaults.push_back("the main header gives another frame rate: " +
-                                  TextOf(RateOfMicros(main.micros), '/'));
+                                  ::TextOf(RateOfMicros(main.micros), '/'));
     const uint64_t count = file.frames.size() + file.MissingFrames();
     if (!file.cut && !riffIsShort && ours.length != 0 && ours.length != count)
         file.headFaults.push_back("the stream header promises " + Counted(ours.length, "frame"));
@@ -251,10 +251,13 @@ AviFile AviContent::Finish(const AviChain& chain)
     file.brokenPlaces = chain.brokenPlaces;
     places.promisesOldIndex = main.hasOldIndex;
     const bool indexVouches = CompareIndex(source, places, file) && !file.frames.empty();
-    // Some writers promise too much; an index that names all frames says that none is missing.
-    const bool promisesMore = riffIsShort || promisedFrames > file.frames.size();
-    file.cut = file.cut || (promisesMore && !(indexVouches && file.index == AviIndexState::Whole));
-    const bool countsVouch = ours.length == file.frames.size() || promisedFrames == file.frames.size();
+    // Some writers promise too much; an index that names all frames says that none is missing. Where the
+    // index or the video has gaps, the counts say that nothing else is missing.
+    const uint64_t total = file.frames.size() + file.MissingFrames();
+    const bool countsVouch = ours.length == total || promisedFrames == total;
+    const bool hasGaps = file.unindexed > 0 || !file.gaps.empty();
+    const bool isAllKnown = (indexVouches && file.index == AviIndexState::Whole) || (hasGaps && countsVouch);
+    file.cut = file.cut || ((riffIsShort || promisedFrames > total) && !isAllKnown);
     file.mayLackFrames = chain.lostBytes > 0 && !indexVouches && !countsVouch;
     CheckHeaders();
     return std::move(file);
@@ -266,6 +269,27 @@ uint64_t AviFile::MissingFrames() const
 {
     return std::accumulate(gaps.begin(), gaps.end(), uint64_t{0},
                            [](uint64_t sum, const AviGap& gap) { return sum + gap.count; });
+}
+
+std::string AviFile::TextOf(const AviGap& gap) const
+{
+    return Counted(gap.count, "frame") +
+           (gap.before == frames.size() ? " at the end" : " before frame " + std::to_string(gap.before));
+}
+
+std::string AviFile::IndexFault() const
+{
+    switch (index) {
+    case AviIndexState::None:
+        return "there is no index";
+    case AviIndexState::Wrong:
+        return unindexed == 0 ? "the index does not fit the frames"
+                              : "the index has gaps: it lacks " + std::to_string(unindexed) + " of " +
+                                    Counted(frames.size(), "frame");
+    case AviIndexState::Whole:
+        break;
+    }
+    return {};
 }
 
 bool IsOurFourCC(uint32_t fourcc)

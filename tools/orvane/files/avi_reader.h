@@ -46,6 +46,7 @@ struct AviFile {
     std::vector<AviChunk>
         others; ///< other chunks and lists that are no part of this stream's video, in file order
     AviIndexState index = AviIndexState::None;
+    uint64_t unindexed = 0;     ///< frames that a wrong index lacks, if that is all that is wrong with it
     bool reordered = false;     ///< the index plays the frames in another order than they are stored in
     bool cut = false;           ///< the file ends before what it promises
     uint32_t brokenPlaces = 0;  ///< places where the chain of chunks was broken
@@ -57,6 +58,10 @@ struct AviFile {
 
     /// Frames that are known to be missing.
     uint64_t MissingFrames() const;
+    /// "2 frames before frame 7" or "1 frame at the end".
+    std::string TextOf(const AviGap& gap) const;
+    /// What is wrong with the index, as "the index lacks 2 of 6 frames"; empty for a whole one.
+    std::string IndexFault() const;
     bool IsWhole() const
     {
         return !cut && brokenPlaces == 0 && index == AviIndexState::Whole && headFaults.empty() &&

@@ -43,11 +43,12 @@ AviRepair::AviRepair(const ByteSource& source_, const std::string& name, std::op
     NoteState();
 }
 
-void AviRepair::Run(ByteSink& sink, const std::function<void(uint32_t)>& progress)
+uint64_t AviRepair::Run(ByteSink& sink, const std::function<bool(uint32_t)>& goOn)
 {
     AviWriter writer(sink, format);
-    WriteStreams(writer, progress);
+    const uint64_t frames = WriteStreams(writer, goOn);
     writer.Finish(ReadExtras());
+    return frames;
 }
 
 void AviRepair::DescribeStreams(const std::string& name)
@@ -123,10 +124,8 @@ void AviRepair::NoteState()
     changes.insert(changes.end(), file.headFaults.begin(), file.headFaults.end());
     if (!file.rateIsKnown)
         changes.push_back("the frame rate is now " + TextOf(file.rate, '/') + "; --fps sets another");
-    if (file.index == AviIndexState::None)
-        changes.push_back("there was no index");
-    if (file.index == AviIndexState::Wrong)
-        changes.push_back("the index did not fit the frames");
+    if (const std::string fault = file.IndexFault(); !fault.empty())
+        changes.push_back(fault);
     if (file.reordered)
         changes.push_back("the index plays the frames in another order than they were stored in: it decides");
     if (file.brokenPlaces > 0)
@@ -134,13 +133,14 @@ void AviRepair::NoteState()
     if (file.cut)
         losses.push_back("the file was cut off behind its first " + Counted(file.frames.size(), "frame"));
     for (const AviGap& gap : file.gaps)
-        losses.push_back(Counted(gap.count, "frame") + " before frame " + std::to_string(gap.before));
+        losses.push_back(file.TextOf(gap));
     if (file.mayLackFrames)
         losses.push_back("bytes that are no chunk, and nothing says how many frames there were");
 }
 
-/// Frames in playing order; each chunk of another stream stays before the frame that it stood before.
-void AviRepair::WriteStreams(AviWriter& writer, const std::function<void(uint32_t)>& progress)
+/// Frames in playing order; each chunk of another stream stays before the frame that it stood before. Returns
+/// how many frames were written.
+uint64_t AviRepair::WriteStreams(AviWriter& writer, const std::function<bool(uint32_t)>& goOn)
 {
     size_t next = 0;
     const auto writeUpTo = [&](uint64_t offset) {
@@ -153,9 +153,11 @@ void AviRepair::WriteStreams(AviWriter& writer, const std::function<void(uint32_
     for (const AviFrame& frame : file.frames) {
         writeUpTo(frame.offset);
         writer.WriteFrame(source.ReadBytes(frame.offset, frame.size));
-        progress(frame.size);
+        if (!goOn(frame.size))
+            return writer.FrameCount();
     }
     writeUpTo(UINT64_MAX);
+    return writer.FrameCount();
 }
 
 std::vector<AviExtraChunk> AviRepair::ReadExtras() const

@@ -25,10 +25,10 @@ class AviRepair
     /// Adds a chunk after the frames.
     void Add(AviExtraChunk extra) { added.push_back(std::move(extra)); }
 
-    /// sink      empty
-    /// progress  called with the size of each frame that was written; may throw
-    /// Throws ToolError when the sink fails.
-    void Run(ByteSink& sink, const std::function<void(uint32_t size)>& progress);
+    /// sink  empty
+    /// goOn  called with the size of each frame that was written; false ends the file there, with its index
+    /// Returns the number of frames in the new file. Throws ToolError when the sink fails.
+    uint64_t Run(ByteSink& sink, const std::function<bool(uint32_t size)>& goOn);
 
     /// What was wrong and is right in the new file.
     const std::vector<std::string>& Changes() const { return changes; }
@@ -41,7 +41,7 @@ class AviRepair
     std::vector<uint8_t> Describe(size_t stream, bool withFormat) const;
     void SortOthers();
     void NoteState();
-    void WriteStreams(AviWriter& writer, const std::function<void(uint32_t)>& progress);
+    uint64_t WriteStreams(AviWriter& writer, const std::function<bool(uint32_t)>& goOn);
     std::vector<AviExtraChunk> ReadExtras() const;
 
     const ByteSource& source;

@@ -1,15 +1,11 @@
 #include "files/checksum_table.h"
 
 #include "files/byte_source.h"
+#include "files/content_hash.h"
 #include "files/frame_structure.h"
 #include "files/little_endian.h"
 
 #include <algorithm>
-#include <memory>
-
-// The hash is compiled into this file.
-#define XXH_INLINE_ALL
-#include <xxhash.h>
 
 namespace {
 
@@ -46,30 +42,24 @@ FrameHasher::FrameHasher(const CompressedFormat& format, const FrameHeader& reco
 
 uint64_t FrameHasher::HashBytes(std::span<const uint8_t> bytes)
 {
-    return XXH3_64bits(bytes.data(), bytes.size());
+    return ::HashBytes(bytes);
 }
 
 std::vector<uint64_t> FrameHasher::HashBands(std::span<const uint8_t> picture) const
 {
-    struct FreeState {
-        void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
-    };
-    const std::unique_ptr<XXH3_state_t, FreeState> state(XXH3_createState());
-    if (!state)
-        throw std::bad_alloc();
+    RunningHash hash;
     const std::vector<PlaneShape> shapes =
         PlanesOf(*layout, static_cast<int>(record.width), static_cast<int>(record.height));
     std::vector<uint64_t> hashes;
     for (size_t band = 0; band < bands; ++band) {
-        XXH3_64bits_reset(state.get());
         const uint8_t* plane = picture.data();
         for (const PlaneShape& shape : shapes) {
             const size_t first = std::min(band * shape.bandRows, shape.rows);
             const size_t end = std::min(first + shape.bandRows, shape.rows);
-            XXH3_64bits_update(state.get(), plane + first * shape.rowBytes, (end - first) * shape.rowBytes);
+            hash.Add({plane + first * shape.rowBytes, (end - first) * shape.rowBytes});
             plane += shape.rows * shape.rowBytes;
         }
-        hashes.push_back(XXH3_64bits_digest(state.get()));
+        hashes.push_back(hash.Finish());
     }
     return hashes;
 }

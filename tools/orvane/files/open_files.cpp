@@ -4,6 +4,7 @@
 #include "files/picture_sequence.h"
 #include "files/raw_stream.h"
 #include "files/y4m_stream.h"
+#include "interrupt.h"
 #include "tool_error.h"
 
 #include <algorithm>
@@ -28,23 +29,8 @@ std::unique_ptr<std::istream> OpenStream(const std::string& name)
     return std::make_unique<std::ifstream>(PathOf(name), std::ios::binary);
 }
 
-} // namespace
-
-FileKind KindOf(const std::string& name)
-{
-    if (name == "-")
-        return FileKind::StandardStream;
-    std::string ending = TextOf(PathOf(name).extension());
-    std::ranges::transform(ending, ending.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    const auto* const row =
-        std::ranges::find_if(kEndings, [&](const Ending& known) { return known.text == ending; });
-    return row == std::end(kEndings) ? FileKind::Unknown : row->kind;
-}
-
-std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::string& raw,
-                                        std::istream& standard)
+std::unique_ptr<FrameSource> OpenAnySource(const std::string& name, const std::string& raw,
+                                           std::istream& standard)
 {
     const FileKind kind = KindOf(name);
     if (!raw.empty()) {
@@ -72,6 +58,32 @@ std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::stri
         throw UsageError("this is a folder", name, "name its pictures by a pattern, as FOLDER/%04d.png");
     throw UsageError("this is no kind of input", name,
                      "give .y4m, .png, .ppm, .pgm, - or raw frames with --raw");
+}
+
+} // namespace
+
+FileKind KindOf(const std::string& name)
+{
+    if (name == "-")
+        return FileKind::StandardStream;
+    std::string ending = TextOf(PathOf(name).extension());
+    std::ranges::transform(ending, ending.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    const auto* const row =
+        std::ranges::find_if(kEndings, [&](const Ending& known) { return known.text == ending; });
+    return row == std::end(kEndings) ? FileKind::Unknown : row->kind;
+}
+
+std::unique_ptr<FrameSource> OpenSource(const std::string& name, const std::string& raw,
+                                        std::istream& standard)
+{
+    try {
+        return OpenAnySource(name, raw, standard);
+    } catch (const ToolError&) {
+        ThrowIfInterrupted(); // a pipe that was given up while it was waited for looks like an empty file
+        throw;
+    }
 }
 
 std::vector<std::filesystem::path> InputFiles(const std::string& name)

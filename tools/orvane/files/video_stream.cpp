@@ -11,14 +11,19 @@
 
 namespace {
 
-/// Refuses a file that is shorter than a single picture of its size can be: no sample takes less than a bit.
-void CheckPictureFits(const CompressedFormat& format, const FrameHeader& record, uint64_t fileSize,
-                      const std::string& name)
+/// Refuses a file of which no frame is long enough for a picture: no sample takes less than a bit. Without a
+/// frame the file itself is too short.
+void CheckPictureFits(const CompressedFormat& format, const FrameHeader& record, const AviFile& file,
+                      uint64_t fileSize, const std::string& name)
 {
     const auto width = static_cast<int>(record.width), height = static_cast<int>(record.height);
-    if (PictureBytes(NativeLayout(format.code), width, height) / 8 > fileSize)
-        throw ToolError("the file is shorter than a picture of " + std::to_string(width) + "x" +
-                            std::to_string(height) + " can be",
+    const uint64_t least = PictureBytes(NativeLayout(format.code), width, height) / 8;
+    const auto longest = std::ranges::max_element(file.frames, {}, &AviFrame::size);
+    const bool hasBytes = longest != file.frames.end() && longest->size > 0;
+    if (least > (hasBytes ? longest->size : fileSize))
+        throw ToolError((hasBytes ? "every frame is shorter than a picture of "
+                                  : "the file is shorter than a picture of ") +
+                            std::to_string(width) + "x" + std::to_string(height) + " can be",
                         name, "its headers are damaged or its frames are lost");
 }
 
@@ -38,7 +43,7 @@ VideoStream::VideoStream(std::unique_ptr<ByteSource> source_, std::string name_)
         throw ToolError("format " + std::to_string(record.formatCode) + " is not supported", name,
                         "only the 8-bit formats can be read");
     CheckPictureSize(NativeLayout(format->code), record.width, record.height, name);
-    CheckPictureFits(*format, record, source->Size(), name);
+    CheckPictureFits(*format, record, file, source->Size(), name);
     for (const AviChunk& chunk : file.others)
         if (chunk.id == avi::kY4mFields) {
             const std::vector<uint8_t> text =
