@@ -35,6 +35,17 @@ Rational RateOfMicros(uint32_t micros)
     return {1000000, micros};
 }
 
+/// Whether the main header gives another rate than the stream header. Some libraries of hosts turn the
+/// fraction over, and store a million times the rate for the microseconds of a frame; nobody reads it then.
+bool Contradicts(uint32_t micros, const Rational& rate)
+{
+    constexpr double kMostWritten = 4e9;
+    const auto differs = [&](double expected) {
+        return std::abs(std::min(expected, kMostWritten) - micros) > 1 + 0.01 * micros;
+    };
+    return differs(1e6 / rate.Value()) && differs(1e6 * rate.Value());
+}
+
 /// Makes sense of chunks in file order.
 class AviContent final : public AviChunkTaker
 {
@@ -234,8 +245,7 @@ void AviContent::CheckHeaders()
     else if (!ours.rate)
         file.headFaults.push_back("the stream header has no frame rate");
 
-    if (ours.rate && main.micros > 0 &&
-        std::abs(std::min(1e6 / ours.rate->Value(), 4e9) - main.micros) > 1 + 0.01 * main.micros)
+    if (ours.rate && main.micros > 0 && Contradicts(main.micros, *ours.rate))
         file.headFaults.push_back("the main header gives another frame rate: " +
                                   ::TextOf(RateOfMicros(main.micros), '/'));
     const uint64_t count = file.frames.size() + file.MissingFrames();
