@@ -321,6 +321,16 @@ void MakeAvis()
     Save("avi_fuzz", "checksums",
          WithSmallIndex(MakeAviWithChecksums(ChoiceOf(kCodeYuv420, 0, kChooseInterlaced), 3)));
     Save("avi_fuzz", "recording", MakeRecording(choice));
+
+    // A byte that says what follows: a file, or what is wiped in one.
+    const auto after = [](uint8_t kind, std::span<const uint8_t> rest) {
+        Bytes bytes{kind};
+        return Append(bytes, rest);
+    };
+    Save("salvage_fuzz", "broken", after(0, broken));
+    Save("salvage_fuzz", "recording", after(0, MakeRecording(choice)));
+    constexpr uint16_t kWiped[] = {0, 512, 700, 40, 1500, 8}; // places and counts in turn
+    Save("salvage_fuzz", "wiped", after(1, {reinterpret_cast<const uint8_t*>(kWiped), sizeof kWiped}));
 }
 
 void MakeY4ms()

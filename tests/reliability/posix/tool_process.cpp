@@ -115,8 +115,12 @@ ToolEnd ToolProcess::Wait(bool endInput)
     for (ssize_t count; (count = read(errors, text, sizeof text)) > 0;)
         end.err.append(text, static_cast<size_t>(count));
     int status = 0;
-    waitpid(process, &status, 0);
+    rusage used{};
+    wait4(process, &status, 0, &used);
     process = -1;
+    end.peakMiB = static_cast<double>(used.ru_maxrss) / 1024;
+    for (const timeval& time : {used.ru_utime, used.ru_stime})
+        end.seconds += static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
     if (WIFSIGNALED(status))
         end.signal = WTERMSIG(status);
     else

@@ -13,6 +13,8 @@ struct ToolEnd {
     int code = -1;  ///< exit code; -1 when a signal ended it
     int signal = 0; ///< that ended it
     std::string err;
+    double peakMiB = 0; ///< most memory that was resident
+    double seconds = 0; ///< of the processor
 };
 
 struct ToolSetup {
