@@ -1,7 +1,9 @@
 // The test vectors: readers answer as their texts say, and the generator makes exactly these files.
 
 #include "source_folder.h"
+#include "vectors/answer_table.h"
 #include "vectors/describe.h"
+#include "vectors/examples.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +72,22 @@ TEST(Vectors, TheGeneratorMakesThemByteForByte)
     }
     for (const auto& entry : std::filesystem::directory_iterator(kFolder))
         EXPECT_TRUE(names.contains(entry.path().filename().string())) << entry.path() << " is not generated";
+}
+
+TEST(Documents, TheTableOfAnswersIsWhatTheCodecAnswersToEveryValue)
+{
+    const std::string page = ReadText(std::filesystem::path(kSourceFolder) / "docs" / "frame-format.md");
+    const std::string table = vectors::AnswerTable();
+    EXPECT_NE(page.find("\n\n" + table + "\n"), std::string::npos)
+        << "make_vectors --answers writes the table:\n"
+        << table;
+}
+
+TEST(Documents, TheWorkedExamplesAreFramesOfTheEncoder)
+{
+    EXPECT_EQ(ReadText(std::filesystem::path(kSourceFolder) / "docs" / "frame-examples.md"),
+              vectors::ExamplesPage())
+        << "make_vectors --examples writes the page";
 }
 
 TEST(Vectors, TakeAtMostTwoMebibytes)

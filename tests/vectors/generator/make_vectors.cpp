@@ -1,6 +1,9 @@
-// Writes all test vectors: make_vectors FOLDER.
+// Writes all test vectors: make_vectors FOLDER. Prints what documents hold of them: make_vectors --answers,
+// make_vectors --examples.
 
+#include "vectors/answer_table.h"
 #include "vectors/describe.h"
+#include "vectors/examples.h"
 
 #include <filesystem>
 #include <fstream>
@@ -21,11 +24,15 @@ void Write(const std::filesystem::path& path, const void* bytes, size_t size)
 int main(int count, char** arguments)
 {
     if (count != 2) {
-        std::cerr << "Usage: make_vectors FOLDER\n";
+        std::cerr << "Usage: make_vectors FOLDER | --answers | --examples\n";
         return 2;
     }
     try {
         const std::filesystem::path folder = arguments[1];
+        if (folder == "--answers" || folder == "--examples") {
+            std::cout << (folder == "--answers" ? vectors::AnswerTable() : vectors::ExamplesPage());
+            return 0;
+        }
         for (const vectors::Vector& vector : vectors::AllVectors()) {
             const std::string text = vectors::TextOf(vector);
             Write(folder / (vector.name + (vector.isAvi ? ".avi" : ".stream")), vector.bytes.data(),

@@ -1,0 +1,11 @@
+// A page of worked examples: small frames, byte by byte, as the encoder writes them.
+#pragma once
+
+#include <string>
+
+namespace vectors {
+
+/// The page in Markdown.
+std::string ExamplesPage();
+
+} // namespace vectors
