@@ -27,7 +27,7 @@ _orvane()
                 --no-full-range --interpolate --no-interpolate --fps --raw --verify $everywhere" ;;
             decode) words="--output --to --frames --threads --no-check --hold $everywhere" ;;
             info) words="--frames --json $everywhere" ;;
-            verify) words="--against --after-conversion --raw $everywhere" ;;
+            verify) words="--against --after-conversion --raw --strict $everywhere" ;;
             inspect) words="--frame --output $everywhere" ;;
             plot) words="--output $everywhere" ;;
             repair) words="--output --fps --add-checksums $everywhere" ;;

@@ -107,8 +107,8 @@ void AddHeaders(std::vector<Vector>& all)
     {
         Refusals refused(all, "refused_short",
                          "Frames cut off after 1 to 3, 4, 31 and 32 bytes, and inside the offset table.");
-        for (const size_t size : {1, 2, 3, 4, 31, 32, 59})
-            refused.Take({good.begin(), good.begin() + static_cast<ptrdiff_t>(size)});
+        for (const int size : {1, 2, 3, 4, 31, 32, 59})
+            refused.Take({good.begin(), good.begin() + size});
     }
     {
         Refusals refused(

@@ -4,14 +4,17 @@
 #include "files/host_problems.h"
 #include "files/open_files.h"
 #include "files/video_stream.h"
+#include "files/writer_rules.h"
 #include "host/frame_check.h"
 #include "host/picture_check.h"
 #include "host/private_settings.h"
 #include "interrupt.h"
 #include "progress.h"
 
+#include <map>
 #include <memory>
 #include <ostream>
+#include <set>
 
 namespace {
 
@@ -20,6 +23,7 @@ struct VerifyOptions {
     std::string against;
     std::string raw;
     bool afterConversion = false;
+    bool strict = false;
 };
 
 class Verification
@@ -36,6 +40,8 @@ class Verification
             CheckFrames();
         else
             CompareFrames();
+        if (options.strict)
+            CheckWriter();
         CheckForOthers();
         if (faults > 0)
             throw ToolError(Counted(faults, "fault") + " found", options.input,
@@ -68,6 +74,24 @@ class Verification
         if (file.reordered)
             context.out << "remark: the index plays the frames in another order than the file stores them; "
                            "the index decides\n";
+    }
+
+    /// Whether the file is as a writer of the format has to write it.
+    void CheckWriter()
+    {
+        WriterRules rules(stream);
+        for (const std::string& broken : rules.CheckStream())
+            Report(broken);
+        std::map<std::string, std::set<size_t>> frames; // by the rule that they break
+        for (size_t number = 0; number < stream.FrameCount(); ++number) {
+            ThrowIfInterrupted();
+            for (const std::string& broken : rules.CheckFrame(stream.ReadFrame(number)))
+                frames[broken].insert(number);
+        }
+        for (const auto& [broken, numbers] : frames)
+            Report(FramesText(numbers) + ": " + broken);
+        if (faults == 0)
+            context.out << "the file is as a writer has to write it\n";
     }
 
     /// Whether other programs can read the file.
@@ -212,6 +236,8 @@ void AddVerifyCommand(CLI::App& app, Action& action)
     command->add_flag("--after-conversion", options->afterConversion,
                       "Take pictures for equal that are so after the conversion of the file");
     command->add_option("--raw", options->raw, "They are raw frames: WIDTHxHEIGHT:LAYOUT");
+    command->add_flag("--strict", options->strict,
+                      "Name whatever differs from what a writer of the format has to write");
     command->callback([options, &action] {
         action = [options](ToolContext& context) { return Verification(*options, context).Run(); };
     });

@@ -158,10 +158,7 @@ std::vector<std::string> FrameCheck::Remarks() const
 {
     std::vector<std::string> lines;
     for (const auto& [remark, frames] : remarks)
-        lines.push_back((frames.size() == 1 ? "frame " + std::to_string(*frames.begin())
-                                            : Counted(frames.size(), "frame") + " from frame " +
-                                                  std::to_string(*frames.begin()) + " on") +
-                        ": " + remark);
+        lines.push_back(FramesText(frames) + ": " + remark);
     return lines;
 }
 
