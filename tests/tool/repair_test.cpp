@@ -235,6 +235,19 @@ TEST_F(RepairTest, ChecksumsAreAddedToSoundFramesOnly)
     EXPECT_NE(result.out.find("checksums: not added"), std::string::npos) << result.out;
 }
 
+TEST_F(RepairTest, RateThatALibraryOfHostsTurnedOverInTheMainHeaderIsNoFault)
+{
+    Bytes bytes = good;
+    SetWord(bytes, Find(bytes, avi::kAvih) + 8, static_cast<uint32_t>(1e6 * file.rate.Value()));
+    WriteFile(Name("host.avi"), bytes);
+    RunGood({"verify", Name("host.avi")});
+    EXPECT_NE(RunGood({"repair", Name("host.avi"), "-o", Name("out.avi")}).find("nothing was wrong"),
+              std::string::npos);
+    SetWord(bytes, Find(bytes, avi::kAvih) + 8, 12345);
+    WriteFile(Name("host.avi"), bytes);
+    EXPECT_EQ(Run({"verify", Name("host.avi")}).code, 1);
+}
+
 TEST_F(RepairTest, RateComesFromWhatIsLeftOrFromTheOption)
 {
     Bytes bytes = good;

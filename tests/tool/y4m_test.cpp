@@ -261,6 +261,15 @@ TEST_F(Y4mFields, WhatCannotBeKeptIsWarnedOfOnce)
     EXPECT_NE(tags.find("tags of the Y4M stream are too long"), std::string::npos) << tags;
 }
 
+TEST_F(Y4mFields, ASourceToCompareWithIsWarnedOfToo)
+{
+    std::string y4m = MakeY4m(32, 24, "F25:1 Zoom", 1152, 2);
+    EXPECT_EQ(Run({"encode", "-", "-o", Name("out.avi")}, y4m).code, 0);
+    const CommandResult result = Run({"verify", Name("out.avi"), "--against", "-"}, y4m);
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_NE(result.err.find("the field Zoom"), std::string::npos) << result.err;
+}
+
 TEST_F(Y4mFields, AStreamWithoutFramesIsAnErrorAndLeavesNothing)
 {
     ExpectError(Run({"encode", "-", "-o", Name("none.avi")}, "YUV4MPEG2 W32 H24 F25:1\n"), 1,

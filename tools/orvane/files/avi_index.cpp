@@ -127,7 +127,8 @@ IndexFit Fit(const Index& index, const FrameList& found, uint64_t fileSize)
 }
 
 /// Where frames are missing from a file out of which bytes were taken, so that entries do not lead to their
-/// frames any more: the frames that are left have the sizes of entries, in the same order.
+/// frames any more: the frames that are left have the sizes of entries, in the same order, and are most of
+/// them.
 std::vector<AviGap> FindGapsBySize(const FrameList& entries, const FrameList& found)
 {
     std::vector<AviGap> gaps;
@@ -139,7 +140,8 @@ std::vector<AviGap> FindGapsBySize(const FrameList& entries, const FrameList& fo
             ++gaps.back().count;
         else
             gaps.push_back({next, 1});
-    return next == found.size() ? gaps : std::vector<AviGap>{};
+    const bool knowsMost = next == found.size() && 2 * found.size() >= entries.size();
+    return knowsMost ? gaps : std::vector<AviGap>{};
 }
 
 /// Where frames are missing that the index names. Entries and frames are counted between two that agree,
