@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+using namespace entropy;
+
 namespace {
 
 constexpr int kWidth = 1920;

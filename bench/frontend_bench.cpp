@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 constexpr int kWidth = 1920;

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 constexpr int kRows = 28;

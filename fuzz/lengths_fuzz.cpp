@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <vector>
 
+using namespace entropy;
+
 namespace {
 
 constexpr size_t kMaxStream = 1 << 12;

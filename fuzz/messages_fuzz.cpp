@@ -14,6 +14,8 @@
 #include <cstring>
 #include <vector>
 
+using namespace driver;
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;

@@ -25,6 +25,9 @@
 #include <string>
 #include <utility>
 
+using namespace driver;
+using namespace entropy;
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;

@@ -18,9 +18,9 @@
 #include <string_view>
 
 /// FourCCs that instances are opened for, the generic decoder last.
-inline constexpr uint32_t kVariantFourCCs[] = {MakeFourCC("O8RG"), MakeFourCC("O8RA"), MakeFourCC("O8Y4"),
-                                               MakeFourCC("O8Y2"), MakeFourCC("O8Y0"), MakeFourCC("O8YA"),
-                                               MakeFourCC("O8G0"), kGenericFourCC};
+inline constexpr uint32_t kVariantFourCCs[] = {MakeFourCC("O8RG"), MakeFourCC("O8RA"),    MakeFourCC("O8Y4"),
+                                               MakeFourCC("O8Y2"), MakeFourCC("O8Y0"),    MakeFourCC("O8YA"),
+                                               MakeFourCC("O8G0"), driver::kGenericFourCC};
 
 /// FourCC and bits of the host layouts.
 struct HostLayout {
@@ -70,7 +70,7 @@ inline void UseFuzzSettings()
 
 inline LRESULT SendMessageTo(LRESULT instance, uint32_t message, LPARAM first = 0, LPARAM second = 0)
 {
-    return HandleMessage(static_cast<DWORD_PTR>(instance), {}, message, first, second);
+    return driver::HandleMessage(static_cast<DWORD_PTR>(instance), {}, message, first, second);
 }
 
 inline LRESULT SendMessageTo(LRESULT instance, uint32_t message, const void* first,
@@ -93,7 +93,7 @@ inline LRESULT OpenDriver(uint32_t fourCC, uint32_t type = ICTYPE_VIDEO)
 /// Whether a target may open a run of this size: inputs are many, and large pictures say nothing new.
 inline bool IsSmall(const BITMAPINFOHEADER& header, uint32_t maxWidth, uint32_t maxHeight)
 {
-    return WidthOf(header) <= maxWidth && HeightOf(header) <= maxHeight;
+    return driver::WidthOf(header) <= maxWidth && driver::HeightOf(header) <= maxHeight;
 }
 
 /// The memory that a host offers for a picture: what the layout takes at least, or what the header says if
@@ -105,8 +105,8 @@ inline size_t PictureRoom(const BITMAPINFOHEADER& header)
     for (const bool alpha : {false, true}) {
         PlaneRecords planes;
         uint32_t total = 0;
-        const FormatId id = ClassifyHeader(&header, alpha).id;
-        codec.ComputePlanes(planes, nullptr, id, WidthOf(header), HeightOf(header), &total);
+        const FormatId id = driver::ClassifyHeader(&header, alpha).id;
+        codec.ComputePlanes(planes, nullptr, id, driver::WidthOf(header), driver::HeightOf(header), &total);
         most = std::max(most, total);
     }
     return most;

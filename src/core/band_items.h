@@ -12,7 +12,7 @@ namespace core {
 
 /// Bands that one thread decodes interleaved: as many as the entropy stage has lanes, and few enough that
 /// their planes stay in a processor's cache until they are joined.
-inline constexpr size_t kMaxBandsPerItem = kDecodeLanes;
+inline constexpr size_t kMaxBandsPerItem = entropy::kDecodeLanes;
 
 /// All bands in work items of adjacent bands. Their sizes differ by one at most: bands that are decoded
 /// interleaved help each other, so that a small work item would cost more than its share. The larger ones

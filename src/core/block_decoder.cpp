@@ -31,12 +31,12 @@ bool IsRaw(const CodedFrame& frame, const BlockInfo& block)
 }
 
 /// Residuals that are stored unchanged. A block that is too short reads on after its end.
-void ReadRawBlock(const CodedFrame& frame, const HuffCoder& coder, const BlockInfo& block,
+void ReadRawBlock(const CodedFrame& frame, const entropy::HuffCoder& coder, const BlockInfo& block,
                   const BlockRows& rows)
 {
     const FrameBytes rest = frame.bytes.subspan(PayloadStart(frame.bytes, block));
-    InBitStream stream;
-    BitStreamInit(stream, rest.data(), rest.size());
+    entropy::InBitStream stream;
+    entropy::BitStreamInit(stream, rest.data(), rest.size());
     for (size_t run = 0; run < rows.RunCount(); ++run)
         coder.ReadRaw(stream, rows.Run(run), rows.RunLength());
     Trace("Entropy decode skipped (cplane: %d, cplane blockId: %d)\n", static_cast<int>(block.plane),
@@ -49,7 +49,7 @@ class JobQueue
   public:
     explicit JobQueue(uint8_t* scratchMemory) : scratch(scratchMemory) {}
 
-    void Add(const HuffCoder8& jobCoder, FrameBytes payload, const BlockRows& rows)
+    void Add(const entropy::HuffCoder8& jobCoder, FrameBytes payload, const BlockRows& rows)
     {
         assert(count < jobs.size() && (rows.contiguous || scratch));
         if (coder != &jobCoder)
@@ -73,8 +73,8 @@ class JobQueue
     }
 
   private:
-    const HuffCoder8* coder = nullptr;
-    std::array<DecodeJob, kMaxBandsPerItem> jobs;
+    const entropy::HuffCoder8* coder = nullptr;
+    std::array<entropy::DecodeJob, kMaxBandsPerItem> jobs;
     std::array<BlockRows, kMaxBandsPerItem> targets;
     size_t count = 0;
     uint8_t* const scratch;
@@ -109,7 +109,7 @@ void DecodeBlocks(const CodedFrame& frame, size_t plane, BandRange range, const 
 void UnpredictBlocks(const CodedFrame& frame, size_t plane, BandRange range, const PlaneWindow& window)
 {
     assert(range.end - range.first <= kMaxBandsPerItem);
-    std::array<BlockView, 2 * kMaxBandsPerItem> views; // fields are two
+    std::array<imgproc::BlockView, 2 * kMaxBandsPerItem> views; // fields are two
     size_t count = 0;
     PredictMethod method{};
     int width = 0;

@@ -17,7 +17,7 @@ namespace core {
 
 /// A coder of the frame that is being read.
 struct FrameCoder {
-    std::unique_ptr<HuffCoder8> coder;
+    std::unique_ptr<entropy::HuffCoder8> coder;
     bool hasCode = false; ///< whether its tables belong to the current frame, or run
 };
 

@@ -10,7 +10,7 @@ bool GivesWholeRows(const FrameHeader& header, int verticalSubsampling)
            (header.blockHeight > 0 && header.blockHeight % granule == 0);
 }
 
-std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend)
+std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const imgproc::ImgProcBackend& backend)
 {
     const auto blockHeight = static_cast<int>(EffectiveBlockHeight(header));
     const size_t bands = CountBands(header);

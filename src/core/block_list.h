@@ -143,7 +143,7 @@ class RowSets
 };
 
 /// The blocks of all planes of `backend`, in plane order.
-std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const ImgProcBackend& backend);
+std::vector<BlockShape> MakeBlocks(const FrameHeader& header, const imgproc::ImgProcBackend& backend);
 
 /// The record of each block, on the coder of its plane.
 inline std::vector<BlockInfo> MakeBlockInfos(const std::vector<BlockShape>& shapes)

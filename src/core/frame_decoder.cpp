@@ -63,11 +63,12 @@ void FrameDecoder::Begin(const RunPlan& plan, std::span<const uint8_t> record)
     if (plan.coderType == CoderType::InFrame)
         return; // each frame brings its own
     ResizeCoders(plan.coderType == CoderType::InRecord ? plan.planeCount : 0);
-    codeLengths.assign(coders.size() * kSymbols, 0);
+    codeLengths.assign(coders.size() * entropy::kSymbols, 0);
     // A table that is cut off ends the reading; the planes not reached keep all lengths 0, which are no code.
     ReadCodeLengths({coders.size(), {}, record.subspan(kFrameHeaderSize)}, codeLengths);
     for (size_t i = 0; i < coders.size(); ++i)
-        coders[i].hasCode = coders[i].coder->BuildFromLengths(kSymbols, &codeLengths[i * kSymbols], false);
+        coders[i].hasCode =
+            coders[i].coder->BuildFromLengths(entropy::kSymbols, &codeLengths[i * entropy::kSymbols], false);
 }
 
 FrameStatus FrameDecoder::Decode(const RunPlan& plan, FrameBytes frame, const PlaneArray& picture,
@@ -110,7 +111,7 @@ void FrameDecoder::ResizeCoders(size_t count)
     coders.resize(count);
     for (FrameCoder& coder : coders) {
         if (!coder.coder)
-            coder.coder = std::make_unique<HuffCoder8>();
+            coder.coder = std::make_unique<entropy::HuffCoder8>();
         coder.hasCode = false;
     }
 }
@@ -132,13 +133,14 @@ bool FrameDecoder::ReadCoders(FrameBytes frame, uint64_t tableOffset, size_t pla
     for (size_t i = 0; i < blocks.size(); ++i)
         blocks[i].coderId = idsValid ? section->ids[i] : blocks[i].plane;
 
-    codeLengths.assign(section->coderCount * kSymbols, 0);
+    codeLengths.assign(section->coderCount * entropy::kSymbols, 0);
     if (!ReadCodeLengths(*section, codeLengths))
         return false;
     ResizeCoders(section->coderCount);
     std::atomic<bool> usable = true;
     workers.Run(coders.size(), [&](size_t i, size_t) {
-        coders[i].hasCode = coders[i].coder->BuildFromLengths(kSymbols, &codeLengths[i * kSymbols], false);
+        coders[i].hasCode =
+            coders[i].coder->BuildFromLengths(entropy::kSymbols, &codeLengths[i * entropy::kSymbols], false);
         if (!coders[i].hasCode)
             usable = false;
     });

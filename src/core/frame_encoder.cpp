@@ -32,7 +32,7 @@ struct EncodeCall {
 };
 
 /// Ties go to the cheaper end, so that a block with no scored samples is Left.
-PredictMethod BestPredictor(const PredictorScores& scores)
+PredictMethod BestPredictor(const imgproc::PredictorScores& scores)
 {
     const uint32_t best = std::max({scores.left, scores.gradient, scores.median});
     if (scores.left == best)
@@ -56,7 +56,7 @@ PlaneArray PlaceResiduals(const RunPlan& plan, const PlaneArray& ownCoded, const
 /// The residuals of a block from its samples, and their counts.
 void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWindow& source, size_t thread)
 {
-    const ImgProcBackend& backend = *call.plan.route.backend;
+    const imgproc::ImgProcBackend& backend = *call.plan.route.backend;
     const ConstPlaneInfo from = source.From(block.firstRow);
     const PlaneInfo to = FromRow(call.residuals[block.plane], block.firstRow);
     const bool inPlace = call.plan.PredictsInPlace(block.plane);
@@ -70,7 +70,7 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
         const StageScope timing(call.workers.Timer(Stage::Scores, thread));
         // What the block took in the last frame is probably what it takes now, and then it is predicted, too.
         const PredictMethod guess = block.predictor;
-        PredictorScores sum;
+        imgproc::PredictorScores sum;
         for (const RowSet& set : sets)
             sum += inPlace ? backend.ScorePredictors(set.Of(from), block.width, set.rows)
                            : backend.ScoreAndPredict(set.Of(from), set.Of(to), block.width, set.rows, guess);
@@ -92,7 +92,7 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
         return;
     const StageScope timing(call.workers.Timer(Stage::CountFrequencies, thread));
     block.frequencies.assign(size_t{1} << backend.GetBitsPerSample(), 0);
-    CountSymbols(to.data, block.width, block.rows, to.pitch, block.frequencies.data());
+    entropy::CountSymbols(to.data, block.width, block.rows, to.pitch, block.frequencies.data());
 }
 
 /// The operations of one pool run on one band.
@@ -120,28 +120,29 @@ void CompressBand(const EncodeCall& call, std::span<const PassStep> steps, std::
 }
 
 /// The code of one plane from the counts of all its blocks.
-void BuildCoder(std::span<const BlockInfo> blocks, std::vector<uint64_t>& totals, HuffCoder8& coder)
+void BuildCoder(std::span<const BlockInfo> blocks, std::vector<uint64_t>& totals, entropy::HuffCoder8& coder)
 {
-    totals.assign(kSymbols, 0);
+    totals.assign(entropy::kSymbols, 0);
     for (const BlockInfo& block : blocks)
         std::ranges::transform(totals, block.frequencies, totals.begin(), std::plus());
-    coder.BuildFromFrequencies(kSymbols, totals.data(), true);
+    coder.BuildFromFrequencies(entropy::kSymbols, totals.data(), true);
 }
 
 /// Codes the residuals of a block, or stores them unchanged where that is no longer.
-void EncodeBlock(const HuffCoder& coder, const ConstBlockRows& rows, BlockInfo& block,
+void EncodeBlock(const entropy::HuffCoder& coder, const ConstBlockRows& rows, BlockInfo& block,
                  std::span<uint8_t> payload)
 {
     const auto write = [&](auto&& put) {
-        OutBitStream stream;
-        BitStreamInit(stream, payload.data(), payload.size());
+        entropy::OutBitStream stream;
+        entropy::BitStreamInit(stream, payload.data(), payload.size());
         for (size_t run = 0; run < rows.RunCount(); ++run)
             put(stream, rows.Run(run));
-        return static_cast<uint32_t>(BitStreamFinish(stream));
+        return static_cast<uint32_t>(entropy::BitStreamFinish(stream));
     };
 
-    block.compressedSize =
-        write([&](OutBitStream& stream, const uint8_t* at) { coder.Encode(stream, at, rows.RunLength()); });
+    block.compressedSize = write([&](entropy::OutBitStream& stream, const uint8_t* at) {
+        coder.Encode(stream, at, rows.RunLength());
+    });
     assert(block.compressedSize <= payload.size());
     // A tie goes to raw.
     if (block.compressedSize < rows.Samples())
@@ -150,8 +151,9 @@ void EncodeBlock(const HuffCoder& coder, const ConstBlockRows& rows, BlockInfo& 
           static_cast<int>(block.compressedSize), static_cast<int>(rows.Samples()),
           static_cast<int>(block.plane), static_cast<int>(block.blockInPlane),
           static_cast<int>(block.coderId));
-    block.compressedSize =
-        write([&](OutBitStream& stream, const uint8_t* at) { coder.WriteRaw(stream, at, rows.RunLength()); });
+    block.compressedSize = write([&](entropy::OutBitStream& stream, const uint8_t* at) {
+        coder.WriteRaw(stream, at, rows.RunLength());
+    });
     block.flags |= kBlockRaw;
 }
 

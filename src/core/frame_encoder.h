@@ -48,7 +48,7 @@ class FrameEncoder
     Arena residuals;
     std::vector<Arena> scratch; ///< by thread: planes of the band that it works on
     std::vector<BlockInfo> blocks;
-    std::array<HuffCoder8, kMaxPlanes> coders;
+    std::array<entropy::HuffCoder8, kMaxPlanes> coders;
     std::array<std::vector<uint64_t>, kMaxPlanes> totals; ///< by plane: counts of all its blocks
     FrameAssembly assembly;
 };

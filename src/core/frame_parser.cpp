@@ -105,7 +105,7 @@ bool ReadCodeLengths(const CoderSection& section, std::span<uint32_t> lengths)
     const uint8_t* at = section.tables.data();
     const uint8_t* const end = at + section.tables.size();
     for (size_t coder = 0; coder < section.coderCount; ++coder) {
-        at = ReadLengthTable(at, end, symbols, &lengths[coder * symbols]);
+        at = entropy::ReadLengthTable(at, end, symbols, &lengths[coder * symbols]);
         if (!at)
             return false;
     }

@@ -115,7 +115,7 @@ BasicPlaneWindows<Sample> WindowsOfFrame(const RunPlan& plan, const PlaneShapes&
 template <class Sample>
 BasicPlaneArray<Sample> BandOfPicture(const RunPlan& plan, const BasicPlaneArray<Sample>& picture, Band band)
 {
-    const ImgProcFrontend& frontend = *plan.route.frontend;
+    const imgproc::ImgProcFrontend& frontend = *plan.route.frontend;
     BasicPlaneArray<Sample> view;
     for (size_t i = 0; i < frontend.GetPlaneCount(); ++i) {
         const int height = frontend.GetPlaneHeight(i, static_cast<int>(plan.header.height));
@@ -190,7 +190,7 @@ void TransformBlock(const RunPlan& plan, const PlaneArray& picture, size_t band,
                     const ConstPlaneWindows& windows)
 {
     assert(!plan.compressing);
-    const ImgProcFrontend& frontend = *plan.route.frontend;
+    const imgproc::ImgProcFrontend& frontend = *plan.route.frontend;
     const Band rows = plan.BandAt(band);
     PlaneArray view = BandOfPicture(plan, picture, rows);
     for (size_t i = 0; i < frontend.GetPlaneCount(); ++i)
@@ -202,7 +202,7 @@ void TransformBlock(const RunPlan& plan, const PlaneArray& picture, size_t band,
 void ConvertBlock(const RunPlan& plan, const ConstPlaneArray& source, const PlaneArray& target, int pass,
                   size_t band)
 {
-    const ImgProcConverter& converter = *plan.route.converter;
+    const imgproc::ImgProcConverter& converter = *plan.route.converter;
     const auto width = static_cast<int>(plan.header.width);
     const auto height = static_cast<int>(plan.header.height);
     const auto [first, rows] = plan.BandAt(band);

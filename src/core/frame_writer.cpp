@@ -17,7 +17,7 @@ size_t WriteCoderSection(std::span<const BlockInfo> blocks, std::span<const Code
         out[size++] = static_cast<uint8_t>(block.coderId);
     }
     for (const CodeLengths& lengths : coders)
-        size += WriteLengthTable(lengths.data(), lengths.size(), out + size);
+        size += entropy::WriteLengthTable(lengths.data(), lengths.size(), out + size);
     return size;
 }
 

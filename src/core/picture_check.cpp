@@ -6,7 +6,7 @@ namespace core {
 
 namespace {
 
-PictureError CheckPlane(const ImgProcFrontend& frontend, size_t i, const ConstPlaneRecord& plane,
+PictureError CheckPlane(const imgproc::ImgProcFrontend& frontend, size_t i, const ConstPlaneRecord& plane,
                         uint32_t width, uint32_t height)
 {
     const auto baseAlignment = static_cast<uintptr_t>(frontend.GetBaseAlignment(i));

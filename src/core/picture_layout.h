@@ -15,7 +15,8 @@ inline constexpr uint64_t kMaxPlaneBytes = std::numeric_limits<int32_t>::max();
 inline constexpr uint64_t kMaxBlocks = uint64_t{1} << 20;
 
 /// Least pitch of a host plane: its row bytes rounded up to `alignment`.
-inline uint64_t LeastPitch(const ImgProcFrontend& frontend, size_t plane, uint32_t width, int alignment)
+inline uint64_t LeastPitch(const imgproc::ImgProcFrontend& frontend, size_t plane, uint32_t width,
+                           int alignment)
 {
     const auto planeWidth = static_cast<uint64_t>(frontend.GetPlaneWidth(plane, static_cast<int>(width)));
     const auto groupPixels = static_cast<uint64_t>(frontend.GetGroupPixels(plane));
@@ -24,7 +25,7 @@ inline uint64_t LeastPitch(const ImgProcFrontend& frontend, size_t plane, uint32
     return alignUp(rowBytes, static_cast<uint64_t>(alignment));
 }
 
-inline uint64_t PlaneRows(const ImgProcFrontend& frontend, size_t plane, uint32_t height)
+inline uint64_t PlaneRows(const imgproc::ImgProcFrontend& frontend, size_t plane, uint32_t height)
 {
     return static_cast<uint64_t>(frontend.GetPlaneHeight(plane, static_cast<int>(height)));
 }

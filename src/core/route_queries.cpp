@@ -23,7 +23,7 @@ constexpr uint64_t kLengthTableRoom = 512;
 /// Whether width and height are multiples of what both layouts of a route ask for.
 bool SuitsSubsampling(const FormatRoute& route, uint32_t width, uint32_t height, bool interlaced)
 {
-    const ImgProcBackend& native = route.frontend->nativeBackend;
+    const imgproc::ImgProcBackend& native = route.frontend->nativeBackend;
     const int across = std::max(route.backend->GetHorizontalSubsampling(), native.GetHorizontalSubsampling());
     const int down = std::max(route.backend->GetVerticalSubsampling(), native.GetVerticalSubsampling()) *
                      (interlaced ? 2 : 1);
@@ -35,7 +35,7 @@ bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, ui
 {
     if (width > kMaxPlaneBytes || height > kMaxPlaneBytes)
         return false;
-    const ImgProcFrontend& frontend = *route.frontend;
+    const imgproc::ImgProcFrontend& frontend = *route.frontend;
     for (size_t i = 0; i < frontend.GetPlaneCount(); ++i) {
         const uint64_t pitch = LeastPitch(frontend, i, width, frontend.GetDefaultRowAlignment(i));
         if (pitch * PlaneRows(frontend, i, height) > kMaxPlaneBytes)
@@ -43,7 +43,7 @@ bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, ui
     }
     // Planes of our own: aligned rows behind a converter, rows a little wider than the picture's after a
     // packed front end. They are larger than the host's planes only where pictures are very narrow.
-    const uint64_t ownPitch = frontend.GetBaseAlignment(0) > 1 ? uint64_t{width} + kMaxRowPadding
+    const uint64_t ownPitch = frontend.GetBaseAlignment(0) > 1 ? uint64_t{width} + imgproc::kMaxRowPadding
                               : route.converter                ? alignUp(uint64_t{width}, uint64_t{16})
                                                                : width;
     const uint64_t bands = core::CountBands(height, std::min(blockHeight, height));
@@ -51,7 +51,7 @@ bool IsAddressable(const FormatRoute& route, uint32_t width, uint32_t height, ui
 }
 
 /// Bytes of all coded planes as raw residuals.
-uint64_t RawBytes(const ImgProcBackend& backend, uint32_t width, uint32_t height)
+uint64_t RawBytes(const imgproc::ImgProcBackend& backend, uint32_t width, uint32_t height)
 {
     uint64_t sum = 0;
     for (size_t i = 0; i < backend.GetPlaneCount(); ++i) {
@@ -206,7 +206,7 @@ bool RouteTable::PlacePlanes(BasicPlaneRecords<Sample>& image, Sample* base, For
     const FormatRoute* route = FindHost(formatId);
     if (!route)
         return false;
-    const ImgProcFrontend& frontend = *route->frontend;
+    const imgproc::ImgProcFrontend& frontend = *route->frontend;
     uint64_t sum = 0;
     for (size_t i = 0; i < frontend.GetPlaneCount(); ++i) {
         const uint64_t pitch = LeastPitch(frontend, i, width, frontend.GetDefaultRowAlignment(i));

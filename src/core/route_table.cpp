@@ -93,17 +93,18 @@ bool IsAllowed(const DecodeSettings& settings, FormatId first, FormatId second)
 }
 
 /// Both directions of every pair.
-RouteTable::Map AllPairs(const RouteObjects& objects, ColorStandard standard)
+RouteTable::Map AllPairs(const RouteObjects& objects, imgproc::ColorStandard standard)
 {
     RouteTable::Map map;
     for (const LayoutDescriptor& layout : kHostLayouts)
         for (const Target& target : FindFamily(layout)->targets) {
-            const ImgProcFrontend* frontend = objects.frontends.Find(layout.id, target.planes, standard);
+            const imgproc::ImgProcFrontend* frontend =
+                objects.frontends.Find(layout.id, target.planes, standard);
             const bool lossy = target.code != layout.category;
             const bool converts = target.planes != target.code;
-            const ImgProcConverter* down =
+            const imgproc::ImgProcConverter* down =
                 converts ? objects.converters.Find(target.planes, target.code) : nullptr;
-            const ImgProcConverter* up =
+            const imgproc::ImgProcConverter* up =
                 converts ? objects.converters.Find(target.code, target.planes) : nullptr;
             map[{layout.id, target.code}] = {RouteKind::Compress, frontend, down,
                                              down ? &down->targetBackend : &frontend->planeBackend, lossy};
@@ -115,7 +116,7 @@ RouteTable::Map AllPairs(const RouteObjects& objects, ColorStandard standard)
 
 RouteTable::Map BuildRoutes(const RouteObjects& objects, const RouteInputs& inputs)
 {
-    RouteTable::Map map = AllPairs(objects, StandardOf(inputs.colorMatrix, inputs.fullRange));
+    RouteTable::Map map = AllPairs(objects, imgproc::StandardOf(inputs.colorMatrix, inputs.fullRange));
 
     // The key (id, 255) holds the route to the native partner, for host ids and compressed codes alike.
     for (FormatId id = 0; id < kFormatIds; ++id)

@@ -15,8 +15,8 @@
 
 /// The objects that routes point at.
 struct RouteObjects {
-    FrontendSet frontends;
-    ConverterSet converters;
+    imgproc::FrontendSet frontends;
+    imgproc::ConverterSet converters;
 };
 
 /// All that a routing table is built from.

@@ -15,7 +15,7 @@ namespace {
 /// Rows after a converter start at multiples of this many bytes.
 constexpr int kConvertedRowAlignment = 16;
 
-PlanePlans DescribePlanes(const ImgProcBackend& backend, const FrameHeader& header)
+PlanePlans DescribePlanes(const imgproc::ImgProcBackend& backend, const FrameHeader& header)
 {
     PlanePlans planes;
     for (size_t i = 0; i < backend.GetPlaneCount(); ++i) {
@@ -30,7 +30,7 @@ PlanePlans DescribePlanes(const ImgProcBackend& backend, const FrameHeader& head
 
 PlanePlans PlanImage(const RunInputs& inputs)
 {
-    const ImgProcFrontend& frontend = *inputs.route.frontend;
+    const imgproc::ImgProcFrontend& frontend = *inputs.route.frontend;
     // A band can go through all operations in scratch memory if no operation waits for other bands.
     const bool byBand = !inputs.route.converter && !inputs.separateRuns;
     PlanePlans planes = DescribePlanes(frontend.planeBackend, inputs.header);
@@ -62,7 +62,7 @@ PlaneShapes LongestRows(const PlanePlans& planes, Storage storage, int pictureRo
     PlaneShapes shapes{};
     for (size_t i = 0; i < planes.size(); ++i)
         if (planes[i].storage == storage)
-            shapes[i] = {planes[i].width + kMaxRowPadding, planes[i].RowOf(pictureRows)};
+            shapes[i] = {planes[i].width + imgproc::kMaxRowPadding, planes[i].RowOf(pictureRows)};
     return shapes;
 }
 
@@ -80,7 +80,7 @@ std::vector<PassStep> PlanSteps(const RunInputs& inputs, bool movesSamples)
     else if (movesSamples)
         append(PassStep::Transform, 0, false);
 
-    if (const ImgProcConverter* converter = inputs.route.converter) {
+    if (const imgproc::ImgProcConverter* converter = inputs.route.converter) {
         const uint32_t blockRows = EffectiveBlockHeight(inputs.header);
         const uint32_t bandRows = IsInterlaced(inputs.header) ? blockRows / 2 : blockRows;
         for (int pass = 0; pass < converter->GetPassCount(); ++pass) {
@@ -116,7 +116,7 @@ size_t RunPlan::ScratchBytes(size_t bands) const
 RunPlan MakeRunPlan(const RunInputs& inputs)
 {
     assert(inputs.route.frontend && inputs.route.backend);
-    const ImgProcBackend& backend = *inputs.route.backend;
+    const imgproc::ImgProcBackend& backend = *inputs.route.backend;
     const auto height = static_cast<int>(inputs.header.height);
 
     RunPlan plan(inputs);
@@ -152,7 +152,7 @@ RunPlan MakeRunPlan(const RunInputs& inputs)
         plan.symbolsPerBlock = AsSize(plan.blocks[0].width) * AsSize(plan.blocks[0].rows);
     // Without codes in the frame, blocks have no payload.
     if (plan.compressing && plan.coderType == CoderType::InFrame)
-        plan.slotBytes = CodedRoom(plan.symbolsPerBlock);
+        plan.slotBytes = entropy::CodedRoom(plan.symbolsPerBlock);
     return plan;
 }
 

@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string>
 
+namespace driver {
+
 namespace {
 
 constexpr uint32_t kBlobSize = sizeof(EncodeSettings);
@@ -90,10 +92,10 @@ void LogSettings(DriverInstance& instance, const char* reason)
 void ResetSettings(DriverInstance& instance)
 {
     instance.Decode = {};
-    LoadGlobalSettings(instance.Decode);
+    settings::LoadGlobalSettings(instance.Decode);
     instance.Variant.Encode = {};
-    if (!IsGeneric(instance.Variant))
-        LoadVariantSettings(instance.Variant);
+    if (!settings::IsGeneric(instance.Variant))
+        settings::LoadVariantSettings(instance.Variant);
 }
 
 void ApplySettings(DriverInstance& instance, const char* reason)
@@ -134,7 +136,9 @@ LRESULT SetState(DriverInstance& instance, const void* buffer, uint32_t size)
 
     EncodeSettings& encode = instance.Variant.Encode;
     std::memcpy(&encode, buffer, std::min(size, kBlobSize));
-    ClampEncodeSettings(encode);
+    settings::ClampEncodeSettings(encode);
     ApplySettings(instance, "from client app state");
     return kBlobSize;
 }
+
+} // namespace driver

@@ -3,6 +3,8 @@
 
 #include "driver/driver_instance.h"
 
+namespace driver {
+
 /// Takes all settings from the store: what a host has set is dropped.
 void ResetSettings(DriverInstance& instance);
 
@@ -15,3 +17,5 @@ LRESULT GetState(DriverInstance& instance, void* buffer, uint32_t size);
 /// ICM_SETSTATE: takes a blob of any length and content; null resets to the stored settings. Gives the blob's
 /// size when it was taken, or when the user lets no host set anything; else 0.
 LRESULT SetState(DriverInstance& instance, const void* buffer, uint32_t size);
+
+} // namespace driver

@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+namespace driver {
+
 namespace {
 
 struct FormatPair {
@@ -203,3 +205,5 @@ LRESULT EndCompress(DriverInstance& instance)
     EndRun(instance, Direction::Compress);
     return ICERR_OK;
 }
+
+} // namespace driver

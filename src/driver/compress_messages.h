@@ -4,6 +4,8 @@
 
 #include "driver/driver_instance.h"
 
+namespace driver {
+
 /// What GET_FORMAT announces: a bitmap header and the configuration record behind it.
 inline constexpr uint32_t kCompressedHeaderSize = sizeof(BITMAPINFOHEADER) + sizeof(FrameHeader);
 
@@ -22,3 +24,5 @@ LRESULT BeginCompress(DriverInstance& instance, const BITMAPINFOHEADER* in, cons
 LRESULT CompressFrame(DriverInstance& instance, const ICCOMPRESS* params);
 
 LRESULT EndCompress(DriverInstance& instance);
+
+} // namespace driver

@@ -8,6 +8,8 @@
 
 #include <limits>
 
+namespace driver {
+
 namespace {
 
 bool CanDecompress(const DriverInstance& instance, const HeaderClass& stream, FormatId output)
@@ -203,3 +205,5 @@ LRESULT EndDecompress(DriverInstance& instance)
     EndRun(instance, Direction::Decompress);
     return ICERR_OK;
 }
+
+} // namespace driver

@@ -4,6 +4,8 @@
 
 #include "driver/driver_instance.h"
 
+namespace driver {
+
 LRESULT QueryDecompress(DriverInstance& instance, const BITMAPINFOHEADER* in, const BITMAPINFOHEADER* out);
 
 /// Suggests an output format; with a null `out` gives the size of a header.
@@ -15,3 +17,5 @@ LRESULT BeginDecompress(DriverInstance& instance, const BITMAPINFOHEADER* in, co
 LRESULT DecompressFrame(DriverInstance& instance, const ICDECOMPRESS* params);
 
 LRESULT EndDecompress(DriverInstance& instance);
+
+} // namespace driver

@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+namespace driver {
+
 namespace {
 
 std::atomic<uint32_t> instanceCounter = 0;
@@ -56,7 +58,7 @@ OpenCount::~OpenCount()
         platform::WaitForDetachedThreads();
 }
 
-DriverInstance::DriverInstance(CodecVariant variant)
+DriverInstance::DriverInstance(settings::CodecVariant variant)
     : Process(platform::ProcessId()), Id(++instanceCounter), Variant(std::move(variant)),
       Log(Variant.Description)
 {
@@ -70,8 +72,8 @@ try {
     if (open && open->fccType != ICTYPE_VIDEO)
         return Refuse(open, ICERR_BADFORMAT);
     const uint32_t fourCC = open ? UpperCase(open->fccHandler) : kGenericFourCC;
-    std::vector<CodecVariant> variants = BuildVariantTable();
-    const auto row = std::ranges::find(variants, fourCC, &CodecVariant::FourCC);
+    std::vector<settings::CodecVariant> variants = settings::BuildVariantTable();
+    const auto row = std::ranges::find(variants, fourCC, &settings::CodecVariant::FourCC);
     if (row == variants.end())
         return Refuse(open, ICERR_BADFORMAT);
     auto instance = std::make_unique<DriverInstance>(std::move(*row));
@@ -98,3 +100,5 @@ void LogLine(DriverInstance& instance, const char* format, ...) noexcept
     va_end(arguments);
     instance.Log.LogLine(instance.Decode.EnableCodecLog, "%s", line);
 }
+
+} // namespace driver

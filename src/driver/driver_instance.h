@@ -13,6 +13,8 @@
 #include <array>
 #include <cstdint>
 
+namespace driver {
+
 /// Which way a run goes; the index of what the instance holds for each.
 enum class Direction : size_t { Compress, Decompress };
 
@@ -32,7 +34,7 @@ class OpenCount
 /// stored settings.
 struct DriverInstance {
     /// Takes the settings from the store and, with the log enabled, opens the log.
-    explicit DriverInstance(CodecVariant variant);
+    explicit DriverInstance(settings::CodecVariant variant);
     DriverInstance(const DriverInstance&) = delete;
     DriverInstance& operator=(const DriverInstance&) = delete;
 
@@ -44,8 +46,8 @@ struct DriverInstance {
     const uint32_t Id; ///< counts the opens of the process, from 1
     Orvane Codec{true, true};
     DecodeSettings Decode;
-    CodecVariant Variant; ///< the variant it was opened for, with the settings in force
-    CompressInfo Info;    ///< of the current run, in either direction
+    settings::CodecVariant Variant; ///< the variant it was opened for, with the settings in force
+    CompressInfo Info;              ///< of the current run, in either direction
 
     bool Running = false;         ///< from a successful BEGIN until the statistics of its end
     uint32_t FrameCount = 0;      ///< frames handed to the core since the open
@@ -56,9 +58,9 @@ struct DriverInstance {
     std::array<FrameTimer, 2> Timers;
 
     // Closing an instance takes the icon away first, then ends the log.
-    CodecLog Log;
-    TrayStatus Status; ///< of the run; what icon and statistics tell
-    TrayHandle Tray;   ///< empty: no icon
+    surroundings::CodecLog Log;
+    surroundings::TrayStatus Status; ///< of the run; what icon and statistics tell
+    surroundings::TrayHandle Tray;   ///< empty: no icon
 };
 
 /// Opens an instance for the FourCC that `open` asks for, or the generic decoder when it is null. Null when
@@ -71,3 +73,5 @@ void CloseInstance(DriverInstance* instance) noexcept;
 /// Writes one line to the instance's log if the log is enabled at this moment. The format carries the line
 /// end; a line has 1,000 characters at most.
 ORVANE_PRINTF(2, 3) void LogLine(DriverInstance& instance, const char* format, ...) noexcept;
+
+} // namespace driver

@@ -7,17 +7,17 @@
 LRESULT CALLBACK DriverProc(DWORD_PTR driverId, HDRVR driver, UINT message, LPARAM lParam1, LPARAM lParam2)
 {
     const platform::CancelGuard guard;
-    return HandleMessage(driverId, driver, message, lParam1, lParam2);
+    return driver::HandleMessage(driverId, driver, message, lParam1, lParam2);
 }
 
 void CALLBACK Configure(HWND parent, HANDLE, char*, int)
 {
     const platform::CancelGuard guard;
-    RunConfigDialog(parent);
+    surroundings::RunConfigDialog(parent);
 }
 
 void CALLBACK ConfigureAdobe(HWND parent, HANDLE, char*, int)
 {
     const platform::CancelGuard guard;
-    RunAdobeConfigDialog(parent);
+    surroundings::RunAdobeConfigDialog(parent);
 }

@@ -9,6 +9,8 @@
 #include <array>
 #include <iterator>
 
+namespace driver {
+
 namespace {
 
 struct DeepName {
@@ -166,3 +168,5 @@ bool SameSize(const BITMAPINFOHEADER& a, const BITMAPINFOHEADER& b)
 {
     return WidthOf(a) == WidthOf(b) && HeightOf(a) == HeightOf(b);
 }
+
+} // namespace driver

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <span>
 
+namespace driver {
+
 enum FormatRowFlag : uint32_t {
     kRowHasAlpha = 1,  ///< the layout carries alpha
     kRowExactBits = 2, ///< the row is for headers of its own biBitCount only
@@ -68,3 +70,5 @@ bool HasPaddedRows(FormatId id);
 uint32_t WidthOf(const BITMAPINFOHEADER& header);
 uint32_t HeightOf(const BITMAPINFOHEADER& header);
 bool SameSize(const BITMAPINFOHEADER& a, const BITMAPINFOHEADER& b);
+
+} // namespace driver

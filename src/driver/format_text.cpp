@@ -3,6 +3,8 @@
 #include "common/compressed_formats.h"
 #include "driver/format_table.h"
 
+namespace driver {
+
 namespace {
 
 constexpr bool IsPlainCharacter(uint32_t byte)
@@ -73,3 +75,5 @@ std::string PictureFormatText(const BITMAPINFOHEADER& header, bool hasAlpha)
 {
     return header.biCompression == BI_RGB && hasAlpha ? "RGBA" : NamePart(header);
 }
+
+} // namespace driver

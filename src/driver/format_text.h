@@ -7,6 +7,8 @@
 
 #include <string>
 
+namespace driver {
+
 /// The name of a compressed format; "UNKNOWN" for ids without one.
 /// matrix  as EffectiveMatrix gives it: 1 Rec.601, 2 Rec.709, others are not named
 std::string CompressedFormatName(FormatId formatCode, bool fullRange, bool interlaced, uint32_t matrix);
@@ -19,3 +21,5 @@ std::string DescribeHeader(const BITMAPINFOHEADER* header);
 
 /// The format of an uncompressed header, without its size; hasAlpha: its layout carries alpha.
 std::string PictureFormatText(const BITMAPINFOHEADER& header, bool hasAlpha);
+
+} // namespace driver

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace driver {
+
 namespace {
 
 /// The share of the record: format, matrix and flags as digits of one number, and the coder type.
@@ -24,3 +26,5 @@ uint32_t FrameSizeBound(const Orvane& codec, FormatId inputId, const FrameHeader
     const uint64_t bound = frame + RecordShare(record);
     return frame == 0 || bound > std::numeric_limits<uint32_t>::max() ? 0 : static_cast<uint32_t>(bound);
 }
+
+} // namespace driver

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace driver {
+
 /// Times the frames of a run: the codec's work alone, without the host's.
 struct FrameTimer {
     int64_t Frequency = platform::CounterFrequency(); ///< counter ticks in a second
@@ -28,3 +30,5 @@ struct FrameTimer {
         ++Count;
     }
 };
+
+} // namespace driver

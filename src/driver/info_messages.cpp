@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+namespace driver {
+
 LRESULT GetInfo(DriverInstance& instance, ICINFO* info, uint32_t size)
 {
     Trace("ICM_GETINFO:\n");
@@ -32,7 +34,7 @@ LRESULT GetInfo(DriverInstance& instance, ICINFO* info, uint32_t size)
 LRESULT ConfigureInstance(DriverInstance& instance, LPARAM parent)
 {
     Trace("ICM_CONFIGURE\n");
-    if (IsGeneric(instance.Variant))
+    if (settings::IsGeneric(instance.Variant))
         return ICERR_UNSUPPORTED;
     if (parent == kQueryOnly)
         return ICERR_OK;
@@ -43,8 +45,8 @@ LRESULT ConfigureInstance(DriverInstance& instance, LPARAM parent)
             reinterpret_cast<HWND>(parent), "Orvane app settings ignored",
             "Orvane: In-app settings will be ignored according to global codec configuration!",
             platform::MessageIcon::Warning);
-    CodecVariant edited = instance.Variant;
-    if (RunClientDialog(reinterpret_cast<HWND>(parent), edited) && !ignored) {
+    settings::CodecVariant edited = instance.Variant;
+    if (surroundings::RunClientDialog(reinterpret_cast<HWND>(parent), edited) && !ignored) {
         instance.Variant = std::move(edited);
         ApplySettings(instance, "from client dialog");
     }
@@ -70,3 +72,5 @@ LRESULT GetDefaultQuality(LPARAM target)
     std::memcpy(reinterpret_cast<void*>(target), &kDefaultQuality, sizeof kDefaultQuality);
     return ICERR_OK;
 }
+
+} // namespace driver

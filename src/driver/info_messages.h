@@ -3,6 +3,8 @@
 
 #include "driver/driver_instance.h"
 
+namespace driver {
+
 /// The parameter with which hosts ask whether a window exists instead of showing it.
 inline constexpr LPARAM kQueryOnly = -1;
 
@@ -16,3 +18,5 @@ LRESULT ShowAbout(DriverInstance& instance, LPARAM parent);
 
 /// Stores eight bytes, as it always has; hosts that offer four are on their own.
 LRESULT GetDefaultQuality(LPARAM target);
+
+} // namespace driver

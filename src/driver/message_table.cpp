@@ -13,6 +13,8 @@
 #include <iterator>
 #include <type_traits>
 
+namespace driver {
+
 namespace {
 
 /// What a message without an instance gets. The rows differ on purpose: hosts read 0 from a query as yes and
@@ -204,3 +206,5 @@ LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM
         return ICERR_MEMORY;
     }
 }
+
+} // namespace driver

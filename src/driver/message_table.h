@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+namespace driver {
+
 /// Answers a message as the exported DriverProc does. Nothing is thrown out of it.
 LRESULT HandleMessage(DWORD_PTR driverId, HDRVR driver, uint32_t message, LPARAM lParam1,
                       LPARAM lParam2) noexcept;
+
+} // namespace driver

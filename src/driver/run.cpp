@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <string>
 
+namespace driver {
+
 namespace {
 
 void CopyText(char (&target)[64], const std::string& text)
@@ -17,10 +19,10 @@ void CopyText(char (&target)[64], const std::string& text)
 void FillStatus(DriverInstance& instance, Direction direction, const BITMAPINFOHEADER& picture,
                 FormatId pictureId, const FrameHeader& record)
 {
-    TrayStatus& status = instance.Status;
+    surroundings::TrayStatus& status = instance.Status;
     const bool compressing = direction == Direction::Compress;
     const auto layout = static_cast<uint32_t>(pictureId);
-    status.Mode = compressing ? TrayMode::Compressing : TrayMode::Decompressing;
+    status.Mode = compressing ? surroundings::TrayMode::Compressing : surroundings::TrayMode::Decompressing;
     status.BottomUp = IsBottomUp(picture.biHeight, picture.biCompression);
     status.Width = WidthOf(picture);
     status.Height = HeightOf(picture);
@@ -62,9 +64,9 @@ void OpenRun(DriverInstance& instance, Direction direction, const BITMAPINFOHEAD
     instance.Running = true;
     instance.TimerOf(direction) = {};
     instance.RawBytes = instance.CompressedBytes = 0;
-    PostNotify(instance.Tray, instance.Status, instance.Decode.NotificationSettings);
+    surroundings::PostNotify(instance.Tray, instance.Status, instance.Decode.NotificationSettings);
 
-    const TrayStatus& status = instance.Status;
+    const surroundings::TrayStatus& status = instance.Status;
     const char* bottomUp = status.BottomUp ? " (bottom-up)" : "";
     LogLine(instance, "--------------------------\n");
     if (direction == Direction::Compress) {
@@ -140,3 +142,5 @@ void AdoptPaddedRows(const CompressInfo& info, int32_t& pitch, uint32_t& size,
     pitch = stride;
     size = padded;
 }
+
+} // namespace driver

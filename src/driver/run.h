@@ -4,6 +4,8 @@
 #include "common/frame_header.h"
 #include "driver/driver_instance.h"
 
+namespace driver {
+
 /// Whether a run of this direction is open. A frame of the other direction opens a run of its own.
 bool InRun(const DriverInstance& instance, Direction direction);
 
@@ -33,3 +35,5 @@ void LogQuery(DriverInstance& instance, const char* action, const BITMAPINFOHEAD
 /// room       bytes of the image, as the header at begin said; 0: room for padded rows
 void AdoptPaddedRows(const CompressInfo& info, int32_t& pitch, uint32_t& size,
                      const BITMAPINFOHEADER& picture, uint32_t imageSize, uint32_t room);
+
+} // namespace driver

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace entropy {
+
 static_assert(std::endian::native == std::endian::little, "loads and stores swap bytes");
 
 /// `at` has 8 readable bytes, of any alignment.
@@ -23,3 +25,5 @@ inline void StoreBigEndian64(uint8_t* at, uint64_t word)
     word = ReverseBytes(word);
     std::memcpy(at, &word, sizeof word);
 }
+
+} // namespace entropy

@@ -11,6 +11,8 @@
 #include <bit>
 #include <cstddef>
 
+namespace entropy {
+
 /// What a look-up stores: the symbols, in a word that the processor stores at once. They come first in a row.
 template <class Row>
 inline constexpr size_t kRowStoreBytes = std::bit_ceil(sizeof(Row::symbols));
@@ -88,3 +90,5 @@ class BitReader
     const uint8_t* cursor;
     const uint8_t* end;
 };
+
+} // namespace entropy

@@ -5,6 +5,8 @@
 
 #include <cassert>
 
+namespace entropy {
+
 void BitStreamInit(OutBitStream& stream, uint8_t* start, size_t size)
 {
     stream.bits = 0;
@@ -36,3 +38,5 @@ size_t BitStreamFinish(OutBitStream& stream)
     assert(stream.cursor <= stream.end);
     return AsSize(stream.cursor - stream.begin);
 }
+
+} // namespace entropy

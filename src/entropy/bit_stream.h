@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace entropy {
+
 /// A stream that is being written.
 struct OutBitStream {
     uint64_t bits;   ///< pending bits at the low end, stale ones above
@@ -42,3 +44,5 @@ void BitStreamInit(InBitStream& stream, const uint8_t* start, size_t size);
 /// Ends a writer: flushes the pending bits into a last byte, the low end of which is zero.
 /// Returns the bytes of the stream. On a byte boundary nothing is added.
 size_t BitStreamFinish(OutBitStream& stream);
+
+} // namespace entropy

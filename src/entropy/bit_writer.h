@@ -8,6 +8,8 @@
 
 #include <cassert>
 
+namespace entropy {
+
 /// Up to 63 bits, right-aligned, with zeros above them.
 struct BitRun {
     uint64_t bits;
@@ -83,3 +85,5 @@ class BitWriter
     uint64_t used; ///< pending bits
     uint8_t* cursor;
 };
+
+} // namespace entropy

@@ -3,6 +3,8 @@
 #include <cassert>
 #include <cstddef>
 
+namespace entropy {
+
 namespace {
 
 constexpr int kMaxLimit = 31;
@@ -47,3 +49,5 @@ bool BuildCanonicalCodes(size_t count, const uint32_t* lengths, int limit, CodeR
     }
     return true;
 }
+
+} // namespace entropy

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace entropy {
+
 struct CodeRecord {
     uint32_t symbol;
     uint32_t length; ///< bits
@@ -19,3 +21,5 @@ struct CodeRecord {
 /// Returns false, with `records` in no order, if a length is 0 or above `limit`, if the lengths need more
 /// than the code space, or if `limit` is above 31.
 bool BuildCanonicalCodes(size_t count, const uint32_t* lengths, int limit, CodeRecord* records);
+
+} // namespace entropy

@@ -18,6 +18,8 @@
 #include <limits>
 #include <span>
 
+namespace entropy {
+
 namespace {
 
 constexpr uint64_t kEndOfList = std::numeric_limits<uint64_t>::max();
@@ -156,3 +158,5 @@ void ComputeCodeLengths(size_t count, const uint64_t* frequencies, int limit, ui
         kept = 2 * (kept - coins);
     }
 }
+
+} // namespace entropy

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace entropy {
+
 /// Working memory of ComputeCodeLengths. Whoever keeps it from call to call allocates nothing after the
 /// first.
 struct CodeLengthWork {
@@ -27,3 +29,5 @@ struct CodeLengthWork {
 /// lengths      receives `count` lengths
 void ComputeCodeLengths(size_t count, const uint64_t* frequencies, int limit, uint32_t* lengths,
                         CodeLengthWork& work);
+
+} // namespace entropy

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace entropy {
+
 /// Symbols of a code: residuals of 8-bit samples.
 inline constexpr size_t kSymbols = 256;
 
@@ -34,3 +36,5 @@ constexpr size_t CodedRoom(size_t symbols)
 {
     return (symbols * kMaxCodeLength + 7) / 8 + kWordBytes;
 }
+
+} // namespace entropy

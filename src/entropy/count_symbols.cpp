@@ -3,6 +3,8 @@
 #include <cassert>
 #include <cstddef>
 
+namespace entropy {
+
 void CountSymbols(const uint8_t* plane, int width, int height, int pitch, uint64_t* frequencies)
 {
     assert(width >= 0 && height >= 0);
@@ -25,3 +27,5 @@ void CountSymbols(const uint8_t* plane, int width, int height, int pitch, uint64
         frequencies[symbol] = uint64_t{histograms[0][symbol]} + histograms[1][symbol] +
                               histograms[2][symbol] + histograms[3][symbol];
 }
+
+} // namespace entropy

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <cassert>
 
+namespace entropy {
+
 void FillDecodeTable(DecodeEntry parent, uint32_t prefix, std::span<const CodeRecord> records, int tableBits,
                      DecodeEntry* table)
 {
@@ -57,3 +59,5 @@ void BuildDecodeTable(std::span<const CodeRecord> records, int tableBits, Decode
         if (table[row].bitCount == 0)
             table[row] = table[row - 1];
 }
+
+} // namespace entropy

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+namespace entropy {
+
 /// A row answers for one value of the next bits of a stream: as many whole codes as fit into them, at most
 /// four.
 struct DecodeEntry {
@@ -40,3 +42,5 @@ void FillDecodeTable(DecodeEntry parent, uint32_t prefix, std::span<const CodeRe
 /// records  as BuildCanonicalCodes leaves them, one at least
 /// table    DecodeTableRows(tableBits) rows, of any contents
 void BuildDecodeTable(std::span<const CodeRecord> records, int tableBits, DecodeEntry* table);
+
+} // namespace entropy

@@ -1,5 +1,7 @@
 #include "entropy/encode_table.h"
 
+namespace entropy {
+
 void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs, PairRange range)
 {
     const auto wanted = [=](size_t symbol) { return range == PairRange::All || IsCoreSymbol(symbol); };
@@ -10,3 +12,5 @@ void FillPairTableScalar(const CodeEntry* codes, PairEntry* pairs, PairRange ran
                                                    codes[second].code,
                                                uint32_t{codes[first].length} + codes[second].length};
 }
+
+} // namespace entropy

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace entropy {
+
 struct CodeEntry {
     uint16_t code; ///< right-aligned
     uint16_t length;
@@ -53,3 +55,5 @@ inline constexpr PairTableImplementation kPairTableImplementations[] = {
 #endif
 };
 inline constexpr auto FillPairTable = Fastest(kPairTableImplementations).run;
+
+} // namespace entropy

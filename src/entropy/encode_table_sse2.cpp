@@ -2,6 +2,8 @@
 
 #include <emmintrin.h>
 
+namespace entropy {
+
 void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs, PairRange range)
 {
     // The symbols from here to `gapEnd` are not wanted.
@@ -32,3 +34,5 @@ void FillPairTableSse2(const CodeEntry* codes, PairEntry* pairs, PairRange range
         }
     }
 }
+
+} // namespace entropy

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <span>
 
+namespace entropy {
+
 /// The entropy stage: residuals of a block in, a bit stream out, and back. One coder holds the code of one
 /// plane of a frame; all blocks of the plane share it.
 ///
@@ -49,3 +51,5 @@ class HuffCoder
     /// built before then stay as they are.
     virtual bool BuildFromLengths(size_t count, const uint32_t* lengths, bool encoderOnly) = 0;
 };
+
+} // namespace entropy

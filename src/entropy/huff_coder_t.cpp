@@ -18,6 +18,8 @@
 #include <cassert>
 #include <cstring>
 
+namespace entropy {
+
 namespace {
 
 /// Codes of four symbols from the table of single symbols.
@@ -257,3 +259,5 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(size
 }
 
 template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;
+
+} // namespace entropy

@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <vector>
 
+namespace entropy {
+
 /// A coder of symbols of `bits` bits with codes of `limit` bits at most and look-ups of `tableBits` bits. All
 /// memory is made by the first build of a kind and kept.
 template <class Symbol, class Code, int bits, int limit, int tableBits>
@@ -65,3 +67,5 @@ class HuffCoderT : public HuffCoder
 };
 
 extern template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;
+
+} // namespace entropy

@@ -39,6 +39,8 @@
 #include <cstddef>
 #include <iterator>
 
+namespace entropy {
+
 namespace {
 
 constexpr int kLookUps = kLookUpsPerRefill;
@@ -193,3 +195,5 @@ void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs)
             }
     }
 }
+
+} // namespace entropy

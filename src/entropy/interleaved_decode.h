@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+namespace entropy {
+
 /// A coded block to decode: its stream gives exactly `symbols`.
 struct DecodeJob {
     std::span<const uint8_t> coded;
@@ -19,3 +21,5 @@ inline constexpr size_t kDecodeLanes = 7;
 /// read as zero. Nothing outside the stream is read.
 /// table  1 << kTableBits entries (BuildWideTable)
 void DecodeInterleaved(const WideRow* table, std::span<const DecodeJob> jobs);
+
+} // namespace entropy

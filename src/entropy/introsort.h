@@ -16,6 +16,8 @@
 #include <span>
 #include <utility>
 
+namespace entropy {
+
 namespace introsort {
 
 /// The longest part that is left to the insertion sort.
@@ -145,3 +147,5 @@ void Introsort(std::span<T> items, Less less)
     introsort::SortToShortParts(items, introsort::MaxSplits(items.size()), less);
     introsort::SortByInsertion(items, less);
 }
+
+} // namespace entropy

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cassert>
 
+namespace entropy {
+
 namespace {
 
 constexpr uint8_t kRunFlag = 0x80;
@@ -52,3 +54,5 @@ const uint8_t* ReadLengthTable(const uint8_t* at, const uint8_t* end, size_t cou
     }
     return at;
 }
+
+} // namespace entropy

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace entropy {
+
 /// Room for a table of 256 entries: none is longer, and no reader or bound counts with more.
 inline constexpr size_t kMaxLengthTableBytes = 512;
 
@@ -21,3 +23,5 @@ size_t WriteLengthTable(const uint32_t* lengths, size_t count, uint8_t* out);
 /// way. A run that would pass the last entry is cut there. Returns the byte after the table, or null if
 /// `end` comes first; entries read so far then stand in `lengths`, the others are left alone.
 const uint8_t* ReadLengthTable(const uint8_t* at, const uint8_t* end, size_t count, uint32_t* lengths);
+
+} // namespace entropy

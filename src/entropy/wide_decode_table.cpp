@@ -28,6 +28,8 @@
 #include <cstddef>
 #include <cstring>
 
+namespace entropy {
+
 namespace {
 
 /// A row as one number. Symbols move up by a byte without a store in between.
@@ -126,3 +128,5 @@ bool BuildWideTable(std::span<const CodeRecord> records, int tableBits, WideRow*
     builder.Fill(tableBits, table);
     return true;
 }
+
+} // namespace entropy

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+namespace entropy {
+
 inline constexpr int kWideRowSymbols = 6;
 
 /// As DecodeEntry, in the same eight bytes: a reader stores the row whole, of which the symbols come first,
@@ -24,3 +26,5 @@ static_assert(sizeof(WideRow) == 8);
 /// records  as BuildCanonicalCodes leaves them, one at least, none longer than `tableBits`
 /// table    1 << tableBits rows
 bool BuildWideTable(std::span<const CodeRecord> records, int tableBits, WideRow* table);
+
+} // namespace entropy

@@ -4,6 +4,8 @@
 #include "surroundings/dialog_parts.h"
 #include "surroundings/resource_ids.h"
 
+namespace surroundings {
+
 namespace {
 
 constexpr ToolRow kTools[] = {
@@ -15,7 +17,7 @@ constexpr ToolRow kTools[] = {
 
 void AdobeConfigModel::Init(ControlPort& controls)
 {
-    controls.SetCheck(CONTROL_ENABLE_LOG, LoadAdobeLog().value_or(0) != 0);
+    controls.SetCheck(CONTROL_ENABLE_LOG, settings::LoadAdobeLog().value_or(0) != 0);
     AddTools(controls, kTools);
 }
 
@@ -23,7 +25,7 @@ DialogEnd AdobeConfigModel::Command(ControlPort& controls, int id, DialogActions
 {
     switch (id) {
     case CONTROL_OK:
-        SaveAdobeLog(controls.GetCheck(CONTROL_ENABLE_LOG));
+        settings::SaveAdobeLog(controls.GetCheck(CONTROL_ENABLE_LOG));
         return DialogEnd::Ok;
     case CONTROL_CANCEL:
         return DialogEnd::Cancel;
@@ -36,3 +38,5 @@ DialogEnd AdobeConfigModel::Command(ControlPort& controls, int id, DialogActions
     }
     return DialogEnd::Stay;
 }
+
+} // namespace surroundings

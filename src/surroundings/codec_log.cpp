@@ -7,6 +7,8 @@
 
 #include <cstdarg>
 
+namespace surroundings {
+
 namespace {
 
 /// Opens the first file of this stem whose name is free. Two instances that open in the same second have the
@@ -75,3 +77,5 @@ void CodecLog::Close() noexcept
     std::fclose(logFile);
     logFile = nullptr;
 }
+
+} // namespace surroundings

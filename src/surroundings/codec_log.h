@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string>
 
+namespace surroundings {
+
 /// The text log of one driver instance: one file in the folder "orvane" of the user's profile, made by the
 /// first line that is logged, and taking lines until it is closed. No failure is visible: a line that cannot
 /// be written is lost, and the next one tries again. Used by one thread at a time.
@@ -34,3 +36,5 @@ class CodecLog
     std::string description;
     std::FILE* logFile = nullptr;
 };
+
+} // namespace surroundings

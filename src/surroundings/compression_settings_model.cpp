@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace surroundings {
+
 namespace {
 
 bool ContainsWord(std::string_view text, std::string_view lowerCaseWord)
@@ -34,12 +36,12 @@ bool IsAfterburnerPath(std::string_view hostPath)
     return ContainsWord(hostPath, "msi") && ContainsWord(hostPath, "afterburner");
 }
 
-CompressionSettingsModel::CompressionSettingsModel(std::vector<CodecVariant> rows, CompressionScope scope,
-                                                   std::string_view hostPath)
+CompressionSettingsModel::CompressionSettingsModel(std::vector<settings::CodecVariant> rows,
+                                                   CompressionScope scope, std::string_view hostPath)
     : Rows(std::move(rows)), Afterburner(IsAfterburnerPath(hostPath)),
       ClientMode(scope == CompressionScope::Client)
 {
-    std::erase_if(Rows, IsGeneric);
+    std::erase_if(Rows, settings::IsGeneric);
 }
 
 void CompressionSettingsModel::Init(ControlPort& controls)
@@ -78,7 +80,7 @@ DialogEnd CompressionSettingsModel::Command(ControlPort& controls, int id, int n
     case CONTROL_OK:
         CollectControls(controls);
         if (Afterburner)
-            SaveVariantSettings(Row());
+            settings::SaveVariantSettings(Row());
         return DialogEnd::Ok;
     case CONTROL_CANCEL:
         return DialogEnd::Cancel;
@@ -94,7 +96,7 @@ DialogEnd CompressionSettingsModel::Command(ControlPort& controls, int id, int n
         break;
     case CONTROL_SAVE_DEFAULT:
         CollectControls(controls);
-        SaveVariantSettings(Row());
+        settings::SaveVariantSettings(Row());
         break;
     default:
         break;
@@ -106,7 +108,7 @@ void CompressionSettingsModel::FillControls(ControlPort& controls)
 {
     const EncodeSettings& encode = Row().Encode;
     uint32_t accepted = 0;
-    if (const VariantTraits* traits = FindVariantTraits(Row().Id)) {
+    if (const settings::VariantTraits* traits = settings::FindVariantTraits(Row().Id)) {
         accepted = traits->acceptedInput;
         HasColorControls = traits->hasColorControls;
         HasInterpolate = traits->hasInterpolate;
@@ -125,14 +127,15 @@ void CompressionSettingsModel::FillControls(ControlPort& controls)
 void CompressionSettingsModel::FillInputs(ControlPort& controls, uint32_t accepted)
 {
     controls.ClearItems(CONTROL_INPUTS);
-    controls.AddItem(CONTROL_INPUTS, "All supported", kAllInputs);
-    for (const InputCategory& category : kInputCategories)
-        if (accepted & CategoryBit(category.category))
-            controls.AddItem(CONTROL_INPUTS, InputLabel(category), CategoryBit(category.category));
+    controls.AddItem(CONTROL_INPUTS, "All supported", settings::kAllInputs);
+    for (const settings::InputCategory& category : settings::kInputCategories)
+        if (accepted & settings::CategoryBit(category.category))
+            controls.AddItem(CONTROL_INPUTS, settings::InputLabel(category),
+                             settings::CategoryBit(category.category));
 
     controls.Select(CONTROL_INPUTS, 0);
     const uint32_t wanted = Row().Encode.InputColorSpace;
-    if (wanted == kAllInputs)
+    if (wanted == settings::kAllInputs)
         return;
     // A mask of several categories shows as the first of them.
     for (int i = 1; i < controls.ItemCount(CONTROL_INPUTS); ++i)
@@ -179,5 +182,7 @@ void CompressionSettingsModel::CollectControls(const ControlPort& controls)
     }
     if (HasInterpolate)
         encode.InterpolateDownscale = CheckedWord(controls, CONTROL_INTERPOLATE);
-    ClampEncodeSettings(encode);
+    settings::ClampEncodeSettings(encode);
 }
+
+} // namespace surroundings

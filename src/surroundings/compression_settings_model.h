@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+namespace surroundings {
+
 /// Who opened the compression dialog.
 enum class CompressionScope {
     Global, ///< the settings dialog: all variants, stored when that dialog is confirmed
@@ -21,17 +23,17 @@ class CompressionSettingsModel
   public:
     /// rows  generic ones are left out; at least one other; Client: exactly one
     /// hostPath  long path of the host's executable
-    CompressionSettingsModel(std::vector<CodecVariant> rows, CompressionScope scope,
+    CompressionSettingsModel(std::vector<settings::CodecVariant> rows, CompressionScope scope,
                              std::string_view hostPath);
 
     void Init(ControlPort& controls);
     /// notification  what the control tells; of the list of variants only kSelectionChanged counts
     DialogEnd Command(ControlPort& controls, int id, int notification);
 
-    std::vector<CodecVariant> Rows;
+    std::vector<settings::CodecVariant> Rows;
 
   private:
-    CodecVariant& Row() { return Rows[Selected]; }
+    settings::CodecVariant& Row() { return Rows[Selected]; }
     void FillControls(ControlPort& controls);
     void FillInputs(ControlPort& controls, uint32_t accepted);
     void FillMatrix(ControlPort& controls);
@@ -44,3 +46,5 @@ class CompressionSettingsModel
     bool HasInterpolate = false;   ///< the interpolation box does
     bool ClientMode;
 };
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 #include "surroundings/dialog_parts.h"
 #include "surroundings/resource_ids.h"
 
+namespace surroundings {
+
 inline constexpr ToolRow kCompressionTools[] = {
     {CONTROL_VARIANT,
      "Global defaults for this variant of the codec.\n\n"
@@ -73,3 +75,5 @@ inline constexpr ToolRow kAfterburnerTool = {
                 "MSI Afterburner doesn't store VFW codec settings by itself as it should,\n"
                 "so for the changes to take effect the settings must be stored globally in the registry!\n\n"
                 "NOTE: This affects all applications using this variant of the codec!"};
+
+} // namespace surroundings

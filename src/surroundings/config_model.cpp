@@ -4,6 +4,8 @@
 #include "surroundings/dialog_parts.h"
 #include "surroundings/resource_ids.h"
 
+namespace surroundings {
+
 namespace {
 
 constexpr ToolRow kTools[] = {
@@ -49,23 +51,23 @@ constexpr BalloonRule kBalloonRules[] = {
 ConfigModel ConfigModel::Load()
 {
     DecodeSettings decode;
-    LoadGlobalSettings(decode);
-    std::vector<CodecVariant> rows = BuildVariantTable();
-    for (CodecVariant& row : rows)
-        if (!IsGeneric(row))
-            LoadVariantSettings(row);
+    settings::LoadGlobalSettings(decode);
+    std::vector<settings::CodecVariant> rows = settings::BuildVariantTable();
+    for (settings::CodecVariant& row : rows)
+        if (!settings::IsGeneric(row))
+            settings::LoadVariantSettings(row);
     return {decode, std::move(rows)};
 }
 
 void ConfigModel::Save() const
 {
-    SaveGlobalSettings(Decode);
-    for (const CodecVariant& row : Rows)
-        if (!IsGeneric(row))
-            SaveVariantSettings(row);
+    settings::SaveGlobalSettings(Decode);
+    for (const settings::CodecVariant& row : Rows)
+        if (!settings::IsGeneric(row))
+            settings::SaveVariantSettings(row);
 }
 
-ConfigModel::ConfigModel(const DecodeSettings& decode, std::vector<CodecVariant> rows)
+ConfigModel::ConfigModel(const DecodeSettings& decode, std::vector<settings::CodecVariant> rows)
     : Decode(decode), Rows(std::move(rows))
 {}
 
@@ -130,3 +132,5 @@ void ConfigModel::LockBalloons(ControlPort& controls)
         }
     }
 }
+
+} // namespace surroundings

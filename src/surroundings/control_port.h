@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+namespace surroundings {
+
 /// The notification of a drop-down list whose selection the user has changed.
 inline constexpr int kSelectionChanged = 1;
 
@@ -68,3 +70,5 @@ inline void SelectData(ControlPort& controls, int id, uint32_t data)
         if (controls.ItemData(id, i) == data)
             return controls.Select(id, i);
 }
+
+} // namespace surroundings

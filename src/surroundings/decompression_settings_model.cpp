@@ -4,6 +4,8 @@
 #include "surroundings/dialog_parts.h"
 #include "surroundings/resource_ids.h"
 
+namespace surroundings {
+
 namespace {
 
 constexpr ToolRow kTools[] = {
@@ -37,10 +39,10 @@ struct ConversionBox {
     uint32_t DecodeSettings::*mask;
 };
 
-constexpr uint32_t kToRgb = CategoryBit(kCodeRgb);
-constexpr uint32_t kTo444 = CategoryBit(kCodeYuv444);
-constexpr uint32_t kTo422 = CategoryBit(kCodeYuv422);
-constexpr uint32_t kTo420 = CategoryBit(kCodeYuv420);
+constexpr uint32_t kToRgb = settings::CategoryBit(kCodeRgb);
+constexpr uint32_t kTo444 = settings::CategoryBit(kCodeYuv444);
+constexpr uint32_t kTo422 = settings::CategoryBit(kCodeYuv422);
+constexpr uint32_t kTo420 = settings::CategoryBit(kCodeYuv420);
 
 constexpr ConversionBox kConversionBoxes[] = {
     {CONTROL_400_TO_420, kTo420, &DecodeSettings::DecompSettings_YUV400},
@@ -104,3 +106,5 @@ void DecompressionSettingsModel::Collect(const ControlPort& controls)
             Decode.*box.mask |= box.bit;
     Decode.SuggestRGB = CheckedWord(controls, CONTROL_SUGGEST_RGB);
 }
+
+} // namespace surroundings

@@ -3,6 +3,8 @@
 #include "common/settings_records.h"
 #include "surroundings/control_port.h"
 
+namespace surroundings {
+
 /// The decisions of the decompression dialog, on a copy of the global settings.
 class DecompressionSettingsModel
 {
@@ -17,3 +19,5 @@ class DecompressionSettingsModel
   private:
     void Collect(const ControlPort& controls);
 };
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 #include "platform/processor_count.h"
 #include "surroundings/resource_ids.h"
 
+namespace surroundings {
+
 void AddTools(ControlPort& controls, std::span<const ToolRow> tools)
 {
     for (const ToolRow& tool : tools)
@@ -17,7 +19,7 @@ void ShowVersion(ControlPort& controls)
 
 void InitThreads(ControlPort& controls)
 {
-    controls.AddUpDown(CONTROL_THREADS, 1, kMaxThreads);
+    controls.AddUpDown(CONTROL_THREADS, 1, settings::kMaxThreads);
 }
 
 void FillThreads(ControlPort& controls, uint32_t count, uint32_t automatic)
@@ -40,3 +42,5 @@ void CollectThreads(const ControlPort& controls, uint32_t& count, uint32_t& auto
     count = controls.GetNumber(CONTROL_THREADS);
     automatic = CheckedWord(controls, CONTROL_AUTO_THREADS);
 }
+
+} // namespace surroundings

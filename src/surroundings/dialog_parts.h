@@ -5,6 +5,8 @@
 
 #include <span>
 
+namespace surroundings {
+
 /// A control's tip.
 struct ToolRow {
     int id;
@@ -27,3 +29,5 @@ inline uint32_t CheckedWord(const ControlPort& controls, int id)
 {
     return controls.GetCheck(id) ? 1 : 0;
 }
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 
 #include "driver/settings/codec_variant.h"
 
+namespace surroundings {
+
 /// The global settings: loads the stored settings, shows them, and stores all of them when the user confirms.
 void RunConfigDialog(void* parent) noexcept;
 
@@ -13,4 +15,6 @@ void RunAdobeConfigDialog(void* parent) noexcept;
 /// The compression settings of the variant that a host has opened. Nothing is stored unless the user asks for
 /// it in the dialog. Gives whether the user confirmed.
 /// variant  not the generic one; takes the dialog's settings when the user confirms, else it stays
-bool RunClientDialog(void* parent, CodecVariant& variant) noexcept;
+bool RunClientDialog(void* parent, settings::CodecVariant& variant) noexcept;
+
+} // namespace surroundings

@@ -2,6 +2,8 @@
 
 #include "platform/profile_folder.h"
 
+namespace surroundings {
+
 namespace {
 
 std::optional<platform::Path> MakeFolderIn(const std::optional<platform::Path>& parent, const char* name)
@@ -24,3 +26,5 @@ std::optional<platform::Path> MakeAdobeLogFolder()
 {
     return MakeFolderIn(MakeLogFolder(), "adobe");
 }
+
+} // namespace surroundings

@@ -6,7 +6,11 @@
 
 #include <optional>
 
+namespace surroundings {
+
 /// The folders, made where they are missing; the profile folder itself never is. Nothing when the system
 /// knows no profile folder.
 std::optional<platform::Path> MakeLogFolder();
 std::optional<platform::Path> MakeAdobeLogFolder();
+
+} // namespace surroundings

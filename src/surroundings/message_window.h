@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 
+namespace surroundings {
+
 /// Answers a message on the window's thread; nothing: the message is not the owner's.
 /// parameter  of the callback; 0 for what was posted here
 using MessageHandler = std::optional<intptr_t> (*)(void* owner, uint32_t message,
@@ -41,3 +43,5 @@ class MessageWindow
 
 /// A window of the system; where there are none, the queue alone.
 std::unique_ptr<MessageWindow> MakeMessageWindow();
+
+} // namespace surroundings

@@ -7,6 +7,8 @@
 
 #include <atomic>
 
+namespace surroundings {
+
 namespace {
 
 constinit std::atomic<uint32_t> notifierCount{0};
@@ -140,3 +142,5 @@ void TrayNotifier::Update(bool balloon)
     const TrayTexts texts = BuildTrayTexts(Status, ShortHostName(platform::HostPath()));
     shell.Update(window->Handle(), Status.Mode, texts, balloon);
 }
+
+} // namespace surroundings

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace surroundings {
+
 enum class TrayMode : uint32_t { Idle = 0, Compressing = 1, Decompressing = 2 };
 
 /// What icon and balloon tell of a run.
@@ -36,3 +38,5 @@ using TrayHandle = std::unique_ptr<TrayNotifier, TrayStop>;
 /// settings  DecodeSettings::NotificationSettings: the icon of the mode, and with it the balloon
 /// Waits for the notifier's thread to be ready, so it must not be called while the loader's lock is held.
 void PostNotify(TrayHandle& tray, const TrayStatus& status, uint32_t settings) noexcept;
+
+} // namespace surroundings

@@ -2,6 +2,8 @@
 
 #include "surroundings/tray_text.h"
 
+namespace surroundings {
+
 /// The notification area as a notifier sees it: one icon of one window. Failures are ignored.
 class TrayShell
 {
@@ -17,3 +19,5 @@ class TrayShell
 
 /// The shell of the system; without one, calls do nothing. Lives as long as the library.
 TrayShell& SystemTrayShell();
+
+} // namespace surroundings

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+namespace surroundings {
+
 namespace {
 
 std::string InfoOf(const TrayStatus& status, const std::string& hostName)
@@ -45,3 +47,5 @@ TrayTexts BuildTrayTexts(const TrayStatus& status, const std::string& hostName)
     const std::string info = InfoOf(status, hostName);
     return {TitleOf(status.Mode), info, info.substr(0, maxTip)};
 }
+
+} // namespace surroundings

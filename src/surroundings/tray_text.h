@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace surroundings {
+
 struct TrayTexts {
     std::string title; ///< of the balloon
     std::string info;  ///< of the balloon
@@ -16,3 +18,5 @@ struct TrayTexts {
 std::string ShortHostName(const std::string& path);
 
 TrayTexts BuildTrayTexts(const TrayStatus& status, const std::string& hostName);
+
+} // namespace surroundings

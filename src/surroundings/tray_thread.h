@@ -11,6 +11,8 @@
 #include <deque>
 #include <mutex>
 
+namespace surroundings {
+
 /// Messages to the window.
 enum TrayMessage : uint32_t {
     kTrayCallback = MessageWindow::kCallback,
@@ -63,3 +65,5 @@ class TrayNotifier
     TrayStatus Status;
     bool IconShown = false;
 };
+
+} // namespace surroundings

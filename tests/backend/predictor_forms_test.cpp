@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <memory>
 
+using namespace imgproc;
+
 namespace {
 
 constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median};

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 
+using namespace imgproc;
+
 namespace {
 
 constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median};

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace imgproc;
+
 namespace {
 
 const TImgProcBackend<unsigned char, 8, 1, 1, 1> kGray;

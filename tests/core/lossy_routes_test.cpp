@@ -16,6 +16,8 @@
 #include <set>
 #include <string_view>
 
+using namespace imgproc;
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;

@@ -11,6 +11,8 @@
 #include <typeinfo>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 template <class T>

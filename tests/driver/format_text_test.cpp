@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace driver;
+
 namespace {
 
 std::string Describe(const BITMAPINFOHEADER& header)

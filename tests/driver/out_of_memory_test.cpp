@@ -11,6 +11,8 @@
 
 #include <memory>
 
+using namespace driver;
+
 namespace {
 
 LRESULT Send(DriverInstance* instance, UINT message, const void* first = nullptr,

@@ -8,6 +8,9 @@
 
 #include <memory>
 
+using namespace driver;
+using namespace settings;
+
 namespace {
 
 struct KnownRun {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 TEST(BitStream, AWriterStartsEmptyAtTheBeginningOfTheRange)
 {
     uint8_t area[16];

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 namespace {
 
 bool Build(const std::vector<uint32_t>& lengths, int limit, std::vector<CodeRecord>& records)

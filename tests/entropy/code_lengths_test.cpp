@@ -10,6 +10,8 @@
 #include <functional>
 #include <numeric>
 
+using namespace entropy;
+
 namespace {
 
 Lengths LengthsOf(const Counts& counts, int limit = 12)

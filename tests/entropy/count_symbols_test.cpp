@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 TEST(CountSymbols, CountsEveryFourthColumnOfEveryRow)
 {
     std::mt19937 random(TestSeed());

@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+using namespace entropy;
+
 namespace {
 
 std::vector<DecodeEntry> TableOf(std::vector<uint32_t> lengths, int tableBits)

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 TEST(PairTable, ARowIsTheFirstCodeWithTheSecondBehindIt)
 {
     std::vector<CodeEntry> codes(256, CodeEntry{0, 12});

@@ -134,8 +134,8 @@ class BitByBitCoder
   public:
     explicit BitByBitCoder(const Lengths& lengths) : records(256)
     {
-        valid = BuildCanonicalCodes(256, lengths.data(), 12, records.data());
-        for (const CodeRecord& record : records) {
+        valid = entropy::BuildCanonicalCodes(256, lengths.data(), 12, records.data());
+        for (const entropy::CodeRecord& record : records) {
             codeOf[record.symbol] = record;
             symbolOf[{record.length, record.code}] = static_cast<uint8_t>(record.symbol);
         }
@@ -148,7 +148,7 @@ class BitByBitCoder
         Bytes bytes;
         size_t position = 0;
         for (const uint8_t symbol : symbols) {
-            const CodeRecord& record = codeOf[symbol];
+            const entropy::CodeRecord& record = codeOf[symbol];
             for (uint32_t bit = record.length; bit-- > 0; ++position) {
                 if (position % 8 == 0)
                     bytes.push_back(0);
@@ -185,29 +185,29 @@ class BitByBitCoder
 
   private:
     bool valid = false;
-    std::vector<CodeRecord> records;
-    std::array<CodeRecord, 256> codeOf{};
+    std::vector<entropy::CodeRecord> records;
+    std::array<entropy::CodeRecord, 256> codeOf{};
     std::map<std::pair<uint32_t, uint32_t>, uint8_t> symbolOf;
 };
 
 /// The stream of `symbols`, written into memory that just holds what a writer may touch.
-inline Bytes EncodeAll(const HuffCoder& coder, std::span<const uint8_t> symbols)
+inline Bytes EncodeAll(const entropy::HuffCoder& coder, std::span<const uint8_t> symbols)
 {
     ExactBytes area((symbols.size() * 12 + 7) / 8 + 8, 0xA5);
-    OutBitStream stream;
-    BitStreamInit(stream, area.data(), area.size());
+    entropy::OutBitStream stream;
+    entropy::BitStreamInit(stream, area.data(), area.size());
     coder.Encode(stream, symbols.data(), symbols.size());
-    const size_t size = BitStreamFinish(stream);
+    const size_t size = entropy::BitStreamFinish(stream);
     return Bytes(area.data(), area.data() + size);
 }
 
 /// `count` symbols of a stream, read into memory of just that size.
-inline Bytes DecodeAll(const HuffCoder& coder, std::span<const uint8_t> bytes, size_t count)
+inline Bytes DecodeAll(const entropy::HuffCoder& coder, std::span<const uint8_t> bytes, size_t count)
 {
     const ExactBytes source(bytes);
     ExactBytes symbols(count, 0xA5);
-    InBitStream stream;
-    BitStreamInit(stream, source.data(), source.size());
+    entropy::InBitStream stream;
+    entropy::BitStreamInit(stream, source.data(), source.size());
     coder.Decode(stream, symbols.data(), count);
     return symbols.Copy();
 }

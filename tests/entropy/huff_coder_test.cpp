@@ -11,6 +11,8 @@
 #include <atomic>
 #include <thread>
 
+using namespace entropy;
+
 namespace {
 
 using SingleSymbolCoder = HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 namespace {
 
 /// Reads `count` symbols by calls of the sizes that `next` gives; every call has memory of its own size.

@@ -12,6 +12,8 @@
 #include <random>
 #include <vector>
 
+using namespace entropy;
+
 namespace {
 
 using PlainCoder = HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;

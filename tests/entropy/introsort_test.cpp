@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+using namespace entropy;
+
 namespace {
 
 /// A key, and where the item was before the sort.

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace entropy;
+
 namespace {
 
 Bytes Write(const std::vector<uint32_t>& lengths)

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 /// A plane of plain numbers; rows and columns outside are a failure.

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 enum class Fill { Random, Extremes, Flat, Step };

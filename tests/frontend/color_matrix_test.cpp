@@ -10,6 +10,8 @@
 #include <cmath>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 constexpr const ColorMatrix* kMatrices[] = {&Rec601_Full::kMatrix, &Rec709_Full::kMatrix,

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+using namespace imgproc;
+
 namespace {
 
 using Pair = std::pair<FormatId, FormatId>; // host layout, planes

@@ -12,6 +12,8 @@
 
 #include <string>
 
+using namespace imgproc;
+
 namespace {
 
 /// What the plain layouts say Split and Join leave in the arena and in the picture.

@@ -19,7 +19,7 @@ struct PictureShape {
 };
 
 /// The forms of a class's row kernels, and as the last one what Split and Join themselves choose.
-inline constexpr size_t kForms = std::tuple_size_v<PackedRowForms> + 1;
+inline constexpr size_t kForms = std::tuple_size_v<imgproc::PackedRowForms> + 1;
 
 /// Picture and arena end where their allocations end; everything in them that is not a sample keeps its fill.
 class PictureRun
@@ -27,7 +27,7 @@ class PictureRun
   public:
     static constexpr uint8_t kFill = 0xC3;
 
-    PictureRun(const PackedFrontend& packed, const PictureShape& pictureShape)
+    PictureRun(const imgproc::PackedFrontend& packed, const PictureShape& pictureShape)
         : frontend(packed), shape(pictureShape),
           picture(static_cast<size_t>(shape.pitch) * static_cast<size_t>(shape.height), shape.phase, kFill),
           host{{{picture.data(), shape.pitch}}},
@@ -72,7 +72,7 @@ class PictureRun
             Walk(frontend.rowForms[form].join, bandPicture, rows, bandPlanes);
     }
 
-    const PackedFrontend& frontend;
+    const imgproc::PackedFrontend& frontend;
     const PictureShape shape;
     ExactBuffer picture;
     PlaneArray host;
@@ -82,7 +82,7 @@ class PictureRun
 
   private:
     template <class Row, class Picture, class Planes>
-    void Walk(void (*kernel)(Row, int, const ColorMatrix*), const Picture& bandPicture, int rows,
+    void Walk(void (*kernel)(Row, int, const imgproc::ColorMatrix*), const Picture& bandPicture, int rows,
               const Planes& bandPlanes) const
     {
         for (int i = 0; i < rows; ++i)

@@ -29,7 +29,7 @@ inline constexpr PlainMatrix kPlainMatrices[] = {
     {{1496, 5032, 508}, {-823, -2773, 3598}, {3598, -3267, -329}, 16, 9539, 14686, -1746, -4365, 17305},
 };
 
-inline const PlainMatrix& PlainMatrixOf(ColorStandard standard)
+inline const PlainMatrix& PlainMatrixOf(imgproc::ColorStandard standard)
 {
     return kPlainMatrices[static_cast<int>(standard)];
 }
@@ -52,7 +52,7 @@ inline PlainPixel PlainToRgb(const PlainMatrix& m, const PlainPixel& yuv)
 }
 
 /// The samples that Split makes of a pixel; those behind the last plane are to be ignored.
-inline PlainPixel PlainForward(const FrontendKey& key, bool rgb, const PlainPixel& pixel)
+inline PlainPixel PlainForward(const imgproc::FrontendKey& key, bool rgb, const PlainPixel& pixel)
 {
     if (!rgb)
         return pixel;
@@ -63,7 +63,7 @@ inline PlainPixel PlainForward(const FrontendKey& key, bool rgb, const PlainPixe
 }
 
 /// The pixel that Join makes of the samples.
-inline PlainPixel PlainInverse(const FrontendKey& key, bool rgb, PlainPixel samples)
+inline PlainPixel PlainInverse(const imgproc::FrontendKey& key, bool rgb, PlainPixel samples)
 {
     const size_t planes = PlainPlaneCount(key.planes);
     if (planes < 4)

@@ -5,6 +5,8 @@
 #include <array>
 #include <initializer_list>
 
+using namespace imgproc;
+
 namespace {
 
 struct PlanarSet {

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <string_view>
 
+using namespace settings;
+
 namespace {
 
 namespace fs = std::filesystem;

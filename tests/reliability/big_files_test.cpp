@@ -11,6 +11,8 @@
 #include <random>
 #include <streambuf>
 
+using namespace driver;
+
 namespace {
 
 /// Noise that differs from frame to frame and cannot be coded smaller.

@@ -10,6 +10,8 @@
 
 #include <set>
 
+using namespace settings;
+
 namespace {
 
 const CatalogEntry& Setting(std::string_view key)

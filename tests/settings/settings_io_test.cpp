@@ -11,6 +11,8 @@
 #include <cstring>
 #include <set>
 
+using namespace settings;
+
 namespace {
 
 constexpr char kY2[] = "Software\\Orvane\\O8Y2";

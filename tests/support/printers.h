@@ -12,7 +12,11 @@ inline std::ostream& operator<<(std::ostream& out, PredictMethod method)
     return info ? out << info->name : out << "method " << static_cast<uint32_t>(method);
 }
 
+namespace imgproc {
+
 inline std::ostream& operator<<(std::ostream& out, const PredictorScores& scores)
 {
     return out << "left " << scores.left << ", gradient " << scores.gradient << ", median " << scores.median;
 }
+
+} // namespace imgproc

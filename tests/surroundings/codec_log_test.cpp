@@ -19,6 +19,8 @@
 #include <sys/stat.h>
 #endif
 
+using namespace surroundings;
+
 namespace {
 
 namespace fs = std::filesystem;

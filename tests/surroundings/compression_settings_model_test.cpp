@@ -7,6 +7,9 @@
 #include "surroundings/fake_controls.h"
 #include "surroundings/resource_ids.h"
 
+using namespace settings;
+using namespace surroundings;
+
 namespace {
 
 constexpr char kOrdinaryHost[] = "C:\\Programs\\editor.exe";

@@ -4,6 +4,8 @@
 #include "surroundings/fake_controls.h"
 #include "surroundings/resource_ids.h"
 
+using namespace surroundings;
+
 namespace {
 
 FakeControls Controls()

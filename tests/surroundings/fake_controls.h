@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The controls of a dialog as maps. Touching a control that the dialog does not have is a failure.
-class FakeControls final : public ControlPort
+class FakeControls final : public surroundings::ControlPort
 {
   public:
     struct Item {
@@ -20,7 +20,7 @@ class FakeControls final : public ControlPort
     };
     struct Tool {
         std::string text;
-        ToolArea area;
+        surroundings::ToolArea area;
     };
     struct Control {
         bool checked = false;
@@ -76,7 +76,10 @@ class FakeControls final : public ControlPort
     int Selection(int id) const override { return Get(id).selection; }
     void SetDroppedWidth(int id, int width) override { Get(id).droppedWidth = width; }
     void AddUpDown(int id, int low, int high) override { Get(id).upDown = {low, high}; }
-    void AddTool(int id, const char* text, ToolArea area) override { Get(id).tools.push_back({text, area}); }
+    void AddTool(int id, const char* text, surroundings::ToolArea area) override
+    {
+        Get(id).tools.push_back({text, area});
+    }
     void WidenToLeft(int id) override { Get(id).widened = true; }
 
   private:

@@ -13,11 +13,12 @@
 #include <vector>
 
 /// Notes what the notifier asks of it, in words.
-class RecordingShell final : public TrayShell
+class RecordingShell final : public surroundings::TrayShell
 {
   public:
-    void Add(void* window, TrayMode mode) override { Note(window, "add " + ModeText(mode)); }
-    void Update(void* window, TrayMode mode, const TrayTexts& texts, bool balloon) override
+    void Add(void* window, surroundings::TrayMode mode) override { Note(window, "add " + ModeText(mode)); }
+    void Update(void* window, surroundings::TrayMode mode, const surroundings::TrayTexts& texts,
+                bool balloon) override
     {
         Note(window, (balloon ? "balloon " : "update ") + ModeText(mode) + ": " + texts.info);
     }
@@ -38,7 +39,10 @@ class RecordingShell final : public TrayShell
     }
 
   private:
-    static std::string ModeText(TrayMode mode) { return std::to_string(static_cast<int>(mode)); }
+    static std::string ModeText(surroundings::TrayMode mode)
+    {
+        return std::to_string(static_cast<int>(mode));
+    }
 
     void Note(void* window, const std::string& entry)
     {
@@ -55,9 +59,9 @@ class RecordingShell final : public TrayShell
     void* lastWindow = nullptr;
 };
 
-inline TrayStatus StatusOf(TrayMode mode, uint32_t width)
+inline surroundings::TrayStatus StatusOf(surroundings::TrayMode mode, uint32_t width)
 {
-    TrayStatus status;
+    surroundings::TrayStatus status;
     status.Mode = mode;
     status.Width = width;
     status.Height = 3;
@@ -66,9 +70,9 @@ inline TrayStatus StatusOf(TrayMode mode, uint32_t width)
     return status;
 }
 
-inline std::string InfoOf(const TrayStatus& status)
+inline std::string InfoOf(const surroundings::TrayStatus& status)
 {
-    return BuildTrayTexts(status, ShortHostName(platform::HostPath())).info;
+    return surroundings::BuildTrayTexts(status, surroundings::ShortHostName(platform::HostPath())).info;
 }
 
 using Entries = std::vector<std::string>;

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+using namespace surroundings;
+
 namespace {
 
 TEST(TrayNotifier, ShowsUpdatesAndRemovesTheIconInTheOrderOfPosting)

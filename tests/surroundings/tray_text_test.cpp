@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+using namespace surroundings;
+
 namespace {
 
 TrayStatus StatusOf(TrayMode mode, bool bottomUp = false)

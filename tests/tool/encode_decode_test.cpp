@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <sstream>
 
+using namespace driver;
+
 namespace {
 
 /// The driver, with one byte of each payload turned over once a frame is compressed.

@@ -11,6 +11,8 @@
 
 #include <sstream>
 
+using namespace driver;
+
 namespace {
 
 class GoldenAvi : public testing::TestWithParam<GoldenFile>

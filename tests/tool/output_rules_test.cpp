@@ -4,6 +4,8 @@
 #include "tool/run_command.h"
 #include "tool_error.h"
 
+using namespace driver;
+
 namespace {
 
 class OutputRulesTest : public CommandTest

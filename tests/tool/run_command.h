@@ -22,7 +22,7 @@ class CommandTest : public testing::Test
   protected:
     /// `input` is what standard input holds.
     CommandResult Run(const std::vector<std::string>& arguments, const std::string& input = {},
-                      DriverEntry driver = &HandleMessage)
+                      DriverEntry driver = &driver::HandleMessage)
     {
         std::istringstream in(input);
         std::ostringstream out, err;

@@ -115,7 +115,7 @@ std::string WithoutRepeats(const std::string& lines)
 
 struct Coder {
     std::array<uint32_t, 256> lengths{};
-    std::array<CodeRecord, 256> bySymbol{};
+    std::array<entropy::CodeRecord, 256> bySymbol{};
     std::array<int16_t, 4096> symbolOf{}; ///< by the next 12 bits
 };
 
@@ -137,7 +137,7 @@ std::string BlockText(const Bytes& payload, bool raw, const Coder& coder, const 
                            (bit + i < payload.size() * 8 ? payload[(bit + i) / 8] >> (7 - (bit + i) % 8) & 1U
                                                          : 0U);
                 residual = static_cast<uint8_t>(coder.symbolOf[next]);
-                const CodeRecord& code = coder.bySymbol[residual];
+                const entropy::CodeRecord& code = coder.bySymbol[residual];
                 for (uint32_t i = code.length; i-- > 0;)
                     codes += static_cast<char>('0' + (code.code >> i & 1));
                 codes += ' ';
@@ -171,10 +171,10 @@ Coder ReadCoder(const Bytes& frame, size_t& at)
         std::fill_n(coder.lengths.begin() + static_cast<ptrdiff_t>(entries), run, token % 128);
         entries += run;
     }
-    std::array<CodeRecord, 256> records;
-    if (!BuildCanonicalCodes(256, coder.lengths.data(), 12, records.data()))
+    std::array<entropy::CodeRecord, 256> records;
+    if (!entropy::BuildCanonicalCodes(256, coder.lengths.data(), 12, records.data()))
         throw std::logic_error("no code");
-    for (const CodeRecord& record : records) {
+    for (const entropy::CodeRecord& record : records) {
         coder.bySymbol[record.symbol] = record;
         const uint32_t room = 1U << (12 - record.length);
         std::fill_n(coder.symbolOf.begin() + record.code * room, room, static_cast<int16_t>(record.symbol));

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+using namespace entropy;
+
 namespace vectors {
 
 namespace {

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <string_view>
 
+namespace settings {
+
 namespace {
 
 /// Of names of letters and digits.
@@ -45,3 +47,5 @@ std::string InputLabel(const InputCategory& category)
         return category.deepLabel;
     return std::string(format->name) + " - (" + names.substr(1) + ")";
 }
+
+} // namespace settings

@@ -10,6 +10,8 @@
 #include <initializer_list>
 #include <string>
 
+namespace settings {
+
 /// InputColorSpace: every input that the variant can take.
 inline constexpr uint32_t kAllInputs = 0xFFFFFFFF;
 
@@ -99,3 +101,5 @@ constexpr const VariantTraits* FindVariantTraits(FormatId id)
             return &traits;
     return nullptr;
 }
+
+} // namespace settings

@@ -2,6 +2,8 @@
 
 #include "common/four_cc.h"
 
+namespace settings {
+
 std::vector<CodecVariant> BuildVariantTable()
 {
     return {
@@ -15,3 +17,5 @@ std::vector<CodecVariant> BuildVariantTable()
         {kCodeGray, MakeFourCC("O8G0"), "Orvane YUV400", "Orvane - YUV 4:0:0 (Greyscale)", {}},
     };
 }
+
+} // namespace settings

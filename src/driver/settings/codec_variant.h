@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace settings {
+
 /// One variant with the compression settings that hold for it.
 struct CodecVariant {
     FormatId Id = 0; ///< the compressed format, 0 for the generic decoder
@@ -28,3 +30,5 @@ inline bool IsGeneric(const CodecVariant& variant)
 /// All variants in the order in which hosts and dialogs list them, the generic one first, each with default
 /// settings.
 std::vector<CodecVariant> BuildVariantTable();
+
+} // namespace settings

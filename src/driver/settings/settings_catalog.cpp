@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace settings {
+
 namespace {
 
 using DecodeField = uint32_t DecodeSettings::*;
@@ -113,3 +115,5 @@ bool ResetSetting(const CatalogEntry& setting)
     OpenKeyOf(setting)->Delete(setting.name);
     return !OpenKeyOf(setting)->Read(setting.name);
 }
+
+} // namespace settings

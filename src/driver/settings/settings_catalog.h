@@ -11,6 +11,8 @@
 #include <variant>
 #include <vector>
 
+namespace settings {
+
 /// One setting.
 struct CatalogEntry {
     /// Where the value stands in memory; monostate: the flag of the host plug-ins, which no record has.
@@ -40,3 +42,5 @@ std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value
 
 /// Removes the stored value. False when the store still has it.
 bool ResetSetting(const CatalogEntry& setting);
+
+} // namespace settings

@@ -5,6 +5,8 @@
 #include "platform/processor_count.h"
 #include "platform/settings_store.h"
 
+namespace settings {
+
 namespace {
 
 using KeyHandle = std::unique_ptr<platform::SettingsKey>;
@@ -102,3 +104,5 @@ void SaveAdobeLog(bool enable)
 {
     OpenGlobalKey()->Write(kAdobeLogName, enable ? 1 : 0);
 }
+
+} // namespace settings

@@ -9,6 +9,8 @@
 
 #include <optional>
 
+namespace settings {
+
 /// The key of a variant's settings. Not for the generic variant.
 std::string VariantKeyPath(const CodecVariant& variant);
 
@@ -37,3 +39,5 @@ void ClampEncodeSettings(EncodeSettings& encode);
 /// Empty when nothing is stored; asking does not make the key.
 std::optional<uint32_t> LoadAdobeLog();
 void SaveAdobeLog(bool enable);
+
+} // namespace settings

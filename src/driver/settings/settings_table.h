@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace settings {
+
 inline constexpr char kGlobalKey[] = "Software\\Orvane";
 /// A variant's key is this path followed by its FourCC.
 inline constexpr char kVariantKeyPrefix[] = "Software\\Orvane\\";
@@ -123,3 +125,5 @@ inline constexpr const char* kRetiredGlobalNames[] = {
     "EnableRGBA",     "CompMethod",  "CoderType",    "InputColorSpace",
     "Interlaced",     "ColorMatrix", "FullRangeYUV", "InterpolateDownscale",
 };
+
+} // namespace settings

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <span>
 
+namespace imgproc {
+
 /// A block in its plane.
 struct BlockView {
     PlaneInfo rows; ///< from its first one on
@@ -64,3 +66,5 @@ class ImgProcBackend
     virtual PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
                                             int height, PredictMethod method) const = 0;
 };
+
+} // namespace imgproc

@@ -19,6 +19,8 @@
 #include <cassert>
 #include <type_traits>
 
+namespace imgproc {
+
 namespace {
 
 struct Neighbours {
@@ -177,3 +179,5 @@ PredictorScores ScoreAndPredictSse2(const ConstPlaneInfo& source, const PlaneInf
     });
     return sums.Total();
 }
+
+} // namespace imgproc

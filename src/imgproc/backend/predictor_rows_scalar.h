@@ -3,6 +3,8 @@
 
 #include "imgproc/backend/predictor_rule.h"
 
+namespace imgproc {
+
 /// Residuals of a row. `target` may be `row` itself: from the last column down, no sample is read after its
 /// residual has taken its place.
 template <class Rule>
@@ -25,3 +27,5 @@ void UnpredictRowScalar(Rule rule, uint8_t* row, const uint8_t* above, int width
         row[c] = static_cast<uint8_t>(row[c] + prediction);
     }
 }
+
+} // namespace imgproc

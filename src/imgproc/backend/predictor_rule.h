@@ -12,6 +12,8 @@
 
 #include <cstdint>
 
+namespace imgproc {
+
 inline constexpr uint8_t kAboveFirstRow = 0;
 
 /// L.
@@ -62,3 +64,5 @@ void WithRule(PredictMethod method, Work work)
     else
         work(MedianRule());
 }
+
+} // namespace imgproc

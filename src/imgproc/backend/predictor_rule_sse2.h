@@ -6,6 +6,8 @@
 
 #include <emmintrin.h>
 
+namespace imgproc {
+
 inline __m128i LoadBytes(const uint8_t* at)
 {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
@@ -35,3 +37,5 @@ inline __m128i PredictVector(MedianRule, __m128i left, __m128i above, __m128i ab
     const __m128i gradient = PredictVector(GradientRule(), left, above, aboveLeft);
     return _mm_min_epu8(_mm_max_epu8(left, above), _mm_max_epu8(_mm_min_epu8(left, above), gradient));
 }
+
+} // namespace imgproc

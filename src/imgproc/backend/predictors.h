@@ -9,6 +9,8 @@
 #include "common/vector_level.h"
 #include "imgproc/backend/imgproc_backend.h"
 
+namespace imgproc {
+
 /// Writes the residuals of `source` to `target`, which does not overlap it.
 using PredictKernel = void(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                            PredictMethod method);
@@ -60,3 +62,5 @@ inline constexpr PredictorKernels kPredictorImplementations[] = {
 #endif
 };
 inline constexpr const PredictorKernels& kPredictors = Fastest(kPredictorImplementations);
+
+} // namespace imgproc

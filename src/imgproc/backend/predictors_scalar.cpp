@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 
+namespace imgproc {
+
 void PredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
                    PredictMethod method)
 {
@@ -71,3 +73,5 @@ PredictorScores ScoreAndPredictScalar(const ConstPlaneInfo& source, const PlaneI
     PredictScalar(source, target, width, height, method);
     return ScorePredictorsScalar(source, width, height);
 }
+
+} // namespace imgproc

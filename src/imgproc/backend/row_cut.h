@@ -4,6 +4,8 @@
 #include <cassert>
 #include <cstdint>
 
+namespace imgproc {
+
 /// How a row is split into segments at the 16-byte boundaries of its address. Here a row starts 12 bytes
 /// after one:
 ///
@@ -28,3 +30,5 @@ inline RowCut CutRow(const uint8_t* row, int width)
     const int head = std::min(toBoundary - 1, width - 1);
     return {head, (width - 1 - head) / 16 * 16};
 }
+
+} // namespace imgproc

@@ -4,6 +4,8 @@
 
 #include <type_traits>
 
+namespace imgproc {
+
 template <class Sample, int bits>
 PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const ConstPlaneInfo& view, int width,
                                                                    int height) const
@@ -47,3 +49,5 @@ template class TImgProcBackend<unsigned char, 8, 3, 1, 1>;
 template class TImgProcBackend<unsigned char, 8, 3, 2, 1>;
 template class TImgProcBackend<unsigned char, 8, 3, 2, 2>;
 template class TImgProcBackend<unsigned char, 8, 4, 1, 1>;
+
+} // namespace imgproc

@@ -2,6 +2,8 @@
 
 #include "imgproc/backend/imgproc_backend.h"
 
+namespace imgproc {
+
 /// The predictors for one sample type, shared by all plane layouts.
 template <class Sample, int bits>
 class TImgProcBackendBase : public ImgProcBackend
@@ -40,3 +42,5 @@ extern template class TImgProcBackend<unsigned char, 8, 3, 1, 1>; // RGB and 4:4
 extern template class TImgProcBackend<unsigned char, 8, 3, 2, 1>; // 4:2:2
 extern template class TImgProcBackend<unsigned char, 8, 3, 2, 2>; // 4:2:0
 extern template class TImgProcBackend<unsigned char, 8, 4, 1, 1>; // RGBA and 4:4:4:4
+
+} // namespace imgproc

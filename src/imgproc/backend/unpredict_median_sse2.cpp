@@ -54,6 +54,8 @@
 #include <cassert>
 #include <cstring>
 
+namespace imgproc {
+
 namespace {
 
 constexpr int kLanes = sizeof(__m128i);
@@ -327,3 +329,5 @@ void UnpredictMedianSse2(std::span<const BlockView> blocks, int width)
     if (waiting)
         UnpredictMedianAlone(*waiting, waitingTop, width);
 }
+
+} // namespace imgproc

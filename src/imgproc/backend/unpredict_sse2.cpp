@@ -4,6 +4,8 @@
 #include "imgproc/backend/predictors.h"
 #include "imgproc/backend/unpredict_median_sse2.h"
 
+namespace imgproc {
+
 namespace {
 
 /// Byte i becomes the sum of bytes 0 to i. With four bytes, and "ab" for a + b:
@@ -80,3 +82,5 @@ void UnpredictSse2(std::span<const BlockView> blocks, int width, PredictMethod m
     if (width > 0)
         WithRule(method, [&](auto rule) { UnpredictBlocksSse2(rule, blocks, width); });
 }
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstring>
 
+namespace imgproc {
+
 namespace {
 
 /// A band of luma rows, held to the picture.
@@ -119,3 +121,5 @@ void FillBand(const PlaneInfo& plane, int planeWidth, int vsub, int height, int 
     for (int y = band.first / vsub; y < band.last / vsub; ++y)
         std::memset(RowAt(plane, y), value, AsSize(planeWidth));
 }
+
+} // namespace imgproc

@@ -5,6 +5,8 @@
 #include "imgproc/frontend/imgproc_converter.h"
 #include "imgproc/frontend/owned_layouts.h"
 
+namespace imgproc {
+
 /// A converter between two layouts that differ in their chroma.
 template <class Source, class Target>
 class TChromaConverter : private OwnedLayouts<Source, Target>, public ImgProcConverter
@@ -111,3 +113,5 @@ class TImgProcConverter_4xx_to_400 final
 
     void Convert(const ConstPlaneArray&, const PlaneArray&, int, int, int, int, int, bool) const override {}
 };
+
+} // namespace imgproc

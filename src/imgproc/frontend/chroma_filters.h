@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 
+namespace imgproc {
+
 /// The rows that a filter reads; those it does not name are null.
 using SourceRows = std::array<const uint8_t*, 4>;
 
@@ -61,3 +63,5 @@ inline constexpr NamedChromaFilter kNamedChromaFilters[] = {
     {"SmoothRows", &ChromaFilters::smoothRows},   {"HalveBoth", &ChromaFilters::halveBoth},
     {"FillBetween", &ChromaFilters::fillBetween}, {"DoubleColumns", &ChromaFilters::doubleColumns},
 };
+
+} // namespace imgproc

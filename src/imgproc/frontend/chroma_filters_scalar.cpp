@@ -1,6 +1,8 @@
 #include "imgproc/frontend/chroma_filters.h"
 #include "imgproc/frontend/chroma_samples.h"
 
+namespace imgproc {
+
 void DropColumnsScalar(const SourceRows& rows, uint8_t* target, int count)
 {
     DropSamples(rows, target, 0, count);
@@ -30,3 +32,5 @@ void DoubleColumnsScalar(const SourceRows& rows, uint8_t* target, int count)
 {
     DoubleSamples(rows[0], target, 0, count, count);
 }
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 
 #include <emmintrin.h>
 
+namespace imgproc {
+
 namespace {
 
 constexpr int kLanes = 16;
@@ -127,3 +129,5 @@ void DoubleColumnsSse2(const SourceRows& rows, uint8_t* target, int count)
     }
     DoubleSamples(source, target, bodyEnd, count, count);
 }
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace imgproc {
+
 inline uint8_t SmoothSample(int before, int middle, int after)
 {
     return static_cast<uint8_t>((before + 2 * middle + after + 2) >> 2);
@@ -65,3 +67,5 @@ inline void DoubleSamples(const uint8_t* source, uint8_t* target, int begin, int
         target[2 * i + 1] = SampleBetween(at(i - 1), at(i), at(i + 1), at(i + 2));
     }
 }
+
+} // namespace imgproc

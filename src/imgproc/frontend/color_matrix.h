@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace imgproc {
+
 /// Forward, with R, G, B from 0 to 255:
 ///     Y = ((y . RGB + 4096) >> 13) + offsetY, U and V the same with 128 for offsetY.
 /// Every sum falls in 0 to 255 by itself. The rows of U and V sum to 2 or 3 instead of 0; grey still gives
@@ -86,3 +88,5 @@ struct Rec709_Limited {
                                          .gv = -4365,
                                          .bu = 17305};
 };
+
+} // namespace imgproc

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace imgproc {
+
 /// One pixel: four channels or four plane samples.
 struct PixelBytes {
     uint8_t at[4];
@@ -99,3 +101,5 @@ class MatrixStep
   private:
     ColorMatrix matrix;
 };
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 
 #include <emmintrin.h>
 
+namespace imgproc {
+
 /// 16 pixels: four channels or four planes, one vector each.
 struct PixelVectors {
     __m128i at[4];
@@ -144,3 +146,5 @@ ORVANE_ALWAYS_INLINE PixelVectors InverseVectors(const MatrixStep& step, const P
                  Narrow(AddConstant(blue, constant - 128 * matrix.bu)), samples.at[3]}};
     }
 }
+
+} // namespace imgproc

@@ -6,6 +6,8 @@
 
 #include <array>
 
+namespace imgproc {
+
 class GreenStep;
 class MatrixStep;
 class CopyStep;
@@ -51,3 +53,5 @@ struct Decorr4 {
     using Order = ByteOrder<i0, i1, i2, i3>;
     using Algo = Algorithm;
 };
+
+} // namespace imgproc

@@ -1,5 +1,7 @@
 #include "imgproc/frontend/frontend_set.h"
 
+namespace imgproc {
+
 FrontendSet::FrontendSet() = default;
 FrontendSet::~FrontendSet() = default;
 
@@ -26,3 +28,5 @@ const ImgProcConverter* ConverterSet::Find(FormatId from, FormatId to) const
             return row.converter;
     return nullptr;
 }
+
+} // namespace imgproc

@@ -12,6 +12,8 @@
 #include <type_traits>
 #include <utility>
 
+namespace imgproc {
+
 /// What a front end does: host pictures of layout `host` from and to planes of the compressed format
 /// `planes`, without any converter.
 struct FrontendKey {
@@ -195,3 +197,5 @@ class ConverterSet
     TImgProcConverter_4xx_to_400<unsigned char, 8, 3, 1, 1> from444To400;
     TImgProcConverter_4xx_to_400<unsigned char, 8, 3, 2, 2> from420To400;
 };
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 
+namespace imgproc {
+
 /// A chroma converter. Objects have no state. It works on planes 1 and 2 alone; where planeConverted is false
 /// the target plane is the source plane and not looked at. Convert may run on any number of threads at once,
 /// each on a band of rows of its own; a pass whose row dependency a band cannot meet needs all bands of the
@@ -42,3 +44,5 @@ class ImgProcConverter
     virtual void Convert(const ConstPlaneArray& source, const PlaneArray& target, int width, int height,
                          int first, int rows, int pass, bool interpolate) const = 0;
 };
+
+} // namespace imgproc

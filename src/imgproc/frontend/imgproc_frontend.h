@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <optional>
 
+namespace imgproc {
+
 /// Bytes by which a row of planes may be longer than its samples.
 inline constexpr int kMaxRowPadding = 64;
 
@@ -58,3 +60,5 @@ class ImgProcFrontend
     virtual void Join(const PlaneArray& picture, int width, int rows,
                       const ConstPlaneArray& planes) const = 0;
 };
+
+} // namespace imgproc

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <emmintrin.h>
 
+namespace imgproc {
+
 /// Reads 16 pixels from a 16-byte boundary; vector k of the result has byte k of each pixel.
 template <int pixelBytes>
 PixelVectors LoadPixels(const uint8_t* pixels);
@@ -93,3 +95,5 @@ inline void StorePixels<4>(uint8_t* pixels, const PixelVectors& bytes)
     _mm_store_si128(VectorAt(pixels + 32), _mm_unpacklo_epi16(ab1, cd1));
     _mm_store_si128(VectorAt(pixels + 48), _mm_unpackhi_epi16(ab1, cd1));
 }
+
+} // namespace imgproc

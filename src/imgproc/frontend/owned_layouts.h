@@ -3,6 +3,8 @@
 
 #include "imgproc/backend/t_imgproc_backend.h"
 
+namespace imgproc {
+
 // The five plane layouts by name.
 using Layout400 = TImgProcBackend<unsigned char, 8, 1, 1, 1>;
 using Layout444 = TImgProcBackend<unsigned char, 8, 3, 1, 1>; ///< also R G B
@@ -16,3 +18,5 @@ struct OwnedLayouts {
     First firstLayout;
     Second secondLayout;
 };
+
+} // namespace imgproc

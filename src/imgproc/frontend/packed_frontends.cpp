@@ -5,6 +5,8 @@
 
 #include <cassert>
 
+namespace imgproc {
+
 namespace {
 
 template <class Row, class Picture, class Planes>
@@ -95,3 +97,5 @@ PlaneShapes Packed422Frontend::PrepareBuffers(const ConstPlaneInfo& picture, int
     }
     return shapes;
 }
+
+} // namespace imgproc

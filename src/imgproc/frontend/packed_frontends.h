@@ -8,6 +8,8 @@
 
 #include <type_traits>
 
+namespace imgproc {
+
 /// What all packed classes share: one picture plane whose address and pitch are multiples of 4, and rows that
 /// are walked one by one.
 class PackedFrontend : public ImgProcFrontend
@@ -95,3 +97,5 @@ class TImgProcFrontend_YUY2_UYVY final
                             nullptr)
     {}
 };
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 #include "imgproc/frontend/packed_row_sse2.h"
 #endif
 
+namespace imgproc {
+
 template <int planes, class Order, class Step>
 const PackedRowForms& TPackedRows<planes, Order, Step>::Forms()
 {
@@ -18,3 +20,5 @@ const PackedRowForms& TPackedRows<planes, Order, Step>::Forms()
     }};
     return forms;
 }
+
+} // namespace imgproc

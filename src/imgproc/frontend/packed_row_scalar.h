@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+namespace imgproc {
+
 /// Takes the pixels of columns [begin, end) to the planes.
 template <int planes, class Order, class Step>
 void SplitPixels(SplitRow row, Step step, int begin, int end)
@@ -47,3 +49,5 @@ void JoinRowScalar(JoinRow row, int width, const ColorMatrix* matrix)
 {
     JoinPixels<planes, Order>(row, Step(matrix), 0, width);
 }
+
+} // namespace imgproc

@@ -16,6 +16,8 @@
 #include <cstdint>
 #include <emmintrin.h>
 
+namespace imgproc {
+
 struct PixelCut {
     int lead;    ///< pixels before the body
     int bodyEnd; ///< first pixel of the tail
@@ -84,3 +86,5 @@ void JoinRowSse2(JoinRow row, int width, const ColorMatrix* matrix)
     JoinVectors<planes, Order>(row, step, cut.lead, cut.bodyEnd);
     JoinPixels<planes, Order>(row, step, cut.bodyEnd, width);
 }
+
+} // namespace imgproc

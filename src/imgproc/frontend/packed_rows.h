@@ -9,6 +9,8 @@
 #include <array>
 #include <cstdint>
 
+namespace imgproc {
+
 /// A picture row and the plane rows that belong to it. Planes that a kernel does not have are never touched.
 template <class Pixel, class Sample>
 struct BasicPackedRow {
@@ -62,3 +64,5 @@ template <class Order, bool lumaOnly>
 struct TPackedRows422 {
     static const PackedRowForms& Forms();
 };
+
+} // namespace imgproc

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace imgproc {
+
 namespace {
 
 constexpr uint8_t kNeutral = 128;
@@ -154,3 +156,5 @@ template struct TPackedRows422<OrderYuyv, false>;
 template struct TPackedRows422<OrderYuyv, true>;
 template struct TPackedRows422<OrderUyvy, false>;
 template struct TPackedRows422<OrderUyvy, true>;
+
+} // namespace imgproc

@@ -6,6 +6,8 @@
 #include "imgproc/frontend/imgproc_frontend.h"
 #include "imgproc/frontend/owned_layouts.h"
 
+namespace imgproc {
+
 /// What all planar layouts share. Any address and any pitch of at least a row will do.
 class ImgProcFrontend_PlanarCommon : public ImgProcFrontend
 {
@@ -63,3 +65,5 @@ class ImgProcFrontend_YV12 final : public TPlanarWithVFirst<ImgProcFrontend_I420
 
 class ImgProcFrontend_YV24 final : public TPlanarWithVFirst<ImgProcFrontend_I444>
 {};
+
+} // namespace imgproc

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <emmintrin.h>
 
+namespace imgproc {
+
 inline const __m128i* VectorAt(const uint8_t* p)
 {
     return reinterpret_cast<const __m128i*>(p);
@@ -45,3 +47,5 @@ inline __m128i MergeWords(__m128i even, __m128i odd)
     const __m128i mask = _mm_set1_epi32(0x0000FFFF);
     return _mm_or_si128(_mm_and_si128(even, mask), _mm_andnot_si128(mask, odd));
 }
+
+} // namespace imgproc

@@ -4,6 +4,8 @@
 #include <deque>
 #include <mutex>
 
+namespace surroundings {
+
 namespace {
 
 class MessageQueue final : public MessageWindow
@@ -68,3 +70,5 @@ std::unique_ptr<MessageWindow> MakeMessageWindow()
 {
     return std::make_unique<MessageQueue>();
 }
+
+} // namespace surroundings

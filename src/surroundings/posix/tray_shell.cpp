@@ -1,5 +1,7 @@
 #include "surroundings/tray_shell.h"
 
+namespace surroundings {
+
 namespace {
 
 /// This system has no notification area.
@@ -19,3 +21,5 @@ TrayShell& SystemTrayShell()
 {
     return noShell;
 }
+
+} // namespace surroundings

@@ -3,6 +3,8 @@
 #include "surroundings/adobe_config_model.h"
 #include "surroundings/windows/config_dialog.h"
 
+namespace surroundings {
+
 class AdobeConfigDialog final : public DialogBase
 {
   private:
@@ -13,3 +15,5 @@ class AdobeConfigDialog final : public DialogBase
         return AdobeConfigModel::Command(controls, id, actions);
     }
 };
+
+} // namespace surroundings

@@ -4,14 +4,16 @@
 #include "surroundings/compression_settings_model.h"
 #include "surroundings/windows/dialog_base.h"
 
+namespace surroundings {
+
 class CompressionSettingsDialog final : public DialogBase
 {
   public:
-    CompressionSettingsDialog(std::vector<CodecVariant> rows, CompressionScope scope)
+    CompressionSettingsDialog(std::vector<settings::CodecVariant> rows, CompressionScope scope)
         : model(std::move(rows), scope, platform::LongHostPath())
     {}
 
-    const std::vector<CodecVariant>& Rows() const { return model.Rows; }
+    const std::vector<settings::CodecVariant>& Rows() const { return model.Rows; }
 
     INT_PTR HandleMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) override
     {
@@ -33,3 +35,5 @@ class CompressionSettingsDialog final : public DialogBase
     CompressionSettingsModel model;
     bool ShownOnce = false;
 };
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 #include "surroundings/windows/compression_settings_dialog.h"
 #include "surroundings/windows/decompression_settings_dialog.h"
 
+namespace surroundings {
+
 void WindowActions::EditDecompression(DecodeSettings& decode)
 {
     DecompressionSettingsDialog dialog(decode);
@@ -11,9 +13,11 @@ void WindowActions::EditDecompression(DecodeSettings& decode)
         decode = dialog.Decode();
 }
 
-void WindowActions::EditCompression(std::vector<CodecVariant>& rows)
+void WindowActions::EditCompression(std::vector<settings::CodecVariant>& rows)
 {
     CompressionSettingsDialog dialog(rows, CompressionScope::Global);
     if (dialog.Run(DIALOG_COMPRESSION, parent))
         rows = dialog.Rows();
 }
+
+} // namespace surroundings

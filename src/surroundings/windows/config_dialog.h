@@ -5,6 +5,8 @@
 
 #include <shellapi.h>
 
+namespace surroundings {
+
 /// The dialogs and the shell, for the buttons of a dialog.
 class WindowActions final : public DialogActions
 {
@@ -12,7 +14,7 @@ class WindowActions final : public DialogActions
     explicit WindowActions(HWND parent_) : parent(parent_) {}
 
     void EditDecompression(DecodeSettings& decode) override;
-    void EditCompression(std::vector<CodecVariant>& rows) override;
+    void EditCompression(std::vector<settings::CodecVariant>& rows) override;
     void OpenFolder(const std::filesystem::path& folder) override
     {
         ShellExecuteW(parent, L"open", folder.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
@@ -39,3 +41,5 @@ class ConfigDialog final : public DialogBase
 
     ConfigModel model;
 };
+
+} // namespace surroundings

@@ -3,6 +3,8 @@
 #include "surroundings/decompression_settings_model.h"
 #include "surroundings/windows/dialog_base.h"
 
+namespace surroundings {
+
 class DecompressionSettingsDialog final : public DialogBase
 {
   public:
@@ -16,3 +18,5 @@ class DecompressionSettingsDialog final : public DialogBase
 
     DecompressionSettingsModel model;
 };
+
+} // namespace surroundings

@@ -2,6 +2,8 @@
 
 #include "platform/module_handle.h"
 
+namespace surroundings {
+
 namespace {
 
 /// While it lives, windows that this thread makes get the common controls that the library's manifest names,
@@ -84,3 +86,5 @@ try {
     EndDialog(window, IDCANCEL); // out of memory: what the user has seen is not confirmed
     return 0;
 }
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 
 #include <optional>
 
+namespace surroundings {
+
 /// A modal dialog of the library: the way from the system's messages to the decisions of a model. The object
 /// lives as long as its window, or longer.
 class DialogBase
@@ -33,3 +35,5 @@ class DialogBase
 
 /// The dialog procedure of all templates; the object travels as the parameter of WM_INITDIALOG.
 INT_PTR CALLBACK DialogThunk(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+
+} // namespace surroundings

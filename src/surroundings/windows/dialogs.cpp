@@ -5,6 +5,8 @@
 #include "surroundings/windows/compression_settings_dialog.h"
 #include "surroundings/windows/config_dialog.h"
 
+namespace surroundings {
+
 // What is caught here is std::bad_alloc: a dialog for which memory runs out is one that nobody confirms.
 
 void RunConfigDialog(void* parent) noexcept
@@ -21,7 +23,7 @@ try {
 } catch (...) { // out of memory
 }
 
-bool RunClientDialog(void* parent, CodecVariant& variant) noexcept
+bool RunClientDialog(void* parent, settings::CodecVariant& variant) noexcept
 try {
     CompressionSettingsDialog dialog({variant}, CompressionScope::Client);
     if (!dialog.Run(DIALOG_COMPRESSION, static_cast<HWND>(parent)))
@@ -31,3 +33,5 @@ try {
 } catch (...) { // out of memory: `variant` is unchanged
     return false;
 }
+
+} // namespace surroundings

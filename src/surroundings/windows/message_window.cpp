@@ -15,6 +15,8 @@
 #include <mutex>
 #include <vector>
 
+namespace surroundings {
+
 namespace {
 
 class SystemMessageWindow final : public MessageWindow
@@ -187,3 +189,5 @@ std::unique_ptr<MessageWindow> MakeMessageWindow()
 {
     return std::make_unique<SystemMessageWindow>();
 }
+
+} // namespace surroundings

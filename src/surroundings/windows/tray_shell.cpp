@@ -8,6 +8,8 @@
 #include <shellapi.h>
 #include <string>
 
+namespace surroundings {
+
 namespace {
 
 constexpr UINT kIconId = 100;
@@ -97,3 +99,5 @@ TrayShell& SystemTrayShell()
 {
     return notificationArea;
 }
+
+} // namespace surroundings

@@ -2,6 +2,8 @@
 
 #include "platform/module_handle.h"
 
+namespace surroundings {
+
 namespace {
 
 HINSTANCE Module()
@@ -95,3 +97,5 @@ RECT WindowControls::RectangleOf(HWND control) const
     MapWindowPoints(nullptr, Window, reinterpret_cast<POINT*>(&rectangle), 2);
     return rectangle;
 }
+
+} // namespace surroundings

@@ -5,6 +5,8 @@
 
 #include <commctrl.h>
 
+namespace surroundings {
+
 /// The controls of a dialog of the system, with the window that shows their tips.
 class WindowControls final : public ControlPort
 {
@@ -57,3 +59,5 @@ class WindowControls final : public ControlPort
     HWND upDown = nullptr;
     int upDownBuddy = 0;
 };
+
+} // namespace surroundings

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace surroundings;
+
 namespace {
 
 using Entries = std::vector<std::string>;

@@ -12,9 +12,10 @@ struct ConfigOptions {
     std::string value;
 };
 
-const CatalogEntry& Find(const std::vector<CatalogEntry>& settings, const std::string& key)
+const settings::CatalogEntry& Find(const std::vector<settings::CatalogEntry>& settings,
+                                   const std::string& key)
 {
-    const CatalogEntry* const setting = FindSetting(settings, key);
+    const settings::CatalogEntry* const setting = settings::FindSetting(settings, key);
     if (setting == nullptr)
         throw UsageError("no such setting", key, "see orvane config list");
     return *setting;
@@ -28,19 +29,20 @@ std::string Hex(uint32_t value)
 }
 
 /// Small numbers are decimal, masks hexadecimal.
-std::string ValueText(const CatalogEntry& setting, uint32_t value)
+std::string ValueText(const settings::CatalogEntry& setting, uint32_t value)
 {
-    return setting.rule.kind == ValueRule::Kind::Range || value < 10 ? std::to_string(value) : Hex(value);
+    return setting.rule.kind == settings::ValueRule::Kind::Range || value < 10 ? std::to_string(value)
+                                                                               : Hex(value);
 }
 
-std::string RuleText(const ValueRule& rule)
+std::string RuleText(const settings::ValueRule& rule)
 {
     switch (rule.kind) {
-    case ValueRule::Kind::Range:
+    case settings::ValueRule::Kind::Range:
         return "use " + std::to_string(rule.low) + " to " + std::to_string(rule.high);
-    case ValueRule::Kind::Bits:
+    case settings::ValueRule::Kind::Bits:
         return "use bits of " + Hex(rule.high);
-    case ValueRule::Kind::BitsOrAll:
+    case settings::ValueRule::Kind::BitsOrAll:
         break;
     }
     return "use bits of " + Hex(rule.high) + ", one at least, or 0xFFFFFFFF for all";
@@ -63,21 +65,21 @@ uint32_t ParseValue(const std::string& text)
 
 ExitCode List(ToolContext& context)
 {
-    for (const CatalogEntry& setting : ListSettings())
+    for (const settings::CatalogEntry& setting : settings::ListSettings())
         context.out << std::left << std::setw(32) << setting.key << std::setw(12)
-                    << ValueText(setting, LoadSetting(setting)) << setting.summary << '\n';
+                    << ValueText(setting, settings::LoadSetting(setting)) << setting.summary << '\n';
     return ExitCode::Done;
 }
 
 ExitCode GetValue(ToolContext& context, const std::string& key)
 {
-    const auto settings = ListSettings();
-    const CatalogEntry& setting = Find(settings, key);
-    context.out << ValueText(setting, LoadSetting(setting)) << '\n';
+    const auto settings = settings::ListSettings();
+    const settings::CatalogEntry& setting = Find(settings, key);
+    context.out << ValueText(setting, settings::LoadSetting(setting)) << '\n';
     return ExitCode::Done;
 }
 
-[[noreturn]] void FailToStore(const CatalogEntry& setting)
+[[noreturn]] void FailToStore(const settings::CatalogEntry& setting)
 {
     throw ToolError(
         "the setting could not be stored", setting.key,
@@ -86,14 +88,14 @@ ExitCode GetValue(ToolContext& context, const std::string& key)
 
 ExitCode SetValue(ToolContext& context, const std::string& key, const std::string& text)
 {
-    const auto settings = ListSettings();
-    const CatalogEntry& setting = Find(settings, key);
+    const auto settings = settings::ListSettings();
+    const settings::CatalogEntry& setting = Find(settings, key);
     const uint32_t value = ParseValue(text);
-    const auto stored = StoreSetting(setting, value);
+    const auto stored = settings::StoreSetting(setting, value);
     if (!stored)
         throw UsageError("the setting does not allow " + text, setting.key, RuleText(setting.rule));
     // The store itself fails without a word: look whether the value is there.
-    if (LoadSetting(setting) != *stored)
+    if (settings::LoadSetting(setting) != *stored)
         FailToStore(setting);
     context.out << setting.key << " = " << ValueText(setting, *stored) << '\n';
     return ExitCode::Done;
@@ -101,10 +103,10 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
 
 ExitCode Reset(const std::string& key)
 {
-    const auto settings = ListSettings();
-    const CatalogEntry* const chosen = key.empty() ? nullptr : &Find(settings, key);
-    for (const CatalogEntry& setting : settings)
-        if ((!chosen || chosen == &setting) && !ResetSetting(setting))
+    const auto settings = settings::ListSettings();
+    const settings::CatalogEntry* const chosen = key.empty() ? nullptr : &Find(settings, key);
+    for (const settings::CatalogEntry& setting : settings)
+        if ((!chosen || chosen == &setting) && !settings::ResetSetting(setting))
             FailToStore(setting);
     return ExitCode::Done;
 }

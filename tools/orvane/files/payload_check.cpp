@@ -3,6 +3,7 @@
 #include "counted.h"
 #include "entropy/big_endian.h"
 #include "entropy/canonical_codes.h"
+#include "entropy/code_limits.h"
 #include "entropy/length_table.h"
 #include "files/little_endian.h"
 
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr int kSymbols = 256;
 constexpr size_t kBlockHeadBytes = 2;
 constexpr uint8_t kRawFlag = 1;
 constexpr uint8_t kLastPredictor = 3;
@@ -41,12 +41,12 @@ bool IsPaddedWithZeros(std::span<const uint8_t> payload, uint64_t bits)
 
 bool CodeWalk::Build(const uint32_t* lengths)
 {
-    std::array<CodeRecord, kSymbols> records;
-    if (!BuildCanonicalCodes(kSymbols, lengths, kLookUpBits, records.data()))
+    std::array<entropy::CodeRecord, entropy::kSymbols> records;
+    if (!entropy::BuildCanonicalCodes(entropy::kSymbols, lengths, kLookUpBits, records.data()))
         return false;
     firstBits.fill(0);
     uint32_t covered = 0;
-    for (const CodeRecord& record : records) {
+    for (const entropy::CodeRecord& record : records) {
         const auto count = uint32_t{1} << (kLookUpBits - record.length);
         std::fill_n(firstBits.begin() + record.code * count, count, static_cast<uint8_t>(record.length));
         covered += count;
@@ -72,7 +72,7 @@ CodeWalk::End CodeWalk::Skip(std::span<const uint8_t> payload, uint64_t symbols)
     const uint64_t size = uint64_t{payload.size()} * 8;
     uint64_t bit = 0;
     while (symbols >= kSteps * kLookUpBits && bit / 8 + 8 <= payload.size()) {
-        uint64_t word = LoadBigEndian64(payload.data() + bit / 8) << bit % 8;
+        uint64_t word = entropy::LoadBigEndian64(payload.data() + bit / 8) << bit % 8;
         for (uint64_t i = 0; i < kSteps; ++i) {
             const Step step = steps[word >> (64 - kLookUpBits)];
             if (step.codes == 0)
@@ -90,7 +90,8 @@ CodeWalk::End CodeWalk::Skip(std::span<const uint8_t> payload, uint64_t symbols)
         const auto at = static_cast<size_t>(bit / 8);
         std::copy_n(payload.begin() + static_cast<ptrdiff_t>(at), std::min<size_t>(4, payload.size() - at),
                     bytes.begin());
-        const uint8_t length = firstBits[LoadBigEndian64(bytes.data()) << bit % 8 >> (64 - kLookUpBits)];
+        const uint8_t length =
+            firstBits[entropy::LoadBigEndian64(bytes.data()) << bit % 8 >> (64 - kLookUpBits)];
         if (length == 0)
             return {End::State::NoCode, bit};
         bit += length;
@@ -111,8 +112,8 @@ std::string PayloadCheck::ReadTables(std::span<const uint8_t> tables, size_t cou
     const uint8_t* at = tables.data();
     coders.resize(count);
     for (size_t i = 0; i < count; ++i) {
-        std::array<uint32_t, kSymbols> lengths{};
-        at = ReadLengthTable(at, tables.data() + tables.size(), kSymbols, lengths.data());
+        std::array<uint32_t, entropy::kSymbols> lengths{};
+        at = entropy::ReadLengthTable(at, tables.data() + tables.size(), entropy::kSymbols, lengths.data());
         if (at == nullptr)
             return "the code length tables are cut off";
         if (!coders[i].Build(lengths.data()))

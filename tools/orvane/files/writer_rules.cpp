@@ -170,13 +170,13 @@ bool WriterRules::ReadCoders(const Frame& frame, std::vector<std::string>& broke
     coders.resize(planes);
     for (size_t coder = 0; coder < planes; ++coder) {
         auto& [lengths, code] = coders[coder];
-        const uint8_t* const end =
-            ReadLengthTable(table, frame.bytes.data() + frame.bytes.size(), kSymbols, lengths.data());
+        const uint8_t* const end = entropy::ReadLengthTable(table, frame.bytes.data() + frame.bytes.size(),
+                                                            entropy::kSymbols, lengths.data());
         if (end == nullptr || !code.Build(lengths.data()))
             return false;
-        std::array<uint8_t, kMaxLengthTableBytes> usual;
+        std::array<uint8_t, entropy::kMaxLengthTableBytes> usual;
         const std::span<const uint8_t> stored(table, end);
-        const size_t size = WriteLengthTable(lengths.data(), kSymbols, usual.data());
+        const size_t size = entropy::WriteLengthTable(lengths.data(), entropy::kSymbols, usual.data());
         if (!std::ranges::equal(stored, std::span(usual).first(size)))
             broken.push_back("the runs of code lengths " + std::to_string(coder) + " are not the longest");
         if (!code.IsComplete())

@@ -22,10 +22,10 @@ struct StoredKey {
 
 std::vector<StoredKey> ReadAllKeys()
 {
-    std::vector<StoredKey> keys{{kGlobalKey, {}}};
-    for (const CodecVariant& variant : BuildVariantTable())
-        if (!IsGeneric(variant))
-            keys.push_back({VariantKeyPath(variant), {}});
+    std::vector<StoredKey> keys{{settings::kGlobalKey, {}}};
+    for (const settings::CodecVariant& variant : settings::BuildVariantTable())
+        if (!settings::IsGeneric(variant))
+            keys.push_back({settings::VariantKeyPath(variant), {}});
     for (StoredKey& key : keys)
         key.values = platform::OpenSettingsKey(key.path, platform::SettingsAccess::ReadOnly)->List();
     return keys;
@@ -55,7 +55,7 @@ std::string ReasonNotToWrite(const platform::Path& folder)
 
 std::string KeyPath(uint32_t fourcc)
 {
-    return kVariantKeyPrefix + FourCCText(fourcc);
+    return settings::kVariantKeyPrefix + FourCCText(fourcc);
 }
 
 /// 0 threads: as many as there are processors.
@@ -138,12 +138,13 @@ void PrivateSettings::SetForDecoding(std::optional<uint32_t> threads)
          {"DecompSettings_YUV400", "DecompSettings_YUV420", "DecompSettings_YUV422", "DecompSettings_YUV444"})
         values.push_back({mask, 0xFFFFFFFF});
     AddThreads(values, "Decode", threads);
-    Write(kGlobalKey, values);
+    Write(settings::kGlobalKey, values);
 }
 
 uint32_t PrivateSettings::Read(uint32_t fourcc, const std::string& name) const
 {
-    const std::vector<CatalogEntry> settings = ListSettings();
-    const CatalogEntry* const setting = FindSetting(settings, FourCCText(fourcc) + "." + name);
-    return setting ? LoadSetting(*setting) : 0;
+    const std::vector<settings::CatalogEntry> settings = settings::ListSettings();
+    const settings::CatalogEntry* const setting =
+        settings::FindSetting(settings, FourCCText(fourcc) + "." + name);
+    return setting ? settings::LoadSetting(*setting) : 0;
 }
