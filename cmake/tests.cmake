@@ -73,6 +73,9 @@ orvane_tests(golden orvane_core)
 orvane_tests(settings orvane_settings)
 orvane_tests(surroundings orvane_surroundings NEEDS orvane_library)
 orvane_tests(driver orvane_driver NEEDS orvane_library)
+if(WIN32) # where no test can choose a profile of its own, and logs are in the profile
+  set_tests_properties(driver surroundings PROPERTIES RESOURCE_LOCK profile)
+endif()
 # Where memory can be made to run out.
 foreach(name threading driver)
   target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/memory/allocation_budget.cpp)

@@ -152,7 +152,7 @@ class ToolInputs : public ToolFiles
 
     std::vector<std::string> EncodeArguments(const ToolInput& input, const std::string& output) const
     {
-        std::vector<std::string> arguments = {"encode", "-q", input.file, "-o", output};
+        std::vector<std::string> arguments = {"encode", "-q", "--force", input.file, "-o", output};
         arguments.insert(arguments.end(), input.options.begin(), input.options.end());
         return arguments;
     }
@@ -185,7 +185,7 @@ TEST_F(ToolFiles, NativeToolReadsWhatAvifileCompressed)
         const Clip clip = MakeClip(route, kWidth, kHeight, kFrames);
         WriteByAviFile(Name("host.avi"), fourCC, clip);
         Native({"verify", "-q", "host.avi"});
-        Native({"decode", "-q", "host.avi", "-o", "back.raw", "--to", ToolLayout(route)});
+        Native({"decode", "-q", "--force", "host.avi", "-o", "back.raw", "--to", ToolLayout(route)});
         EXPECT_TRUE(Cleared(clip, Read("back.raw")) == AsRaw(clip, clip.pictures));
     }
 }
@@ -197,7 +197,7 @@ TEST_F(ToolFiles, NativeToolReadsWhatHostsCompressed)
         const char* const fourCC = route.variant->fourCC;
         const Clip clip = MakeClip(route, kWidth, kHeight, kFrames);
         WriteFrames(Name("host.avi"), fourCC, CompressClip(CodecHandle(fourCC, ICMODE_COMPRESS), clip));
-        Native({"decode", "-q", "host.avi", "-o", "back.raw", "--to", ToolLayout(route)});
+        Native({"decode", "-q", "--force", "host.avi", "-o", "back.raw", "--to", ToolLayout(route)});
         EXPECT_TRUE(Cleared(clip, Read("back.raw")) == AsRaw(clip, clip.pictures));
     }
 }
@@ -208,7 +208,7 @@ TEST_F(ToolInputs, AvifileReadsWhatTheNativeToolWrote)
         SCOPED_TRACE(input.file);
         const LosslessRoute& route = RouteOf(input);
         Native(EncodeArguments(input, "tool.avi"));
-        Native({"decode", "-q", "tool.avi", "-o", "tool.raw", "--to", ToolLayout(route)});
+        Native({"decode", "-q", "--force", "tool.avi", "-o", "tool.raw", "--to", ToolLayout(route)});
         const Clip clip = MakeClip(route, kWidth, kHeight, 0); // for its header
         const std::vector<Bytes> pictures = ReadPictures(Name("tool.avi"), &clip.header);
         EXPECT_EQ(pictures.size(), static_cast<size_t>(kFrames));

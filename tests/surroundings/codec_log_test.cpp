@@ -34,14 +34,19 @@ class CodecLogTest : public ::testing::Test
     {
         logs = *platform::ProfileFolder() / "orvane";
         kept = *platform::ProfileFolder() / "orvane.kept_by_tests";
-        if (fs::exists(logs))
+        if (fs::exists(kept)) // by a run that was cut off
+            fs::remove_all(logs);
+        else if (fs::exists(logs))
             fs::rename(logs, kept);
     }
     ~CodecLogTest() override
     {
-        fs::remove_all(logs);
+        std::error_code fault;
+        fs::remove_all(logs, fault);
+        EXPECT_FALSE(fault) << fault.message();
         if (fs::exists(kept))
-            fs::rename(kept, logs);
+            fs::rename(kept, logs, fault);
+        EXPECT_FALSE(fault) << fault.message();
     }
 
     std::set<std::string> FileNames() const
