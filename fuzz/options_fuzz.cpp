@@ -66,11 +66,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::istringstream in;
     std::ostringstream out, err;
     ToolContext context{RefuseAll, in, out, err};
-    const int code = RunTool(ArgumentsOf(input.TakeAll()), context);
+    const std::vector<std::string> arguments = ArgumentsOf(input.TakeAll());
+    const int code = RunTool(arguments, context);
     Require(code >= 0 && code <= 3, "the exit code is one of the tool's");
     const std::string error = err.str();
     if (code == 1 || code == 2)
         Require(error.find("error: ") != std::string::npos && error.ends_with('\n'), "an error is told");
-    Require(error.find("this should not happen") == std::string::npos, "every error is foreseen");
+    const auto isUnforeseen = [](const std::string& text) {
+        return text.find("this should not happen") != std::string::npos;
+    };
+    // Errors quote arguments.
+    Require(!isUnforeseen(error) || std::ranges::any_of(arguments, isUnforeseen), "every error is foreseen");
     return 0;
 }

@@ -1,4 +1,5 @@
 #include "common/settings_records.h"
+#include "platform/thread.h"
 #include "platform/thread_start_hook.h"
 #include "surroundings/recording_shell.h"
 
@@ -183,7 +184,13 @@ TEST(TrayNotifier, ManyAtOnceDoNotMeet)
     EXPECT_EQ(std::ranges::adjacent_find(windows), windows.end());
 }
 
-TEST(PostNotify, MakesANotifierOnlyForTheIconOfItsMode)
+class PostNotifyTest : public ::testing::Test
+{
+  protected:
+    void TearDown() override { platform::WaitForDetachedThreads(); } // as the driver does
+};
+
+TEST_F(PostNotifyTest, MakesANotifierOnlyForTheIconOfItsMode)
 {
     for (uint32_t settings = 0; settings < 16; ++settings)
         for (const TrayMode mode : {TrayMode::Compressing, TrayMode::Decompressing}) {
@@ -195,7 +202,7 @@ TEST(PostNotify, MakesANotifierOnlyForTheIconOfItsMode)
         }
 }
 
-TEST(PostNotify, KeepsTheNotifierThatIsThere)
+TEST_F(PostNotifyTest, KeepsTheNotifierThatIsThere)
 {
     TrayHandle tray;
     PostNotify(tray, StatusOf(TrayMode::Compressing, 1), 15);

@@ -46,8 +46,11 @@ ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string
         if (setup.largestFile) {
             const rlimit limit{*setup.largestFile, *setup.largestFile};
             setrlimit(RLIMIT_FSIZE, &limit);
+#ifdef __SANITIZE_THREAD__
             // The thread sanitizer writes a file of its own before main, unless it finds no folder for it.
+            unsetenv("TMPDIR");
             setenv("TEST_TMPDIR", "/dev/null", 1);
+#endif
         }
         if (chdir(where.c_str()) == 0)
             execv(tool.c_str(), argv.data());

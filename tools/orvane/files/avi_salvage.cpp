@@ -197,8 +197,10 @@ std::optional<AviChunk> AviSalvage::ChunkAt(uint64_t at, const AviHead& head)
             return AviChunk{lost.FrameId(), payload, head.size};
         return FrameWithLostSize(lost.FrameId(), payload, std::nullopt);
     }
-    const bool fits = head.size <= limit - std::min(limit, payload);
     const bool isFrame = StreamOfFrame(head.id) && head.third == kOrvaneMagic;
+    if (!isFrame && limit < payload) // an anchor begins inside this head
+        return std::nullopt;
+    const bool fits = head.size <= limit - std::min(limit, payload);
     if (!isFrame && !(fits && IsKnownId(head.id)) && !(IsStreamData(head.id) && limit < size))
         return std::nullopt;
     if (!fits && limit == size) // the file ends in this chunk

@@ -215,7 +215,7 @@ void TakeY4mFields(const std::string& text, VideoInfo& info)
             info.bottomFieldFirst = true;
         else if (field == kRange + std::string("?"))
             info.fullRange.reset();
-        else if (field[0] == 'X' && !field.starts_with(kRange))
+        else if (field[0] == 'X' && !field.starts_with(kRange) && !field.starts_with(kChromaOfTag))
             AddTag(field, info);
     }
 }
