@@ -25,8 +25,12 @@ add_library(orvane_test_options INTERFACE)
 target_link_libraries(orvane_test_options INTERFACE orvane_options gtest)
 target_compile_options(orvane_test_options INTERFACE -O1)
 # In a header, so that only the tests that ask for the folder are compiled anew in another one.
-file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/include/tests/source_folder.h
-     CONTENT "#pragma once\n\n/// The folder of the sources, for files that tests read there.\ninline constexpr char kSourceFolder[] = \"${CMAKE_SOURCE_DIR}\";\n")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/include/tests/source_folder.h CONTENT
+[=[#pragma once
+
+/// The folder of the sources, for files that tests read there.
+inline constexpr char kSourceFolder[] = "@CMAKE_SOURCE_DIR@";
+]=] @ONLY)
 target_include_directories(orvane_test_options INTERFACE ${CMAKE_BINARY_DIR}/include/tests)
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
 add_executable(orvane_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_headers.cpp)

@@ -43,7 +43,7 @@ struct LayoutDescriptor {
     constexpr bool IsPlanar() const { return arrangement == Arrangement::Planar; }
     constexpr bool IsRgb() const { return Has('R'); }
     constexpr bool HasAlpha() const { return Has('A'); }
-    constexpr bool Has(char channel) const { return samples.find(channel) != samples.npos; }
+    constexpr bool Has(char channel) const { return samples.find(channel) != std::string_view::npos; }
     /// The first byte of a channel in a group of pixels.
     constexpr int Place(char channel) const { return static_cast<int>(samples.find(channel)); }
     /// Pixels of one group of bytes: 2 in packed 4:2:2.
