@@ -11,7 +11,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace platform {
 namespace {
@@ -97,24 +96,6 @@ OpenFile OpenFile::StandardInput()
     file.handle = STDIN_FILENO;
     file.owned = false;
     return file;
-}
-
-OpenFile::OpenFile(OpenFile&& other) noexcept
-    : handle(std::exchange(other.handle, kNone)), owned(other.owned), appends(other.appends)
-{}
-
-OpenFile& OpenFile::operator=(OpenFile&& other) noexcept
-{
-    std::swap(handle, other.handle);
-    std::swap(owned, other.owned);
-    std::swap(appends, other.appends);
-    return *this;
-}
-
-OpenFile::~OpenFile()
-{
-    std::error_code ignored;
-    Close(ignored);
 }
 
 size_t OpenFile::Read(void* bytes, size_t count, std::error_code& error) const

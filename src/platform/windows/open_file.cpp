@@ -4,7 +4,6 @@
 #include "platform/windows/windows_headers.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace platform {
 namespace {
@@ -65,24 +64,6 @@ OpenFile OpenFile::StandardInput()
     file.handle = reinterpret_cast<intptr_t>(GetStdHandle(STD_INPUT_HANDLE));
     file.owned = false;
     return file;
-}
-
-OpenFile::OpenFile(OpenFile&& other) noexcept
-    : handle(std::exchange(other.handle, kNone)), owned(other.owned), appends(other.appends)
-{}
-
-OpenFile& OpenFile::operator=(OpenFile&& other) noexcept
-{
-    std::swap(handle, other.handle);
-    std::swap(owned, other.owned);
-    std::swap(appends, other.appends);
-    return *this;
-}
-
-OpenFile::~OpenFile()
-{
-    std::error_code ignored;
-    Close(ignored);
 }
 
 size_t OpenFile::Read(void* bytes, size_t count, std::error_code& error) const

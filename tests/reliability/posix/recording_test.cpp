@@ -22,6 +22,34 @@ class Recording : public ToolProcessTest
         ASSERT_TRUE(WaitFor([&] { return Exists("out.avi.part") && FramesIn("out.avi.part") == frames; }));
     }
     int Verify(const std::string& file) const { return RunToolProcess(folder, {"verify", file}).code; }
+
+    /// Interrupts a command that writes the frames of `y4m` to out.avi. They are told and intact in the
+    /// unfinished file, with index and checksums.
+    void ExpectCompleteWhenAborted(const char* command, const std::string& input, const char* told,
+                                   const std::string& y4m) const
+    {
+        // The signal may come after the last frame: then once more.
+        for (int tries = 0; tries < 50; ++tries) {
+            ToolProcess tool(folder, {command, input, "-o", "out.avi"});
+            ASSERT_TRUE(WaitFor([&] {
+                return Exists("out.avi") || (Exists("out.avi.part") && FramesIn("out.avi.part") > 0);
+            }));
+            tool.Signal(SIGINT);
+            const ToolEnd end = tool.Wait();
+            if (std::filesystem::remove(folder.Path() / "out.avi"))
+                continue;
+            EXPECT_EQ(end.signal, SIGINT);
+            const int frames = DecodedFrames("out.avi.part", y4m);
+            EXPECT_GT(frames, 0);
+            EXPECT_EQ(end.err, std::string("orvane: error: ") + told +
+                                   ", start again to have the whole result; " +
+                                   Counted(static_cast<uint64_t>(frames), "frame") +
+                                   (frames == 1 ? " is" : " are") + " in out.avi.part\n");
+            EXPECT_EQ(Verify("out.avi.part"), 0);
+            return;
+        }
+        FAIL() << "no signal came in time";
+    }
 };
 
 } // namespace
@@ -103,27 +131,7 @@ TEST_F(Recording, AConversionThatIsAbortedLeavesACompleteUnfinishedFile)
 {
     const std::string y4m = Y4mHead() + Y4mFrames(400);
     WriteText(Name("in.y4m"), y4m);
-    // The signal may come after the last frame: then once more.
-    for (int tries = 0; tries < 50; ++tries) {
-        ToolProcess tool(folder, {"encode", "in.y4m", "-o", "out.avi"});
-        ASSERT_TRUE(WaitFor(
-            [&] { return Exists("out.avi") || (Exists("out.avi.part") && FramesIn("out.avi.part") > 0); }));
-        tool.Signal(SIGINT);
-        const ToolEnd end = tool.Wait();
-        if (Exists("out.avi")) {
-            std::filesystem::remove(folder.Path() / "out.avi");
-            continue;
-        }
-        EXPECT_EQ(end.signal, SIGINT);
-        const int frames = DecodedFrames("out.avi.part", y4m);
-        EXPECT_GT(frames, 0);
-        EXPECT_EQ(end.err, "orvane: error: interrupted, in.y4m, start again to have the whole result; " +
-                               Counted(static_cast<uint64_t>(frames), "frame") +
-                               (frames == 1 ? " is" : " are") + " in out.avi.part\n");
-        EXPECT_EQ(Verify("out.avi.part"), 0);
-        return;
-    }
-    FAIL() << "no signal came in time";
+    ExpectCompleteWhenAborted("encode", "in.y4m", "interrupted, in.y4m", y4m);
 }
 
 TEST_F(Recording, ASecondCtrlCEndsAtOnce)
@@ -155,26 +163,7 @@ TEST_F(Recording, ARepairThatIsAbortedLeavesACompleteUnfinishedFile)
     const std::string y4m = Y4mHead() + Y4mFrames(400);
     WriteText(Name("in.y4m"), y4m);
     ASSERT_EQ(RunToolProcess(folder, {"encode", "in.y4m", "-o", "in.avi"}).code, 0);
-    std::filesystem::remove(folder.Path() / "out.avi");
-    for (int tries = 0; tries < 50; ++tries) {
-        ToolProcess tool(folder, {"repair", "in.avi", "-o", "out.avi"});
-        ASSERT_TRUE(WaitFor(
-            [&] { return Exists("out.avi") || (Exists("out.avi.part") && FramesIn("out.avi.part") > 0); }));
-        tool.Signal(SIGINT);
-        const ToolEnd end = tool.Wait();
-        if (Exists("out.avi")) {
-            std::filesystem::remove(folder.Path() / "out.avi");
-            continue;
-        }
-        EXPECT_EQ(end.signal, SIGINT);
-        const int frames = DecodedFrames("out.avi.part", y4m);
-        EXPECT_GT(frames, 0);
-        EXPECT_NE(end.err.find(Counted(static_cast<uint64_t>(frames), "frame")), std::string::npos)
-            << end.err;
-        EXPECT_EQ(Verify("out.avi.part"), 0) << "index and checksums are there";
-        return;
-    }
-    FAIL() << "no signal came in time";
+    ExpectCompleteWhenAborted("repair", "in.avi", "interrupted", y4m);
 }
 
 TEST_F(Recording, APipeThatNobodyWritesToIsGivenUp)
