@@ -20,7 +20,7 @@ if(NOT ORVANE_SANITIZE)
     target_compile_options(orvane_options INTERFACE -fcf-protection=full) # marks where calls and jumps may lead
   endif()
   if(WIN32)
-    add_link_options(-fstack-protector-strong) # its functions stand in a library of the compiler
+    add_link_options(-fstack-protector-strong) # its functions are in a library of the compiler
   else()
     if(NOT CMAKE_CXX_FLAGS_RELEASE MATCHES "-O0")
       target_compile_options(orvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)

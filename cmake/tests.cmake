@@ -24,7 +24,7 @@ endif()
 add_library(orvane_test_options INTERFACE)
 target_link_libraries(orvane_test_options INTERFACE orvane_options gtest)
 target_compile_options(orvane_test_options INTERFACE -O1)
-# In a header, so that only the tests that ask for the folder are compiled anew in another one.
+# In a header, so that another folder recompiles only the tests that ask for it.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/include/tests/source_folder.h CONTENT
 [=[#pragma once
 

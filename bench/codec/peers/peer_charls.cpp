@@ -7,7 +7,7 @@
 namespace {
 
 /// JPEG-LS: each plane by itself; RGB with the transform HP1 and interleaved samples. The streams follow each
-/// other, each behind its size.
+/// other, each after its size.
 class CharlsPeer final : public Peer
 {
   public:

@@ -8,7 +8,7 @@
 namespace {
 
 /// JPEG XL, lossless at its lowest effort: each plane as a grey picture, or one RGB picture (hosts store B G
-/// R, which is the same to it). The streams follow each other, each behind its size.
+/// R, which is the same to it). The streams follow each other, each after its size.
 class JxlPeer final : public Peer
 {
   public:

@@ -98,6 +98,6 @@ bool CanSalvage(const ByteSource& source, uint64_t from);
 /// Finds the chunks of a file whose chain is broken. The file is scanned once for what cannot be mistaken:
 /// heads of frames, of lists and of indexes. No chunk reaches over such a place; between two of them the
 /// chain is followed as far as it is credible. Sizes and heads that are damaged come from the indexes, where
-/// these know them, and the checksums of the frames tell which of two sizes is right. A frame whose size
-/// nobody knows reaches up to what follows it: more than its bytes do no harm, fewer would.
+/// these know them, and the checksums of the frames tell which of two sizes is right. A frame of unknown
+/// size extends to the next recognized chunk: extra bytes do no harm, missing ones would.
 AviChain SalvageChunks(const ByteSource& source, AviChunkTaker& taker);
