@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 Close(open, file);
             break;
         case 6:
-            SetBytes(file, bytes.subspan(bytes.size() * (step / 8) / 32)); // by somebody else
+            SetBytes(file, bytes.subspan(bytes.size() * (step / 8) / 32)); // by another program
             break;
         default:
             SetBytes(fs::path(file).concat(".tmp"), bytes); // as a broken write leaves it

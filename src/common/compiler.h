@@ -19,7 +19,7 @@
 
 #ifdef ORVANE_GNU
 #define ORVANE_ALWAYS_INLINE [[gnu::always_inline]] inline
-/// Behind the parameters of a lambda.
+/// After the parameters of a lambda.
 #define ORVANE_ALWAYS_INLINE_LAMBDA __attribute__((always_inline))
 #define ORVANE_NOINLINE [[gnu::noinline]]
 /// Parameter number `text` is a printf format for the arguments from number `first` on.

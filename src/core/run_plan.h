@@ -90,7 +90,7 @@ struct RunPlan : RunInputs {
     /// Scratch memory of a thread that works on so many bands at once; 0: none is used.
     size_t ScratchBytes(size_t bands) const;
     Band BandAt(size_t band) const { return BandOf(header, band); }
-    /// Whether a plane is predicted in its own place: nobody needs its samples any more.
+    /// Whether a plane is predicted in place: its samples are not needed afterwards.
     bool PredictsInPlace(size_t plane) const
     {
         return coded[plane].storage == Storage::Image || coded[plane].storage == Storage::Converted;

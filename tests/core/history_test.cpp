@@ -41,7 +41,7 @@ std::vector<StreamSpec> Streams()
     return streams;
 }
 
-/// Decodes `frame` on a fresh codec and on `used`, which begins its run anew.
+/// Decodes `frame` on a fresh codec and on `used`, which begins another run.
 void ExpectSame(CodecRun& used, const Bytes& frame, const char* what)
 {
     CodecRun fresh(used.streamSpec);

@@ -40,7 +40,7 @@ struct HoldUp {
 /// More than the clocks' coarsest step, and less than naps of 50 us take in half a second.
 inline constexpr std::chrono::milliseconds kWaitingAllowance{25};
 
-/// Runs `body` in a thread of its own and opens the gate half a second after somebody has arrived there.
+/// Runs `body` in a thread of its own and opens the gate half a second after a thread has arrived there.
 /// Returns the processor time that the process has used in between.
 template <class F>
 std::chrono::milliseconds ProcessorTimeWhileHeldUp(HoldUp& holdUp, F body)

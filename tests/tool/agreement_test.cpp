@@ -1,4 +1,4 @@
-// Help, manual, man page and completion agree: every option of every command stands in all four, and none of
+// Help, manual, man page and completion agree: every option of every command is in all four, and none of
 // them has an option that the command does not take.
 #include "source_folder.h"
 #include "tool/run_command.h"

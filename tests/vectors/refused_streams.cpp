@@ -1,4 +1,4 @@
-// What readers refuse: records, and frames of every fault. Behind each refused frame a good one is decoded.
+// What readers refuse: records, and frames of every fault. After each refused frame a valid one is decoded.
 
 #include "vectors/describe.h"
 #include "vectors/frame_parts.h"

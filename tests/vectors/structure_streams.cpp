@@ -71,7 +71,7 @@ void AddHeaders(std::vector<Vector>& all)
     for (int i = 0; i < 4; ++i) {
         Bytes changed = SomeFrame(record, 11).Join();
         if (i == 1)
-            SetWord(changed, 12, (record.flags ^ kFlagAlwaysSet) | 0xFF0DFFF8 | 1); // all that nobody reads
+            SetWord(changed, 12, (record.flags ^ kFlagAlwaysSet) | 0xFF0DFFF8 | 1); // all that readers ignore
         else if (i == 2)
             SetWord(changed, 24, 12345);
         else if (i == 3)
@@ -134,7 +134,7 @@ void AddOffsets(std::vector<Vector>& all)
                          SetWord(bytes, frame.OffsetAt(i), WordAt(bytes, frame.OffsetAt(0)));
                  })}));
 
-    // Block 2 moved behind all others, with a gap in front of it.
+    // Block 2 moved after all others, with a gap in front of it.
     FrameParts frame = SomeFrame(record, 25);
     Bytes moved = frame.Join();
     const uint32_t from = WordAt(moved, frame.OffsetAt(2)), to = WordAt(moved, frame.OffsetAt(3));

@@ -39,7 +39,7 @@ void WriteAll(const void* bytes, size_t count, std::error_code& error, Transfer 
 
 OpenFile::OpenFile(const Path& name, Mode mode, std::error_code& error) : appends(mode == Mode::Stream)
 {
-    // Others may read what is written, and nobody else may write it.
+    // Other handles may read the file, but not write it.
     const DWORD access = mode == Mode::Read ? GENERIC_READ : GENERIC_WRITE;
     const DWORD share =
         mode == Mode::Read || mode == Mode::Stream ? FILE_SHARE_READ | FILE_SHARE_WRITE : FILE_SHARE_READ;
@@ -74,7 +74,7 @@ size_t OpenFile::Read(void* bytes, size_t count, std::error_code& error) const
         return 0;
     if (ReadFile(HandleOf(handle), bytes, static_cast<DWORD>(std::min(count, kMost)), &got, nullptr))
         return got;
-    // A pipe that nobody writes any more has come to its end; a request to end cancels a read.
+    // A pipe whose writers have closed it is at its end; a request to end cancels a read.
     if (GetLastError() != ERROR_BROKEN_PIPE && !IsEndRequested())
         error = LastError();
     return 0;

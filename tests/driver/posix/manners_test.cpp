@@ -51,7 +51,7 @@ class Manners : public ::testing::Test
     StreamHeader stream{};
 };
 
-/// Ends this process if it hangs; for children, which nobody else watches.
+/// Ends this process if it hangs; for children, which have no other watchdog.
 constexpr unsigned kPatience = 30; // seconds
 
 /// What `child` returns, run in a forked child; -1 when it crashed or hung.
@@ -218,7 +218,7 @@ TEST_F(Manners, NoThreadIsLeftWhenTheLastInstanceHasClosed)
             }
             EXPECT_GT(ThreadsInProcess(), before);
         }
-        // A thread that was joined may stand in the system's list for a moment more.
+        // A thread that was joined may stay in the system's list for a moment.
         for (int wait = 0; wait < 1000 && ThreadsInProcess() > before; ++wait)
             usleep(10);
         ASSERT_EQ(ThreadsInProcess(), before);

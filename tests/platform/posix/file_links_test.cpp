@@ -1,4 +1,4 @@
-// Names that somebody else has prepared: links, pipes and files where ours are to be made.
+// Names that another user has prepared: links, pipes and files where ours are to be made.
 #include "platform/files.h"
 #include "platform/settings_file.h"
 #include "platform/shared_file.h"
@@ -32,7 +32,7 @@ mode_t ModeOf(const fs::path& file)
     return status.st_mode & 07777;
 }
 
-/// A folder with a settings file, and a file of somebody who is to be harmed.
+/// A folder with a settings file, and a file of another user that an attack aims at.
 class FileLinks : public ::testing::Test
 {
   protected:

@@ -136,7 +136,7 @@ TEST_F(Recording, AConversionThatIsAbortedLeavesACompleteUnfinishedFile)
 
 TEST_F(Recording, ASecondCtrlCEndsAtOnce)
 {
-    // A pipe that nobody reads holds the tool in a write.
+    // A pipe without a reader blocks the tool in a write.
     const std::string y4m = Y4mHead() + Y4mFrames(60);
     ASSERT_EQ(RunToolProcess(folder, {"encode", "-", "-o", "in.avi"}, y4m).code, 0);
     ASSERT_EQ(mkfifo(Name("out.y4m").c_str(), 0666), 0);

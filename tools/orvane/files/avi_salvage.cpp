@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Ids that stand in AVI files of this codec apart from those of stream data and indexes.
+/// Ids in AVI files of this codec, apart from those of stream data and indexes.
 constexpr uint32_t kKnownIds[] = {avi::kRiff, avi::kList, avi::kAvih, avi::kStrh,      avi::kStrf,
                                   avi::kStrd, avi::kStrn, avi::kVprp, avi::kIndx,      avi::kDmlh,
                                   avi::kJunk, avi::kIdx1, avi::kOdml, avi::kChecksums, avi::kY4mFields};
