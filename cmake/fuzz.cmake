@@ -1,7 +1,10 @@
 # One libFuzzer program for each source file of fuzz/: fuzz/NAME.cpp becomes fuzz/NAME. CTest replays the corpus
-# fuzz/corpus/NAME, then searches on from it for a while; inputs found are kept in the build folder, and one that
-# fails is left in its folder findings/. fuzz/NAME.dict, where it is, names the words of the format.
+# fuzz/corpus/NAME, then searches on from it for a while; an input that fails is left in the folder findings/ of the
+# build folder. fuzz/NAME.dict, where it is, names the words of the format.
 set(ORVANE_FUZZ_SECONDS 10 CACHE STRING "How long CTest searches with each fuzz target")
+# The same seed and corpus give the same inputs in the same order, so that a slower machine sees a part of what a
+# faster one has seen. New ground is for scripts/fuzz.
+set(ORVANE_FUZZ_SEED 1 CACHE STRING "Seed of CTest's searches; 0 draws one each time")
 
 file(GLOB targets CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/*.cpp)
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/findings)
@@ -14,8 +17,10 @@ foreach(source ${targets})
   target_link_libraries(${name} PRIVATE orvane_driver orvane_tool)
 
   set(corpus ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})
-  set(found ${CMAKE_BINARY_DIR}/found/${name})
-  file(MAKE_DIRECTORY ${found})
+  # As a list of files: the search would write what it finds into a folder.
+  file(GLOB inputs CONFIGURE_DEPENDS ${corpus}/*)
+  list(JOIN inputs "," inputs)
+  file(WRITE ${CMAKE_BINARY_DIR}/corpora/${name} "${inputs}")
   set(options -artifact_prefix=${CMAKE_BINARY_DIR}/findings/${name}- -rss_limit_mb=2048 -timeout=120
     -report_slow_units=120)
   if(EXISTS ${CMAKE_SOURCE_DIR}/fuzz/${name}.dict)
@@ -23,7 +28,8 @@ foreach(source ${targets})
   endif()
   add_test(NAME ${name}_replay COMMAND ${name} ${options} -runs=0 ${corpus})
   add_test(NAME ${name}_search
-           COMMAND ${name} ${options} -max_total_time=${ORVANE_FUZZ_SECONDS} ${found} ${corpus})
+           COMMAND ${name} ${options} -seed=${ORVANE_FUZZ_SEED} -max_total_time=${ORVANE_FUZZ_SECONDS}
+                   -seed_inputs=@${CMAKE_BINARY_DIR}/corpora/${name})
 endforeach()
 
 # Writes the corpora anew: fuzz/make_corpora FOLDER.
