@@ -7,6 +7,7 @@ namespace {
 
 constexpr int kWidth = 32, kHeight = 60;
 constexpr size_t kFrameBytes = kWidth * kHeight * 3 / 2;
+constexpr size_t kRecord = avi::kBitmapHeaderSize; // in the bitmap information
 
 class Strict : public CommandTest
 {
@@ -21,12 +22,22 @@ class Strict : public CommandTest
         frames = FramesOf(bytes, file);
     }
 
+    /// The complaints about a file.
+    std::string ComplaintsAbout(const Bytes& file)
+    {
+        WriteFile(Name("changed.avi"), file);
+        const CommandResult result = Run({"verify", Name("changed.avi"), "--strict", "-q"});
+        EXPECT_EQ(result.code, result.err.empty() ? 0 : 1);
+        EXPECT_EQ(result.code == 0, result.out.ends_with("the file is as a writer has to write it\n"));
+        return result.out;
+    }
+
     /// The complaints about a file with these frames and no checksums.
     std::string Complaints(const std::vector<Bytes>& changed)
     {
         MemorySink sink;
         AviStreamFormat format;
-        format.handler = MakeFourCC("O8Y0");
+        format.handler = handler;
         format.width = kWidth;
         format.height = kHeight;
         format.rate = {30, 1};
@@ -35,11 +46,17 @@ class Strict : public CommandTest
         for (const Bytes& frame : changed)
             writer.WriteFrame(frame);
         writer.Finish();
-        WriteFile(Name("changed.avi"), sink.bytes);
-        const CommandResult result = Run({"verify", Name("changed.avi"), "--strict", "-q"});
-        EXPECT_EQ(result.code, result.err.empty() ? 0 : 1);
-        EXPECT_EQ(result.code == 0, result.out.ends_with("the file is as a writer has to write it\n"));
-        return result.out;
+        return ComplaintsAbout(sink.bytes);
+    }
+
+    /// Expects that a byte of the bitmap header or of the record behind it is named.
+    void ExpectNamedInfo(const std::string& rule, size_t at, uint8_t value)
+    {
+        const Bytes good = info;
+        info[at] = value;
+        const std::string lines = Complaints(frames);
+        EXPECT_NE(lines.find(rule + "\n"), std::string::npos) << rule << "\n" << lines;
+        info = good;
     }
 
     /// Expects that a change of frame 1 is named.
@@ -72,6 +89,7 @@ class Strict : public CommandTest
             SetWord(frame, 32 + 4 * word, WordAt(frame, 32 + 4 * word) + moved);
     }
 
+    uint32_t handler = MakeFourCC("O8Y0");
     Bytes bytes;
     Bytes info;
     std::vector<Bytes> frames;
@@ -158,22 +176,54 @@ TEST_F(Strict, ACodeOfTheSizeOfItsSamplesIsNamed)
 
 TEST_F(Strict, EveryRuleOfHeadersIsNamed)
 {
-    const auto expect = [&](const std::string& rule, size_t at, uint8_t value) {
-        const Bytes good = info;
-        info[at] = value;
-        const std::string lines = Complaints(frames);
-        EXPECT_NE(lines.find(rule + "\n"), std::string::npos) << rule << "\n" << lines;
-        info = good;
-    };
-    expect("the bitmap header: biSize is not 72", 0, 40);
-    expect("the bitmap header: biWidth or biHeight is not that of the record", 4, 16);
-    expect("the bitmap header: biPlanes is not 1", 12, 0);
-    expect("the bitmap header: biBitCount is not that of the format", 14, 12);
-    expect("the bitmap header: biCompression is not the FourCC of the format", 16, 'o');
-    expect("the bitmap header: fields after biSizeImage are not 0", 39, 1);
-    expect("the configuration record: flag bit 17 is clear", 40 + 14, 0x20);
-    expect("the configuration record: flag bits without a meaning are set", 40 + 12, 0x80);
-    expect("the configuration record: codedWidth is not the width", 40 + 24, 1);
-    expect("the configuration record: the block height is not 28", 40 + 28, 27);
-    expect("the configuration record: the matrix is not 1 or 2", 40 + 11, 0);
+    ExpectNamedInfo("the bitmap header: biSize is not 72", 0, 40);
+    ExpectNamedInfo("the bitmap header: biWidth or biHeight is not that of the record", 4, 16);
+    ExpectNamedInfo("the bitmap header: biPlanes is not 1", 12, 0);
+    ExpectNamedInfo("the bitmap header: biBitCount is not that of the format", 14, 12);
+    ExpectNamedInfo("the bitmap header: biCompression is not the FourCC of the format", 16, 'o');
+    ExpectNamedInfo("the bitmap header: fields after biSizeImage are not 0", 39, 1);
+    ExpectNamedInfo("the configuration record: the version is not 7", kRecord + 8, 6);
+    ExpectNamedInfo("the configuration record: the matrix is not 1 or 2", kRecord + 11, 0);
+    ExpectNamedInfo("the configuration record: flag bits without a meaning are set", kRecord + 12, 0x80);
+    ExpectNamedInfo("the configuration record: flag bit 17 is clear", kRecord + 14, 0x20);
+    ExpectNamedInfo("the configuration record: the coder type is not 2", kRecord + 14, 0x12);
+    ExpectNamedInfo("the configuration record: width or height is below 4", kRecord + 16, 2);
+    ExpectNamedInfo("the configuration record: width or height is below 4", kRecord + 20, 2);
+    ExpectNamedInfo("the configuration record: codedWidth is not the width", kRecord + 24, 1);
+    ExpectNamedInfo("the configuration record: the block height is not 28", kRecord + 28, 27);
+    info.insert(info.end(), 4, 0);
+    EXPECT_NE(Complaints(frames).find("it is not followed by a record of 32 bytes alone"), std::string::npos);
+    ExpectNamedInfo("the configuration record: headerSize is not 32", kRecord + 4, 36);
+}
+
+TEST_F(Strict, FullRangeAndTheMatrixOfRgbAreNamed)
+{
+    WriteText(Name("rgb.raw"), std::string(size_t{3} * 32 * 28, 'x'));
+    RunGood({"encode", Name("rgb.raw"), "-o", Name("rgb.avi"), "--raw", "32x28:RGB24"});
+    const Bytes rgb = ReadFile(Name("rgb.avi"));
+    const AviFile file = ReadAviBytes(rgb);
+    info = file.bitmapInfo;
+    frames = FramesOf(rgb, file);
+    handler = MakeFourCC("O8RG");
+    EXPECT_EQ(Complaints(frames).find("RGB"), std::string::npos);
+    ExpectNamedInfo("the configuration record: RGB of full range", kRecord + 12, 4);
+    ExpectNamedInfo("the configuration record: the matrix is not 1 or 2", kRecord + 11, 1);
+}
+
+TEST_F(Strict, NamesOfTheStreamAndItsChunksAreNamed)
+{
+    constexpr char kHandlerRule[] = "the handler is not the FourCC of the format\n";
+    constexpr char kNameRule[] = "chunks of frames are not named ##dc\n";
+    const std::string good = Complaints(frames);
+    EXPECT_EQ(good.find(kHandlerRule), std::string::npos);
+    EXPECT_EQ(good.find(kNameRule), std::string::npos);
+    for (const uint32_t other : {uint32_t{0}, MakeFourCC("o8y0"), MakeFourCC("O8RG")}) {
+        handler = other;
+        EXPECT_NE(Complaints(frames).find(kHandlerRule), std::string::npos);
+    }
+    Bytes renamed = bytes;
+    for (size_t at = 0; at + 4 <= bytes.size(); ++at)
+        if (WordAt(bytes, at) == MakeFourCC("00dc"))
+            SetWord(renamed, at, MakeFourCC("00db"));
+    EXPECT_NE(ComplaintsAbout(renamed).find(kNameRule), std::string::npos);
 }
