@@ -312,6 +312,29 @@ TEST_F(RepairTest, SoundAndTextsAreKept)
     EXPECT_EQ(ReadFile(Name("out.avi")), bytes) << "a second repair changes nothing";
 }
 
+TEST_F(RepairTest, FramesOfAStreamWithoutHeaderAreCopiedAsOtherChunks)
+{
+    Bytes bytes = good;
+    SetWord(bytes, static_cast<size_t>(file.frames[3].offset) - avi::kChunkHead, MakeFourCC("01dc"));
+    for (const uint32_t index : {avi::kIndx, MakeFourCC("ix00"), avi::kIdx1})
+        SetWord(bytes, Find(bytes, index), 0);
+    OtherWriter more{bytes};
+    more.Chunk(MakeFourCC("one "), Bytes(8)); // salvage would doubt what two unknown chunks follow
+    more.Chunk(MakeFourCC("two "), Bytes(8));
+    more.Chunk(avi::kJunk, Bytes(8));
+    EXPECT_EQ(Repair(more.bytes).code, 3);
+
+    const Bytes repaired = ReadFile(Name("out.avi"));
+    const AviFile out = ReadAviBytes(repaired);
+    EXPECT_TRUE(out.IsWhole());
+    EXPECT_EQ(out.frames.size(), 4u);
+    const auto others = OthersOf(repaired);
+    EXPECT_EQ(std::ranges::count(others, MakeFourCC("01dc"), [](const auto& chunk) { return chunk.first; }),
+              1);
+    EXPECT_EQ(Repair(repaired).code, 0);
+    EXPECT_EQ(ReadFile(Name("out.avi")), repaired) << "a second repair changes nothing";
+}
+
 TEST_F(RepairTest, OtherStreamsAreIndexedInEverySegment)
 {
     MemorySink sink;

@@ -95,9 +95,10 @@ class AviContent final : public AviChunkTaker
     bool found = false;  // a stream of ours has shown up
     bool inMovi = false; // stream headers are over
     bool strangers = false;
-    uint32_t streams = 0;  // stream headers so far
-    uint32_t segments = 0; // RIFF heads
-    uint32_t lists = 0;    // LIST movi
+    bool pastIndex = false; // idx1 ends the frames of a segment
+    uint32_t streams = 0;   // stream headers so far
+    uint32_t segments = 0;  // RIFF heads
+    uint32_t lists = 0;     // LIST movi
     MainHeader main;
     StreamHeader latest;         // of the latest stream
     StreamHeader ours;           // of the stream that was found
@@ -109,6 +110,7 @@ void AviContent::TakeList(uint64_t at, const AviHead& head)
 {
     if (head.id == avi::kRiff) {
         ++segments;
+        pastIndex = false;
         riffIsShort = riffIsShort || head.size == 0 || at + avi::kChunkHead + head.size > source.Size();
     }
     if (head.third != avi::kMovi)
@@ -202,6 +204,7 @@ void AviContent::TakeChunk(const AviChunk& chunk)
 {
     const bool isOurStreamsHeader = !inMovi && found && streams == places.stream + 1;
     inMovi = inMovi || (salvaged && IsStreamData(chunk.id));
+    pastIndex = pastIndex || chunk.id == avi::kIdx1;
 
     if (!inMovi && DescribesStream(chunk.id))
         TakeDescription(chunk);
@@ -225,7 +228,7 @@ void AviContent::TakeOther(const AviChunk& chunk)
 {
     const std::optional<uint32_t> stream = avi::StreamOfDigits(chunk.id);
     const bool isOfOtherStream = stream && *stream < streams && IsStreamData(chunk.id);
-    if (!salvaged && inMovi && !isOfOtherStream && TakeWord(chunk) == kOrvaneMagic)
+    if (!salvaged && inMovi && !pastIndex && !isOfOtherStream && TakeWord(chunk) == kOrvaneMagic)
         strangers = true;
     file.others.push_back(chunk);
 }
