@@ -35,7 +35,6 @@ class Header:
          self.flags, self.width, self.height, _, self.block_height) = struct.unpack_from("<4sI4B5I", data)
         self.interlaced = self.flags >> 1 & 1
         self.coder_type = self.flags >> 20 & 15 if self.version >= 7 else 1 + (self.flags & 1)
-
         matrix = 2 if self.color_matrix < 3 and self.format_code in (101, 102) else self.color_matrix or 2
         # What a frame and the configuration record have in common.
         self.identity = (self.format_code, self.max_code_length, matrix, self.flags & 6, self.width, self.height,
@@ -167,27 +166,22 @@ class Decoder:
         require(len(frame) >= 4)
         if frame[:4] != MAGIC:  # headerless
             return 0, self.record.block_height
-        require(len(frame) >= 32)
+        require(len(frame) >= 32 and word(frame, 4, 4) <= len(frame))
         header = Header(frame)
-        require(header.header_size <= len(frame))
         require(header.version <= 7 and header.identity == self.record.identity, FOREIGN)
         return header.header_size, header.block_height or self.record.block_height
     def locate_blocks(self, frame, table):
         """Start and end of each block of the list."""
-        count, places = len(self.blocks), []
-        require(count == 0 or table + 4 * (count + 1) <= len(frame))
+        count, size = len(self.blocks), len(frame)
+        require(count == 0 or table + 4 * (count + 1) <= size)
         starts = [table + word(frame, table + 4 * (i + 1), 4) for i in range(count)]
-        for start, following in zip(starts, starts[1:] + [-1]):
-            end = following if following >= start else len(frame)
-            require(start == end or start < end <= len(frame))
-            places.append((start, end))
-        return places
+        require(max(starts, default=0) <= size)
+        return [(start, after if after >= start else size) for start, after in zip(starts, starts[1:] + [-1])]
     def read_coders(self, frame, table):
         """The coder of each block: those of the record, or from the coder section."""
         if self.record.coder_type != 2:
             return [self.coders[block[0]] for block in self.blocks]
-        count = len(self.blocks)
-        at = table + 4 * (count + 1)
+        count, at = len(self.blocks), table + 4 * (len(self.blocks) + 1)
         require(at + 1 + count <= len(frame))
         coder_count, ids = frame[at], frame[at + 1:at + 1 + count]
         if any(i >= coder_count for i in ids):
@@ -296,30 +290,36 @@ def xxh3_long(data, n):
 
 # ---- AVI files ----
 def chunks_of(data, at=0):
-    """Identifier and payload of every chunk; lists and segments are entered."""
-    while at + 8 <= len(data):
+    """Place, identifier and payload of every chunk; lists and segments are entered."""
+    while 0 <= at <= len(data) - 8:
         name, size = data[at:at + 4], word(data, at + 4, 4)
         if name in (b"RIFF", b"LIST"):
             at += 12
-        elif at + 8 + size > len(data):
-            return  # cut off
+        elif at + 8 + size > len(data):  # cut off or broken: salvage goes on at the next chunk of a frame
+            at = data.find(MAGIC, at + 9) - 8
         else:
-            yield name, data[at + 8:at + 8 + size]
+            yield at, name, data[at + 8:at + 8 + size]
             at += 8 + size + size % 2
 
 def read_avi(data):
     """Configuration record, frames and checksum chunks of the first stream of this codec."""
-    number, ours, names, record, frames, sums = -1, b"", set(), b"", [], []
-    for name, payload in chunks_of(data):
+    number, ours, names, record, frames, sums, index = -1, b"", set(), b"", {}, [], []
+    for at, name, payload in chunks_of(data):
         if name == b"strh":
             number, names = number + 1, {payload[4:8].upper()} if payload[:4] == b"vids" else set()
         elif name == b"strf" and not ours and names and (names | {payload[16:20].upper()}) & FOURCCS:
             ours, record = b"%02d" % number, payload[40:]
         elif name in (ours + b"dc", ours + b"db"):
-            frames.append(payload)
+            frames[at] = payload
         elif name == b"Osum":
             sums.append(payload)
-    return record[:max(32, word(record, 4, 4))], frames, sums
+        elif name == b"idx1":
+            entries = struct.iter_unpack("<4s3I", payload[:len(payload) & -16])
+            index = [place for chunk, _, place, _ in entries if chunk[:2] == ours]
+    # An index that leads to every frame gives their order. Its places count from the start of the file, or from movi.
+    places = [place - min(index) + min(frames, default=0) for place in index]
+    order = places if set(places) == set(frames) else frames
+    return record[:max(32, word(record, 4, 4))], [frames[place] for place in order], sums
 
 def read_checksums(sums):
     """The entries of all sound chunks: size and hash of the frame, hash of the picture, of bands, of blocks."""

@@ -392,4 +392,11 @@ std::string ExamplesPage()
     return page + ChecksumText();
 }
 
+std::string FrameByHand()
+{
+    Bytes picture(16, 10);
+    picture[5] = 12; // row 1, column 1
+    return FrameText(CodecRun(Gray(4, 4, PredictMethod::Left)).Encode(picture));
+}
+
 } // namespace vectors

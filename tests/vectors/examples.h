@@ -8,4 +8,7 @@ namespace vectors {
 /// The page in Markdown.
 std::string ExamplesPage();
 
+/// The frame that the page of the format takes apart.
+std::string FrameByHand();
+
 } // namespace vectors

@@ -236,6 +236,78 @@ Bytes OfOtherWriter()
     return whole.bytes;
 }
 
+/// The front of a file without sound of another writer, up to its list of frames, which follows.
+Bytes FrontOfOtherWriter(const FrameHeader& record, uint32_t moviBytes)
+{
+    OtherWriter video, head, file, whole;
+    video.Chunk(avi::kStrh, StreamHeader(avi::kVids, FindFormatDescriptor(record.formatCode)->FourCC()));
+    video.Chunk(avi::kStrf, BitmapInfo(record));
+    Bytes main;
+    Put<uint32_t>(main, 40000);
+    main.resize(56);
+    head.Chunk(avi::kAvih, main);
+    head.List(avi::kList, avi::kStrl, video.bytes);
+    file.List(avi::kList, avi::kHdrl, head.bytes);
+    whole.List(avi::kRiff, avi::kAvi, file.bytes);
+    Put<uint32_t>(whole.bytes, avi::kList);
+    Put<uint32_t>(whole.bytes, moviBytes + 4);
+    Put<uint32_t>(whole.bytes, avi::kMovi);
+    return whole.bytes;
+}
+
+/// An index that plays frames in this order. Its offsets count from `base`.
+Bytes OldIndex(const std::vector<uint32_t>& places, const std::vector<Bytes>& frames,
+               const std::vector<size_t>& order, uint32_t base)
+{
+    Bytes index;
+    for (const size_t frame : order) {
+        Put<uint32_t>(index, MakeFourCC("00dc"));
+        Put<uint32_t>(index, 0x10); // a key frame
+        Put<uint32_t>(index, places[frame] - base);
+        Put<uint32_t>(index, static_cast<uint32_t>(frames[frame].size()));
+    }
+    return index;
+}
+
+void AddReordered(std::vector<Vector>& all, const char* name, const char* text, bool fromStart,
+                  const std::vector<size_t>& order)
+{
+    const FileParts parts;
+    OtherWriter movi;
+    std::vector<uint32_t> places; // in the list
+    for (const Bytes& frame : parts.frames) {
+        places.push_back(static_cast<uint32_t>(movi.bytes.size()));
+        movi.Chunk(MakeFourCC("00dc"), frame);
+    }
+    OtherWriter file{FrontOfOtherWriter(parts.record, static_cast<uint32_t>(movi.bytes.size()))};
+    const auto front = static_cast<uint32_t>(file.bytes.size());
+    for (uint32_t& place : places)
+        place += front;
+    PutBytes(file.bytes, movi.bytes);
+    file.Chunk(avi::kIdx1, OldIndex(places, parts.frames, order, fromStart ? 0 : front - 4));
+    file.Chunk(avi::kChecksums, ChecksumsOf(parts.record, parts.frames));
+    SetWord(file.bytes, 4, static_cast<uint32_t>(file.bytes.size() - 8));
+    AddFile(all, name, text, file.bytes);
+}
+
+/// A broken chain of chunks: the frames behind the break are found by their own heads.
+void AddSalvaged(std::vector<Vector>& all)
+{
+    const FileParts parts;
+    OtherWriter file{FrontOfOtherWriter(parts.record, 0)};
+    file.Chunk(MakeFourCC("00dc"), parts.frames[0]);
+    const size_t broken = file.bytes.size();
+    file.Chunk(avi::kJunk, Bytes(37, 5));
+    SetWord(file.bytes, broken + 4, 0x7FFFFFFF);
+    file.Chunk(MakeFourCC("00dc"), parts.frames[1]);
+    file.Chunk(MakeFourCC("00dc"), parts.frames[2]);
+    file.Chunk(avi::kChecksums, ChecksumsOf(parts.record, parts.frames));
+    AddFile(all, "salvaged",
+            "A chunk between the frames whose damaged size leads out of the file, and no index: the frames "
+            "behind it are found by their own heads.",
+            file.bytes);
+}
+
 void AddForeign(std::vector<Vector>& all)
 {
     AddFile(
@@ -253,6 +325,14 @@ void AddForeign(std::vector<Vector>& all)
     if (cut.size() == last)
         throw std::logic_error("nothing was cut off");
     AddFile(all, "cut", "A file that ends inside its last frame: that frame is lost.", cut);
+    AddReordered(all, "index_order",
+                 "An index that plays the frames in another order than they are stored in.", false,
+                 {2, 0, 1});
+    AddReordered(
+        all, "index_order_from_start",
+        "The same with offsets that count from the start of the file; the last frame is played twice.", true,
+        {2, 1, 2, 0});
+    AddSalvaged(all);
 }
 
 } // namespace

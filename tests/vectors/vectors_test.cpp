@@ -90,6 +90,13 @@ TEST(Documents, TheWorkedExamplesAreFramesOfTheEncoder)
         << "make_vectors --examples writes the page";
 }
 
+TEST(Documents, TheFrameByHandIsOneOfTheEncoder)
+{
+    const std::string page = ReadText(std::filesystem::path(kSourceFolder) / "docs" / "frame-format.md");
+    const std::string frame = vectors::FrameByHand();
+    EXPECT_NE(page.find("\n\n" + frame), std::string::npos) << "make_vectors --by-hand writes it:\n" << frame;
+}
+
 TEST(Vectors, TakeAtMostTwoMebibytes)
 {
     uintmax_t size = 0;

@@ -70,6 +70,28 @@ Index ReadSuperIndex(const ByteSource& source, const AviIndexPlaces& places)
     return index;
 }
 
+/// The number of the frame that an entry names; nothing when there is none at its place.
+std::optional<size_t> FindFrame(const FrameList& found, const AviFrame& entry)
+{
+    const auto at = std::ranges::lower_bound(found, entry.offset, {}, &AviFrame::offset);
+    if (at == found.end() || at->offset != entry.offset)
+        return std::nullopt;
+    return static_cast<size_t>(at - found.begin());
+}
+
+/// Moves entries on by `base` if more of them lead to frames then.
+void CountFrom(uint64_t base, FrameList& entries, const FrameList& found)
+{
+    const auto leading = [&](uint64_t start) {
+        return std::ranges::count_if(entries, [&](const AviFrame& entry) {
+            return FindFrame(found, {start + entry.offset, entry.size}).has_value();
+        });
+    };
+    if (leading(base) > leading(0))
+        for (AviFrame& entry : entries)
+            entry.offset += base;
+}
+
 /// The frames of idx1. Its offsets count from the type "movi" or, with some writers, from the start of the
 /// file.
 Index ReadOldIndex(const ByteSource& source, const AviIndexPlaces& places, const FrameList& found)
@@ -85,19 +107,8 @@ Index ReadOldIndex(const ByteSource& source, const AviIndexPlaces& places, const
             frames.push_back(
                 {Get<uint32_t>(bytes, at + 8) + uint64_t{avi::kChunkHead}, Get<uint32_t>(bytes, at + 12)});
     }
-    if (!frames.empty() && !found.empty() && frames.front().offset != found.front().offset)
-        for (AviFrame& frame : frames)
-            frame.offset += places.moviType;
+    CountFrom(places.moviType, frames, found);
     return index;
-}
-
-/// The number of the frame that an entry names; nothing when there is none at its place.
-std::optional<size_t> FindFrame(const FrameList& found, const AviFrame& entry)
-{
-    const auto at = std::ranges::lower_bound(found, entry.offset, {}, &AviFrame::offset);
-    if (at == found.end() || at->offset != entry.offset)
-        return std::nullopt;
-    return static_cast<size_t>(at - found.begin());
 }
 
 /// How the entries of an index fit the frames.
