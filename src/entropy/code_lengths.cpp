@@ -55,21 +55,21 @@ size_t MakePackages(size_t size, CodeLengthWork& work)
 class LevelMerge
 {
   public:
-    LevelMerge(size_t coinCount, size_t packageCount, uint16_t* coinsBefore, CodeLengthWork& work)
-        : coinCount_(coinCount), packageCount_(packageCount), coins_(work.coinWeights.data() + 1),
-          packages_(work.packages.data() + 1), list_(work.list.data()), coinsBefore_(coinsBefore)
+    LevelMerge(size_t coinCount_, size_t packageCount_, uint16_t* coinsBefore_, CodeLengthWork& work)
+        : coinCount(coinCount_), packageCount(packageCount_), coins(work.coinWeights.data() + 1),
+          packages(work.packages.data() + 1), list(work.list.data()), coinsBefore(coinsBefore_)
     {}
 
     /// One chain of steps waits for each comparison, so four run side by side: from both ends to the middle
     /// and from the middle to both ends.
     void Run()
     {
-        const size_t size = coinCount_ + packageCount_;
+        const size_t size = coinCount + packageCount;
         const size_t middle = size / 2;
         const size_t steps = middle / 2;
         const size_t middleCoins = CoinsAmong(middle);
-        size_t coin[4] = {0, middleCoins, middleCoins, coinCount_};
-        coinsBefore_[0] = 0;
+        size_t coin[4] = {0, middleCoins, middleCoins, coinCount};
+        coinsBefore[0] = 0;
         for (size_t i = 0; i < steps; ++i) {
             TakeFirst(i, coin[0]);
             TakeLast(middle - 1 - i, coin[1]);
@@ -86,11 +86,11 @@ class LevelMerge
     /// How many of the first `nodes` nodes are coins.
     size_t CoinsAmong(size_t nodes) const
     {
-        size_t low = nodes > packageCount_ ? nodes - packageCount_ : 0;
-        size_t high = std::min(coinCount_, nodes);
+        size_t low = nodes > packageCount ? nodes - packageCount : 0;
+        size_t high = std::min(coinCount, nodes);
         while (low < high) {
             const size_t coin = (low + high) / 2;
-            if (coins_[coin] <= packages_[nodes - 1 - coin])
+            if (coins[coin] <= packages[nodes - 1 - coin])
                 low = coin + 1;
             else
                 high = coin;
@@ -100,31 +100,31 @@ class LevelMerge
 
     void TakeFirst(size_t node, size_t& coin)
     {
-        const uint64_t coinWeight = coins_[coin];
-        const uint64_t packageWeight = packages_[node - coin];
+        const uint64_t coinWeight = coins[coin];
+        const uint64_t packageWeight = packages[node - coin];
         const bool takeCoin = packageWeight >= coinWeight;
-        list_[node] = takeCoin ? coinWeight : packageWeight;
+        list[node] = takeCoin ? coinWeight : packageWeight;
         coin += takeCoin;
-        coinsBefore_[node + 1] = static_cast<uint16_t>(coin);
+        coinsBefore[node + 1] = static_cast<uint16_t>(coin);
     }
 
     void TakeLast(size_t node, size_t& coin)
     {
         const size_t package = node + 1 - coin;
-        const uint64_t coinWeight = coins_[static_cast<ptrdiff_t>(coin) - 1];
-        const uint64_t packageWeight = packages_[static_cast<ptrdiff_t>(package) - 1];
+        const uint64_t coinWeight = coins[static_cast<ptrdiff_t>(coin) - 1];
+        const uint64_t packageWeight = packages[static_cast<ptrdiff_t>(package) - 1];
         const bool takePackage = (packageWeight >= coinWeight) & (package != 0);
-        coinsBefore_[node + 1] = static_cast<uint16_t>(coin);
-        list_[node] = takePackage ? packageWeight : coinWeight;
+        coinsBefore[node + 1] = static_cast<uint16_t>(coin);
+        list[node] = takePackage ? packageWeight : coinWeight;
         coin -= !takePackage;
     }
 
-    const size_t coinCount_;
-    const size_t packageCount_;
-    const uint64_t* const coins_;    // 0 in front, kEndOfList behind
-    const uint64_t* const packages_; // the same
-    uint64_t* const list_;
-    uint16_t* const coinsBefore_;
+    const size_t coinCount;
+    const size_t packageCount;
+    const uint64_t* const coins;    // 0 in front, kEndOfList behind
+    const uint64_t* const packages; // the same
+    uint64_t* const list;
+    uint16_t* const coinsBefore;
 };
 
 } // namespace

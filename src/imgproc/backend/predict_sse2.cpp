@@ -101,11 +101,11 @@ class ScoreSums
   public:
     void Add(__m128i samples, const Neighbours& near)
     {
-        left_ = Add(left_, Residuals(LeftRule(), samples, near));
-        gradient_ = Add(gradient_, Residuals(GradientRule(), samples, near));
-        median_ = Add(median_, Residuals(MedianRule(), samples, near));
+        left = Add(left, Residuals(LeftRule(), samples, near));
+        gradient = Add(gradient, Residuals(GradientRule(), samples, near));
+        median = Add(median, Residuals(MedianRule(), samples, near));
     }
-    PredictorScores Total() const { return {Total(left_), Total(gradient_), Total(median_)}; }
+    PredictorScores Total() const { return {Total(left), Total(gradient), Total(median)}; }
 
   private:
     /// The sum of absolute differences from 128 of each half, to a 64-bit sum each.
@@ -118,9 +118,9 @@ class ScoreSums
         return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_add_epi64(sum, _mm_srli_si128(sum, 8))));
     }
 
-    __m128i left_ = _mm_setzero_si128();
-    __m128i gradient_ = _mm_setzero_si128();
-    __m128i median_ = _mm_setzero_si128();
+    __m128i left = _mm_setzero_si128();
+    __m128i gradient = _mm_setzero_si128();
+    __m128i median = _mm_setzero_si128();
 };
 
 } // namespace

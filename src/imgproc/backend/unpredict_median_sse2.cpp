@@ -127,89 +127,89 @@ class MedianRowGroup
     /// rows      2 to 16, that one included
     /// finished  whether the group above has turned lane 0 into samples already; it must be kLag batches
     /// ahead
-    MedianRowGroup(const PlaneInfo& top, int width, int rows, bool finished)
-        : top_(top.data), pitch_(top.pitch), width_(width), rows_(rows),
-          finished_(_mm_set1_epi8(finished ? -1 : 0))
+    MedianRowGroup(const PlaneInfo& top_, int width_, int rows_, bool finished_)
+        : top(top_.data), pitch(top_.pitch), width(width_), rows(rows_),
+          finished(_mm_set1_epi8(finished_ ? -1 : 0))
     {
         assert(width >= 1 && rows >= 2 && rows <= kLanes);
     }
 
-    int BatchesLeft() const { return (width_ + rows_ - 1 + kBatch - 1) / kBatch - batch_; }
+    int BatchesLeft() const { return (width + rows - 1 + kBatch - 1) / kBatch - batch; }
 
     /// Transposes the residuals of the next batch into diagonals.
     void LoadBatch()
     {
         assert(BatchesLeft() > 0);
         if (InsideBlock()) {
-            LoadRows(top_ + batch_ * kBatch, pitch_ - 1);
+            LoadRows(top + batch * kBatch, pitch - 1);
         } else {
             CopyToEdge();
-            LoadRows(edge_ + kBatch, kEdgePitch - 1);
+            LoadRows(edge + kBatch, kEdgePitch - 1);
         }
     }
 
     /// Steps 2 * pair and 2 * pair + 1 of the batch, and the first level of transposing their samples back.
     void TwoSteps(int pair)
     {
-        const __m128i first = Step(diagonals_[2 * pair]);
-        const __m128i second = Step(diagonals_[2 * pair + 1]);
-        stepPairs_[0][pair] = _mm_unpacklo_epi8(first, second);
-        stepPairs_[1][pair] = _mm_unpackhi_epi8(first, second);
+        const __m128i first = Step(diagonals[2 * pair]);
+        const __m128i second = Step(diagonals[2 * pair + 1]);
+        stepPairs[0][pair] = _mm_unpacklo_epi8(first, second);
+        stepPairs[1][pair] = _mm_unpackhi_epi8(first, second);
     }
 
     /// Transposes the samples of the batch back into rows.
     void StoreBatch()
     {
         if (InsideBlock()) {
-            StoreRows(top_ + batch_ * kBatch, pitch_ - 1);
+            StoreRows(top + batch * kBatch, pitch - 1);
         } else {
-            StoreRows(edge_ + kBatch, kEdgePitch - 1);
+            StoreRows(edge + kBatch, kEdgePitch - 1);
             CopyFromEdge();
         }
-        ++batch_;
+        ++batch;
     }
 
   private:
     __m128i Step(__m128i residuals)
     {
-        const __m128i above = _mm_slli_si128(samples_, 1);
-        const __m128i prediction = PredictVector(MedianRule(), samples_, above, aboveLeft_);
-        aboveLeft_ = above;
-        samples_ = _mm_add_epi8(prediction, residuals);
-        return samples_;
+        const __m128i above = _mm_slli_si128(samples, 1);
+        const __m128i prediction = PredictVector(MedianRule(), samples, above, aboveLeft);
+        aboveLeft = above;
+        samples = _mm_add_epi8(prediction, residuals);
+        return samples;
     }
 
     /// Whether all columns that the lanes take in this batch exist, and the one left of lane 0's first.
-    bool InsideBlock() const { return batch_ > 0 && (batch_ + 1) * kBatch <= width_; }
+    bool InsideBlock() const { return batch > 0 && (batch + 1) * kBatch <= width; }
 
     // `at` is the batch's first column in lane 0; `skewed`, a row less a column, leads to that of the next
     // lane.
 
     void LoadRows(const uint8_t* at, ptrdiff_t skewed)
     {
-        LoadEightColumns(at, skewed, diagonals_);
-        LoadEightColumns(at + 8, skewed, diagonals_ + 8);
+        LoadEightColumns(at, skewed, diagonals);
+        LoadEightColumns(at + 8, skewed, diagonals + 8);
     }
 
-    void LoadEightColumns(const uint8_t* at, ptrdiff_t skewed, __m128i* diagonals) const
+    void LoadEightColumns(const uint8_t* at, ptrdiff_t skewed, __m128i* target) const
     {
-        const __m128i differences = _mm_sub_epi8(LoadHalf(at), _mm_and_si128(LoadHalf(at - 1), finished_));
-        const bool full = rows_ == kLanes;
+        const __m128i differences = _mm_sub_epi8(LoadHalf(at), _mm_and_si128(LoadHalf(at - 1), finished));
+        const bool full = rows == kLanes;
         const auto row = [&](int k) {
-            return full || k < rows_ ? LoadHalf(at + k * skewed) : _mm_setzero_si128();
+            return full || k < rows ? LoadHalf(at + k * skewed) : _mm_setzero_si128();
         };
         __m128i pairs[8];
         pairs[0] = _mm_unpacklo_epi8(differences, row(1));
         Unrolled<7>([&](auto i) { pairs[i + 1] = _mm_unpacklo_epi8(row(2 * i + 2), row(2 * i + 3)); });
         __m128i whole[8];
         JoinPairs(pairs, whole);
-        Unrolled<8>([&](auto i) { diagonals[i] = whole[i]; });
+        Unrolled<8>([&](auto i) { target[i] = whole[i]; });
     }
 
     void StoreRows(uint8_t* at, ptrdiff_t skewed) const
     {
-        StoreEightRows(at, skewed, stepPairs_[0], rows_);
-        StoreEightRows(at + 8 * skewed, skewed, stepPairs_[1], rows_ - 8);
+        StoreEightRows(at, skewed, stepPairs[0], rows);
+        StoreEightRows(at + 8 * skewed, skewed, stepPairs[1], rows - 8);
     }
 
     static void StoreEightRows(uint8_t* at, ptrdiff_t skewed, const __m128i (&pairs)[8], int count)
@@ -226,30 +226,30 @@ class MedianRowGroup
     // The edge copy has the 16 columns left of the batch and its own 16, as far as they exist. What does not
     // exist left of the block is 0, since batch 0 comes first; what the lanes take for columns behind the
     // block is of no matter, since only such columns depend on it.
-    int EdgeStart() const { return std::max(0, (batch_ - 1) * kBatch); }
-    int EdgeCount() const { return std::min(width_, (batch_ + 1) * kBatch) - EdgeStart(); }
-    uint8_t* EdgeTarget() { return edge_ + (batch_ == 0 ? kBatch : 0); }
+    int EdgeStart() const { return std::max(0, (batch - 1) * kBatch); }
+    int EdgeCount() const { return std::min(width, (batch + 1) * kBatch) - EdgeStart(); }
+    uint8_t* EdgeTarget() { return edge + (batch == 0 ? kBatch : 0); }
 
     void CopyToEdge()
     {
-        CopyShortRows(EdgeTarget(), kEdgePitch, top_ + EdgeStart(), pitch_, rows_, EdgeCount());
+        CopyShortRows(EdgeTarget(), kEdgePitch, top + EdgeStart(), pitch, rows, EdgeCount());
     }
     void CopyFromEdge()
     {
-        CopyShortRows(top_ + EdgeStart(), pitch_, EdgeTarget(), kEdgePitch, rows_, EdgeCount());
+        CopyShortRows(top + EdgeStart(), pitch, EdgeTarget(), kEdgePitch, rows, EdgeCount());
     }
 
-    uint8_t* const top_;
-    const ptrdiff_t pitch_;
-    const int width_;
-    const int rows_;
-    const __m128i finished_; // mask
-    int batch_ = 0;
-    __m128i samples_ = _mm_setzero_si128();   // of the last step
-    __m128i aboveLeft_ = _mm_setzero_si128(); // for the next step
-    __m128i diagonals_[kBatch];               // residuals by step
-    __m128i stepPairs_[2][kBatch / 2];        // samples of two steps: lanes 0 to 7, lanes 8 to 15
-    alignas(16) uint8_t edge_[kLanes * kEdgePitch] = {};
+    uint8_t* const top;
+    const ptrdiff_t pitch;
+    const int width;
+    const int rows;
+    const __m128i finished; // mask
+    int batch = 0;
+    __m128i samples = _mm_setzero_si128();   // of the last step
+    __m128i aboveLeft = _mm_setzero_si128(); // for the next step
+    __m128i diagonals[kBatch];               // residuals by step
+    __m128i stepPairs[2][kBatch / 2];        // samples of two steps: lanes 0 to 7, lanes 8 to 15
+    alignas(16) uint8_t edge[kLanes * kEdgePitch] = {};
 };
 
 /// Takes groups `batches` further, side by side. Inlined, so that what goes from step to step stays in
