@@ -19,18 +19,13 @@ else()
 endif()
 file(GLOB codec_bench_sources CONFIGURE_DEPENDS
   ${CMAKE_SOURCE_DIR}/bench/codec/*.cpp ${CMAKE_SOURCE_DIR}/bench/codec/${bench_system}/*.cpp)
-# Of the tool it needs a host's parts and the readers of pictures, and not its commands.
-set(codec_bench_tool_sources
-  host/codec_host.cpp host/private_settings.cpp files/byte_source.cpp files/open_files.cpp files/output_file.cpp
-  files/picture_sequence.cpp files/pixel_layout.cpp files/rational.cpp files/raw_stream.cpp files/still_image.cpp
-  files/y4m_header.cpp files/y4m_stream.cpp tool_error.cpp)
-list(TRANSFORM codec_bench_tool_sources PREPEND ${CMAKE_SOURCE_DIR}/tools/orvane/)
 add_executable(orvane_codec_bench EXCLUDE_FROM_ALL
-  ${codec_bench_sources} ${codec_bench_tool_sources} ${CMAKE_SOURCE_DIR}/bench/codec/peers/peer.cpp)
+  ${codec_bench_sources} ${CMAKE_SOURCE_DIR}/bench/codec/peers/peer.cpp)
 set_target_properties(orvane_codec_bench PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
-target_include_directories(orvane_codec_bench PRIVATE ${CMAKE_SOURCE_DIR}/bench ${CMAKE_SOURCE_DIR}/tools/orvane)
+target_include_directories(orvane_codec_bench PRIVATE ${CMAKE_SOURCE_DIR}/bench)
+# Of the tool it takes a host's parts and the readers of pictures.
 target_link_libraries(orvane_codec_bench PRIVATE
-  orvane_options orvane_third_party orvane_core orvane_settings orvane_platform ${CMAKE_DL_LIBS})
+  orvane_options orvane_third_party orvane_tool orvane_core orvane_settings orvane_platform ${CMAKE_DL_LIBS})
 add_dependencies(orvane_codec_bench orvane_library)
 
 # Other codecs to compare with, each where its library is there (scripts/setup --bench); nothing else uses them.
