@@ -115,6 +115,40 @@ BENCHMARK(EncodePlane<SingleSymbolCoder>)
     ->Arg(kSoft)
     ->Arg(kHard);
 
+/// One block over and over, with the whole pair table.
+void EncodeGroups(benchmark::State& state, const GroupEncoderForm& form, Content content)
+{
+    const Plane plane(content);
+    HuffCoder8 coder;
+    coder.BuildFromFrequencies(256, plane.frequencies.data(), true);
+    std::vector<CodeRecord> records(kSymbols);
+    BuildCanonicalCodes(kSymbols, coder.GetCodeLengths().data(), kMaxCodeLength, records.data());
+    std::vector<CodeEntry> codes(kSymbols);
+    for (const CodeRecord& record : records)
+        codes[record.symbol] = {static_cast<uint16_t>(record.code), static_cast<uint16_t>(record.length)};
+    std::vector<PairEntry> pairs(kPairRows);
+    FillPairTable(codes.data(), pairs.data(), PairRange::All);
+    std::vector<uint8_t> room(kBlockRoom);
+    for (auto _ : state) {
+        OutBitStream stream;
+        BitStreamInit(stream, room.data(), room.size());
+        BitWriter writer(stream);
+        benchmark::DoNotOptimize(
+            form.run(writer, plane.Block(0), kBlockSymbols, {codes.data(), pairs.data()}));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kBlockSymbols);
+}
+const bool groupEncodersRegistered = [] {
+    for (const GroupEncoderForm& form : kGroupEncoderForms)
+        for (const Content content : {kSoft, kHard})
+            benchmark::RegisterBenchmark(
+                (std::string("Entropy/EncodeGroups/") + form.name + "/bits_x10:" + std::to_string(content))
+                    .c_str(),
+                [&form, content](benchmark::State& state) { EncodeGroups(state, form, content); });
+    return true;
+}();
+
 void DecodePlane(benchmark::State& state)
 {
     const Plane plane(state.range(0));

@@ -91,6 +91,18 @@ inline uint64_t ShiftLeft(uint64_t value, uint64_t count)
 #endif
 }
 
+/// `value` turned to the right by the low six bits of `count`: bits that leave at the low end enter at the
+/// top.
+inline uint64_t RotateRight(uint64_t value, uint64_t count)
+{
+#if defined(ORVANE_GNU) && defined(__x86_64__)
+    asm("rorq %%cl, %0" : "+r"(value) : "c"(static_cast<uint8_t>(count)) : "cc");
+    return value;
+#else
+    return value >> (count % 64) | value << ((64 - count % 64) % 64);
+#endif
+}
+
 /// Tells the processor that a loop waits for another thread.
 inline void PauseProcessor()
 {

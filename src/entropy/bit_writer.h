@@ -13,7 +13,7 @@ namespace entropy {
 /// Up to 63 bits, right-aligned, with zeros above them.
 struct BitRun {
     uint64_t bits;
-    uint64_t length;
+    uint32_t length;
 };
 
 /// `first` followed by `second`. Where that is more than 64 bits, it is no run; the length still says so.
@@ -27,15 +27,16 @@ inline BitRun Join(BitRun first, BitRun second)
 ///     bit 63                         used                  0
 ///     |  stored before, stale        |  pending, oldest first |      bits
 ///
-/// `bits` is never masked: bits above the pending ones are already stored and are shifted out here. A store
-/// writes eight bytes but advances past complete ones only; the next store rewrites the rest and adds to it.
-/// Example: 13 pending bits p0 .. p12; the store shifts them to the top and writes p0 .. p7, then p8 .. p12
-/// and three zeros, then six zero bytes. The cursor moves by one byte and 5 bits stay pending.
+/// `bits` is never masked: bits above the pending ones are already stored. A store turns the pending ones to
+/// the top and writes eight bytes, the stale ones behind them, but advances past complete bytes of pending
+/// ones only; the next store, or the end of the stream, writes the rest anew. Example: 13 pending bits p0 ..
+/// p12; the store writes p0 .. p7, then p8 .. p12 and 51 stale bits. The cursor moves by one byte and 5 bits
+/// stay pending.
 class BitWriter
 {
   public:
     explicit BitWriter(const OutBitStream& stream)
-        : bits(stream.bits), used(64 - stream.count), cursor(stream.cursor)
+        : bits(stream.bits), used(static_cast<uint32_t>(64 - stream.count)), cursor(stream.cursor)
     {}
 
     /// Back to the stream; Store has been called since the last Append.
@@ -55,11 +56,13 @@ class BitWriter
         used += run.length;
     }
 
-    /// Needs at least one pending bit.
+    /// Whether Append takes the run.
+    bool Fits(BitRun run) const { return used + run.length < kWordBits; }
+
     void Store()
     {
-        assert(used >= 1 && used <= kWordBits);
-        StoreBigEndian64(cursor, ShiftLeft(bits, 64 - used));
+        assert(used <= kWordBits);
+        StoreBigEndian64(cursor, RotateRight(bits, used));
         cursor += used / 8;
         used %= 8;
     }
@@ -70,7 +73,7 @@ class BitWriter
         assert(first.length <= kWordBits - 7 && second.length <= kWordBits - 7);
         // What does not fit is joined in vain, but what fits needs no second sum of the lengths.
         const BitRun both = Join(first, second);
-        if (used + both.length < 64) [[likely]] {
+        if (Fits(both)) [[likely]] {
             Append(both);
         } else {
             Append(first);
@@ -82,7 +85,7 @@ class BitWriter
 
   private:
     uint64_t bits;
-    uint64_t used; ///< pending bits
+    uint32_t used; ///< pending bits
     uint8_t* cursor;
 };
 

@@ -30,11 +30,8 @@ constexpr bool IsCoreSymbol(size_t symbol)
     return symbol < 64 || symbol >= 192;
 }
 
-/// Whether all eight symbols are of the core: bits 7 and 6 of each are equal.
-inline bool AreCoreSymbols(uint64_t eightSymbols)
-{
-    return ((eightSymbols ^ eightSymbols << 1) & 0x8080808080808080) == 0;
-}
+/// The length in rows of a pair table that are not filled: no run of codes with such a row fits a word.
+inline constexpr uint32_t kUnfilledLength = 64;
 
 /// Fills the entries of every two symbols of the range. The entry of `first` and `second`, in stream order,
 /// has index second * 256 + first: their two bytes read as one little-endian number. Other entries are left

@@ -1,88 +1,17 @@
-// The loops over symbols, and what builds their tables.
-//
-// Writing takes eight symbols at a time. Their codes are joined as a tree, pair to pair and four to four,
-// before they touch the pending bits: one shift of the accumulator and one store for eight symbols. The pair
-// table halves the look-ups on top; its code and length are loads of their own, since loads are cheap and
-// shifts are what is short.
-//
-// Reading takes four look-ups for each refill and up to four symbols for each look-up, with no branch in
-// between.
+// What builds the tables of a code, and the loop that reads symbols one block at a time: four look-ups for
+// each refill and up to four symbols for each look-up, with no branch in between.
 #include "entropy/huff_coder_t.h"
 
 #include "common/as_size.h"
-#include "common/compiler.h"
 #include "entropy/bit_reader.h"
 #include "entropy/bit_writer.h"
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 
 namespace entropy {
 
 namespace {
-
-/// Codes of four symbols from the table of single symbols.
-struct SingleCodes {
-    const CodeEntry* codes;
-
-    BitRun One(const uint8_t* symbol) const { return {codes[*symbol].code, codes[*symbol].length}; }
-    BitRun Two(const uint8_t* symbols) const { return Join(One(symbols), One(symbols + 1)); }
-    BitRun Four(const uint8_t* symbols) const { return Join(Two(symbols), Two(symbols + 2)); }
-};
-
-/// The same from the pair table. Codes and lengths have a pointer each that the compiler takes for unrelated:
-/// it would compute the row's address for both otherwise, one instruction more for every two symbols.
-class PairCodes
-{
-  public:
-    explicit PairCodes(const PairEntry* pairs) : codes(&pairs->code), lengths(&pairs->length)
-    {
-        HideValue(lengths);
-    }
-
-    BitRun Two(const uint8_t* symbols) const
-    {
-        uint16_t index;
-        std::memcpy(&index, symbols, sizeof index);
-        return {codes[kStride * index], lengths[kStride * index]};
-    }
-    BitRun Four(const uint8_t* symbols) const { return Join(Two(symbols), Two(symbols + 2)); }
-
-  private:
-    static constexpr size_t kStride = sizeof(PairEntry) / sizeof(uint32_t);
-    const uint32_t* codes;
-    const uint32_t* lengths;
-};
-
-/// Encodes the whole groups of eight; returns the number of symbols done. Groups that are not `Rule` take
-/// their codes from the table of single symbols.
-template <class Rule, class Codes>
-size_t EncodeGroups(BitWriter& writer, const uint8_t* symbols, size_t count, Codes codes, SingleCodes single)
-{
-    static_assert(kJoinedCodes == 4, "as Four joins them");
-    const size_t grouped = count - count % (2 * kJoinedCodes);
-    for (const uint8_t* at = symbols; at != symbols + grouped; at += 8) {
-        if (Rule::Holds(at)) [[likely]]
-            writer.AppendAndStore(codes.Four(at), codes.Four(at + 4));
-        else
-            writer.AppendAndStore(single.Four(at), single.Four(at + 4));
-    }
-    return grouped;
-}
-
-struct AnySymbols {
-    static constexpr bool Holds(const uint8_t*) { return true; }
-};
-
-struct CoreSymbols {
-    static bool Holds(const uint8_t* symbols)
-    {
-        uint64_t word;
-        std::memcpy(&word, symbols, sizeof word);
-        return AreCoreSymbols(word);
-    }
-};
 
 template <class Row>
 inline constexpr size_t kRowSymbols = kMaxRowSymbols;
@@ -131,19 +60,33 @@ void DecodeByRows(const Row* table, InBitStream& stream, uint8_t* symbols, size_
     reader.Save(stream);
 }
 
-/// The pair table that symbols with these counts, taken from every fourth, are written fastest with.
+/// The rows of the pair table that symbols with these counts, taken from every fourth, are written fastest
+/// with.
 ///
-/// The rows outside the core take 20 us to fill. Without them four symbols, for each one counted, take 0.12
-/// ns longer to write, and 40 ns longer where they are outside. (3 GHz; only the proportions matter.)
+/// The rows outside the core take 20 us to fill, and every symbol that wants one of them and does not find it
+/// some 12 ns longer to write. (3 GHz; only the proportions matter.)
 PairRange SuitingRange(const uint64_t* frequencies)
 {
-    uint64_t total = 0;
     uint64_t outside = 0;
-    for (size_t symbol = 0; symbol < kSymbols; ++symbol) {
-        total += frequencies[symbol];
+    for (size_t symbol = 0; symbol < kSymbols; ++symbol)
         outside += IsCoreSymbol(symbol) ? 0 : frequencies[symbol];
+    return outside < 400 ? PairRange::Core : PairRange::All;
+}
+
+/// The encoder with a pair table that writes codes of these lengths fastest, where they are so frequent.
+const GroupEncoderForm& SuitingEncoder(const uint64_t* frequencies, const std::vector<uint32_t>& lengths)
+{
+    uint64_t symbols = 0;
+    uint64_t tenths = 0;
+    for (size_t symbol = 0; symbol < lengths.size(); ++symbol) {
+        symbols += frequencies[symbol];
+        tenths += frequencies[symbol] * lengths[symbol] * 10;
     }
-    return total + 320 * outside < 160'000 ? PairRange::Core : PairRange::All;
+    const GroupEncoderForm* suiting = &kAnyPairsEncoder;
+    for (const GroupEncoderForm& form : kGroupEncoderForms)
+        if (form.usesPairs && tenths < form.belowTenths * symbols)
+            suiting = &form;
+    return *suiting;
 }
 
 } // namespace
@@ -154,17 +97,11 @@ void HuffCoderT<Symbol, Code, bits, limit, tableBits>::Encode(OutBitStream& stre
 {
     if (encodeTable.empty())
         return;
-    const SingleCodes single{encodeTable.data()};
     BitWriter writer(stream);
-    size_t done = 0;
-    if (!pairRange)
-        done = EncodeGroups<AnySymbols>(writer, symbols, count, single, single);
-    else if (pairRange == PairRange::All)
-        done = EncodeGroups<AnySymbols>(writer, symbols, count, PairCodes(pairTable.data()), single);
-    else
-        done = EncodeGroups<CoreSymbols>(writer, symbols, count, PairCodes(pairTable.data()), single);
+    size_t done = encoder->run(writer, symbols, count, {encodeTable.data(), pairTable.data()});
     for (; done < count; ++done) {
-        writer.Append(single.One(symbols + done));
+        const CodeEntry& entry = encodeTable[symbols[done]];
+        writer.Append({entry.code, entry.length});
         writer.Store();
     }
     writer.Save(stream);
@@ -229,11 +166,14 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildTables(const uint32_
     for (const CodeRecord& record : records)
         encodeTable[record.symbol] = {static_cast<Code>(record.code), static_cast<uint16_t>(record.length)};
     // Readers have no use for the pair table, which takes longer to fill than everything else together.
-    pairRange.reset();
+    encoder = &kSinglesEncoder;
     if (encoderOnly && fast) {
-        pairTable.resize(kPairRows);
+        // Rows outside the core stay marked as unfilled from frame to frame.
+        if (pairTable.empty() || (range == PairRange::Core && wholePairTable))
+            pairTable.assign(kPairRows, {0, kUnfilledLength});
+        wholePairTable = range == PairRange::All;
         FillPairTable(encodeTable.data(), pairTable.data(), range);
-        pairRange = range;
+        encoder = &kAnyPairsEncoder;
     }
     if (!encoderOnly) {
         wideTable.resize(size_t{1} << tableBits);
@@ -255,7 +195,11 @@ bool HuffCoderT<Symbol, Code, bits, limit, tableBits>::BuildFromFrequencies(size
         return false;
     codeLengths.resize(symbolCount);
     ComputeCodeLengths(count, frequencies, limit, codeLengths.data(), lengthWork);
-    return BuildTables(codeLengths.data(), encoderOnly, SuitingRange(frequencies));
+    if (!BuildTables(codeLengths.data(), encoderOnly, SuitingRange(frequencies)))
+        return false;
+    if (encoder->usesPairs)
+        encoder = &SuitingEncoder(frequencies, codeLengths);
+    return true;
 }
 
 template class HuffCoderT<unsigned char, unsigned short, 8, 12, 12>;

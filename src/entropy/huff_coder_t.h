@@ -5,9 +5,9 @@
 #include "entropy/code_limits.h"
 #include "entropy/decode_table.h"
 #include "entropy/encode_table.h"
+#include "entropy/group_encoders.h"
 #include "entropy/huff_coder.h"
 
-#include <optional>
 #include <type_traits>
 #include <vector>
 
@@ -55,8 +55,10 @@ class HuffCoderT : public HuffCoder
     bool BuildTables(const uint32_t* lengths, bool encoderOnly, PairRange range);
 
     const bool fast;
-    std::optional<PairRange> pairRange; ///< rows of the pair table that belong to the current code
-    bool wideTableReady = false;        ///< the wide table belongs to it
+    const GroupEncoderForm* encoder =
+        &kSinglesEncoder;        ///< with pairs: the pair table belongs to the current code
+    bool wholePairTable = false; ///< all its rows have been filled
+    bool wideTableReady = false; ///< the wide table belongs to the current code
     std::vector<uint32_t> codeLengths;
     std::vector<CodeEntry> encodeTable;
     std::vector<PairEntry> pairTable;

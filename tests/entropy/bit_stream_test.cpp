@@ -77,9 +77,9 @@ TEST(BitStream, EightBitsEndOnTheBoundary)
 TEST(BitWriter, TwoRunsGiveTheirBitsWhateverIsPending)
 {
     std::mt19937_64 random(TestSeed());
-    for (uint64_t pending = 0; pending < 8; ++pending)
-        for (uint64_t first = 4; first <= 48; ++first)
-            for (uint64_t second = 4; second <= 48; ++second) {
+    for (uint32_t pending = 0; pending < 8; ++pending)
+        for (uint32_t first = 4; first <= 48; ++first)
+            for (uint32_t second = 4; second <= 48; ++second) {
                 const uint64_t firstBits = random() >> (64 - first);
                 const uint64_t secondBits = random() >> (64 - second);
                 const auto lead = static_cast<uint8_t>(random() & ((1U << pending) - 1));

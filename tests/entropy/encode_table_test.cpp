@@ -60,14 +60,3 @@ TEST(PairTable, EveryFormGivesTheRowsOfTheScalarForm)
         }
     }
 }
-
-TEST(PairTable, EightSymbolsAreOfTheCoreIfEachIs)
-{
-    for (int place = 0; place < 64; place += 8)
-        for (int symbol = 0; symbol < 256; ++symbol)
-            for (const uint64_t others : {uint64_t{0}, ~uint64_t{0}}) {
-                const uint64_t word = (others & ~(uint64_t{255} << place)) | static_cast<uint64_t>(symbol)
-                                                                                 << place;
-                ASSERT_EQ(AreCoreSymbols(word), symbol <= 63 || symbol >= 192) << symbol << " at " << place;
-            }
-}

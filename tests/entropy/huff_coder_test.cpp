@@ -221,6 +221,23 @@ TEST(HuffCoder, SymbolsOutsideTheCoreAreWrittenWithEveryPairTable)
     }
 }
 
+// From frame to frame the whole pair table is filled, or its core alone.
+TEST(HuffCoder, NoPairOfAnEarlierCodeIsLeft)
+{
+    std::mt19937 random(TestSeed());
+    HuffCoder8 coder;
+    for (int round = 0; round < 40; ++round) {
+        Counts counts = RandomCounts(random);
+        if (random() % 2 != 0) // few outside the core
+            for (size_t symbol = 64; symbol < 192; ++symbol)
+                counts[symbol] = 0;
+        ASSERT_TRUE(coder.BuildFromFrequencies(256, counts.data(), true));
+        const Bytes symbols = RandomSymbols(random, Counts{}, 1000);
+        ASSERT_TRUE(SameBytes(EncodeAll(coder, symbols), BitByBitCoder(LengthsOf(coder)).Encode(symbols)))
+            << "round " << round;
+    }
+}
+
 TEST(HuffCoder, LengthsThatAreNoCodeLeaveTheTablesAlone)
 {
     std::mt19937 random(TestSeed());
