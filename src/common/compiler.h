@@ -103,6 +103,14 @@ inline uint64_t RotateRight(uint64_t value, uint64_t count)
 #endif
 }
 
+/// Asks for the cache line of a byte that is read or written soon. The byte belongs to an object.
+inline void Prefetch([[maybe_unused]] const uint8_t* byte)
+{
+#ifdef ORVANE_GNU
+    __builtin_prefetch(byte);
+#endif
+}
+
 /// Tells the processor that a loop waits for another thread.
 inline void PauseProcessor()
 {

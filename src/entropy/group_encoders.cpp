@@ -59,15 +59,21 @@ class PairCodes
     const uint32_t* lengths;
 };
 
+/// How far ahead symbols are fetched, in bytes: the first-level cache has lost most of them since they were
+/// written, and the last-level cache some.
+constexpr size_t kAhead = 2048;
+
 /// Encodes whole groups. A function of its own, with a writer of its own: the loop wants all registers.
+/// ahead  bytes from a group to what is fetched meanwhile
 template <int pairs>
-ORVANE_NOINLINE void EncodeWhole(BitWriter& callers, const uint8_t* symbols, const uint8_t* end,
-                                 const EncodeTables& tables)
+ORVANE_NOINLINE void EncodeFetching(BitWriter& callers, const uint8_t* symbols, const uint8_t* end,
+                                    size_t ahead, const EncodeTables& tables)
 {
     constexpr int kGroup = 2 * pairs;
     const PairCodes codes(tables.pairs);
     BitWriter writer = callers;
     for (const uint8_t* at = symbols; at != end; at += kGroup) {
+        Prefetch(at + ahead);
         const BitRun run = codes.Join<pairs>(at);
         if (writer.Fits(run)) [[likely]] {
             writer.Append(run);
@@ -101,7 +107,10 @@ size_t EncodePairs(BitWriter& writer, const uint8_t* symbols, size_t count, cons
 {
     constexpr size_t kGroup = 2 * pairs;
     const size_t grouped = count - count % kGroup;
-    EncodeWhole<pairs>(writer, symbols, symbols + grouped, tables);
+    // The last groups have nothing ahead of them that is known to be there.
+    const size_t fetching = grouped > kAhead ? (grouped - kAhead) / kGroup * kGroup : 0;
+    EncodeFetching<pairs>(writer, symbols, symbols + fetching, kAhead, tables);
+    EncodeFetching<pairs>(writer, symbols + fetching, symbols + grouped, 0, tables);
     return grouped;
 }
 
