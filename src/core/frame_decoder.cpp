@@ -39,15 +39,70 @@ bool HasGaps(const RunPlan& plan, const FramePlanes<uint8_t>& planes)
     return false;
 }
 
-void DecodePlane(const CodedFrame& frame, size_t plane, BandRange range, const PlaneWindow& window,
-                 uint8_t* symbols, const Workers& workers, size_t thread)
+/// What the threads share while they turn a frame into a picture.
+struct FrameWork {
+    const CodedFrame& frame;
+    const FramePlanes<uint8_t>& planes;
+    const Workers& workers;
+};
+
+/// One of these threads, with the addresses of its scratch memory.
+struct WorkThread {
+    size_t number;
+    uint8_t* planes;
+    uint8_t* symbols;
+};
+
+void DecodePlane(const FrameWork& work, size_t plane, BandRange range, const PlaneWindow& window,
+                 const WorkThread& thread)
 {
     {
-        const StageScope timing(workers.Timer(Stage::Decode, thread));
-        DecodeBlocks(frame, plane, range, window, symbols);
+        const StageScope timing(work.workers.Timer(Stage::Decode, thread.number));
+        DecodeBlocks(work.frame, plane, range, window, thread.symbols);
     }
-    const StageScope timing(workers.Timer(Stage::Unpredict, thread));
-    UnpredictBlocks(frame, plane, range, window);
+    const StageScope timing(work.workers.Timer(Stage::Unpredict, thread.number));
+    UnpredictBlocks(work.frame, plane, range, window);
+}
+
+void DecodeBands(const FrameWork& work, BandRange range, const WorkThread& thread)
+{
+    const RunPlan& plan = work.frame.plan;
+    const PlaneWindows windows =
+        CodedWindows(plan, work.planes.imageShapes, work.planes.coded, range, thread.planes);
+    for (size_t plane = 0; plane < plan.planeCount; ++plane)
+        DecodePlane(work, plane, range, windows[plane], thread);
+}
+
+void ConvertBands(const FrameWork& work, int pass, BandRange range, const WorkThread& thread)
+{
+    const StageScope timing(work.workers.Timer(Stage::Convert, thread.number));
+    for (size_t band = range.first; band < range.end; ++band)
+        ConvertBlock(work.frame.plan, ReadOnly(work.planes.coded), work.planes.image, pass, band);
+}
+
+void JoinBands(const FrameWork& work, BandRange range, const WorkThread& thread)
+{
+    const RunPlan& plan = work.frame.plan;
+    const StageScope timing(work.workers.Timer(Stage::Join, thread.number));
+    const ConstPlaneWindows windows =
+        ImageWindows(plan, work.planes.imageShapes, ReadOnly(work.planes.image), range, thread.planes);
+    for (size_t band = range.first; band < range.end; ++band)
+        TransformBlock(plan, work.planes.picture, band, windows);
+}
+
+void RunStep(const PassStep& entry, const FrameWork& work, BandRange range, const WorkThread& thread)
+{
+    switch (entry.kind) {
+    case PassStep::Decode:
+        DecodeBands(work, range, thread);
+        break;
+    case PassStep::ConvertPass:
+        ConvertBands(work, entry.arg, range, thread);
+        break;
+    default:
+        assert(entry.kind == PassStep::JoinPicture);
+        JoinBands(work, range, thread);
+    }
 }
 
 } // namespace
@@ -154,62 +209,41 @@ void FrameDecoder::DecodePlanes(const CodedFrame& frame, const PlaneArray& pictu
     if (plan.separateRuns || !plan.wholeRows)
         arenas.Prepare(plan);
     const FramePlanes<uint8_t> planes = PlacePlanes(plan, picture, arenas);
-    const bool gaps = HasGaps(plan, planes);
-    const auto prepareScratch = [&](size_t bands) {
-        scratch.resize(workers.ThreadCount());
-        for (Scratch& own : scratch) {
-            own.planes.Reserve(plan.ScratchBytes(bands));
-            own.symbols.Reserve(gaps ? plan.symbolsPerBlock * bands : 0);
-        }
+    const FrameWork work{frame, planes, workers};
+
+    // Where nothing is to be joined, planes need not keep together: work items can be as large as is best for
+    // decoding and still finish evenly, the small ones of the chroma planes last.
+    const bool hostPlanesOnly = plan.steps.size() == 1 && plan.image[0].storage == Storage::Picture;
+    const BandItems items = hostPlanesOnly ? LargeItems(plan.bandCount, workers.ThreadCount())
+                                           : EvenItems(plan.bandCount, workers.ThreadCount());
+    ReserveScratch(workers.ThreadCount(), plan.ScratchBytes(items.Largest()),
+                   HasGaps(plan, planes) ? plan.symbolsPerBlock * items.Largest() : 0);
+    const auto threadOf = [&](size_t number) {
+        return WorkThread{number, scratch[number].planes.Base(), scratch[number].symbols.Base()};
     };
 
-    const bool hostPlanesOnly = plan.steps.size() == 1 && plan.image[0].storage == Storage::Picture;
     if (hostPlanesOnly) {
-        // Nothing is to be joined, so planes need not keep together: work items can be as large as is best
-        // for decoding and still finish evenly, the small ones of the chroma planes last.
-        const BandItems items = LargeItems(plan.bandCount, workers.ThreadCount());
-        prepareScratch(items.Largest());
         workers.Run(items.count * plan.planeCount, [&](size_t item, size_t thread) {
             const size_t plane = item / items.count;
-            DecodePlane(frame, plane, items.Of(item % items.count), {planes.coded[plane]},
-                        scratch[thread].symbols.Base(), workers, thread);
+            DecodePlane(work, plane, items.Of(item % items.count), {planes.coded[plane]}, threadOf(thread));
         });
         return;
     }
-
-    const BandItems items = EvenItems(plan.bandCount, workers.ThreadCount());
-    prepareScratch(items.Largest());
     ForEachRun(plan.steps, [&](std::span<const PassStep> steps) {
         workers.Run(items.count, [&](size_t item, size_t thread) {
-            const BandRange range = items.Of(item);
-            uint8_t* const own = scratch[thread].planes.Base();
             for (const PassStep& entry : steps)
-                switch (entry.kind) {
-                case PassStep::Decode: {
-                    const PlaneWindows windows =
-                        CodedWindows(plan, planes.imageShapes, planes.coded, range, own);
-                    for (size_t plane = 0; plane < plan.planeCount; ++plane)
-                        DecodePlane(frame, plane, range, windows[plane], scratch[thread].symbols.Base(),
-                                    workers, thread);
-                    break;
-                }
-                case PassStep::ConvertPass: {
-                    const StageScope timing(workers.Timer(Stage::Convert, thread));
-                    for (size_t band = range.first; band < range.end; ++band)
-                        ConvertBlock(plan, ReadOnly(planes.coded), planes.image, entry.arg, band);
-                    break;
-                }
-                default: {
-                    assert(entry.kind == PassStep::JoinPicture);
-                    const StageScope timing(workers.Timer(Stage::Join, thread));
-                    const ConstPlaneWindows windows =
-                        ImageWindows(plan, planes.imageShapes, ReadOnly(planes.image), range, own);
-                    for (size_t band = range.first; band < range.end; ++band)
-                        TransformBlock(plan, planes.picture, band, windows);
-                }
-                }
+                RunStep(entry, work, items.Of(item), threadOf(thread));
         });
     });
+}
+
+void FrameDecoder::ReserveScratch(size_t threads, size_t planeBytes, size_t symbolBytes)
+{
+    scratch.resize(threads);
+    for (Scratch& own : scratch) {
+        own.planes.Reserve(planeBytes);
+        own.symbols.Reserve(symbolBytes);
+    }
 }
 
 } // namespace core

@@ -41,6 +41,7 @@ class FrameDecoder
     void ResizeCoders(size_t count);
     bool ReadCoders(FrameBytes frame, uint64_t tableOffset, size_t planeCount, const Workers& workers);
     void DecodePlanes(const CodedFrame& frame, const PlaneArray& picture, const Workers& workers);
+    void ReserveScratch(size_t threads, size_t planeBytes, size_t symbolBytes);
 
     /// Memory of one thread, free again when its work item is done.
     struct Scratch {

@@ -1,6 +1,7 @@
 #include "core/frame_planes.h"
 
 #include <cassert>
+#include <type_traits>
 
 namespace core {
 
@@ -76,7 +77,7 @@ BasicPlaneWindows<Sample> WholePlanes(const BasicPlaneArray<Sample>& planes)
 template <class Sample>
 BasicPlaneWindows<Sample> WindowsOfImage(const RunPlan& plan, const PlaneShapes& imageShapes,
                                          const BasicPlaneArray<Sample>& image, BandRange range,
-                                         uint8_t* scratch)
+                                         std::type_identity_t<Sample>* scratch)
 {
     BasicPlaneWindows<Sample> windows = WholePlanes(image);
     if (plan.image[0].storage != Storage::Scratch)
@@ -104,7 +105,7 @@ BasicPlaneWindows<Sample> WindowsOfImage(const RunPlan& plan, const PlaneShapes&
 template <class Sample>
 BasicPlaneWindows<Sample> WindowsOfFrame(const RunPlan& plan, const PlaneShapes& imageShapes,
                                          const BasicPlaneArray<Sample>& coded, BandRange range,
-                                         uint8_t* scratch)
+                                         std::type_identity_t<Sample>* scratch)
 {
     return plan.route.converter ? WholePlanes(coded)
                                 : WindowsOfImage(plan, imageShapes, coded, range, scratch);

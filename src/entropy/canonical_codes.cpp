@@ -29,8 +29,8 @@ bool BuildCanonicalCodes(size_t count, const uint32_t* lengths, int limit, CodeR
 
     // `last` is the highest value in use among codes of the current length and prefixes of longer ones.
     // It starts one below 0, so that the longest codes start at 0.
-    uint32_t place[kMaxLimit + 1];    // of the next record of a length
-    uint32_t nextCode[kMaxLimit + 1]; // its code
+    uint32_t place[kMaxLimit + 1] = {};    // of the next record of a length
+    uint32_t nextCode[kMaxLimit + 1] = {}; // its code
     uint32_t placed = 0;
     uint32_t last = ~uint32_t{0};
     for (uint32_t length = maxLength; length >= 1; --length) {

@@ -62,7 +62,7 @@ void ImgProcConverter8_444_to_422::Convert(const ConstPlaneArray& source, const 
                                            int height, int first, int rows, int, bool interpolate) const
 {
     const Band band(first, rows, height);
-    const ChromaFilter filter = interpolate ? kChromaFilters.halveColumns : kChromaFilters.dropColumns;
+    FilterKernel* const filter = interpolate ? kChromaFilters.halveColumns : kChromaFilters.dropColumns;
     for (const size_t p : kChromaPlanes)
         for (int y = band.first; y < band.last; ++y)
             filter({RowAt(source[p], y)}, RowAt(target[p], y), width / 2);
