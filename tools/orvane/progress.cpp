@@ -2,6 +2,8 @@
 
 #include "counted.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <ostream>
 #include <string>
@@ -57,7 +59,7 @@ void Progress::Show()
     std::string line = Counted(frames, "frame") + text;
     if (frameCount && *frameCount > 0) {
         const double part = static_cast<double>(frames) / static_cast<double>(*frameCount);
-        const auto left = static_cast<int>(seconds / part - seconds + 0.5);
+        const auto left = static_cast<int>(std::lround(std::max(seconds / part - seconds, 0.0)));
         char time[32];
         std::snprintf(time, sizeof time, " %d:%02d left", left / 60, left % 60);
         line = Bar(part < 1 ? part : 1) + text + time;

@@ -85,10 +85,10 @@ Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
 }
 
 /// Why the driver refuses this picture: its size, a conversion that does not exist, or a stored setting.
-[[noreturn]] void ExplainRefusal(const PrivateSettings& settings, const CompressedFormat& format,
-                                 const VideoInfo& info, const std::string& input)
+[[noreturn]] void ExplainRefusal(const CompressedFormat& format, const VideoInfo& info,
+                                 const std::string& input)
 {
-    const bool interlaced = settings.Read(format.fourcc, "Interlaced") != 0;
+    const bool interlaced = ReadSetting(format.fourcc, "Interlaced") != 0;
     const int across = std::max(format.horizontal, info.layout->horizontal);
     const int down = std::max(format.vertical, info.layout->vertical) * (interlaced ? 2 : 1);
     if (info.width < 4 || info.height < 4 || info.width % across != 0 || info.height % down != 0) {
@@ -103,7 +103,7 @@ Rational ChooseRate(const EncodeOptions& options, const VideoInfo& info)
             input, multiples + " at least 4" + (interlaced ? "; --no-interlaced halves the second" : ""));
     }
     const std::string setting = FourCCText(format.fourcc) + ".InputColorSpace";
-    if (settings.Read(format.fourcc, "InputColorSpace") != 0xFFFFFFFF)
+    if (ReadSetting(format.fourcc, "InputColorSpace") != 0xFFFFFFFF)
         throw ToolError(
             std::string("the codec does not take ") + info.layout->name + " for " + format.text, input,
             "the stored setting " + setting + " may exclude it; see orvane config get " + setting);
@@ -162,7 +162,7 @@ class Encoding
         settings.SetForEncoding(format->fourcc, CompleteOptions(options, info));
         settings.SetForDecoding(options.codec.threads);
         if (!CanCompress(context.driver, *format, *info.layout, info.width, info.height))
-            ExplainRefusal(settings, *format, info, options.input);
+            ExplainRefusal(*format, info, options.input);
         coder =
             std::make_unique<FrameCompressor>(context.driver, *format, *info.layout, info.width, info.height);
         if (const PixelLayout& layout = NativeLayout(format->code); &layout != info.layout) {

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <iomanip>
 #include <memory>
@@ -133,8 +134,7 @@ std::string DurationText(double seconds)
     if (seconds < 60)
         std::snprintf(text, sizeof text, "%.2f s", seconds);
     else if (seconds < 3600)
-        std::snprintf(text, sizeof text, "%d:%04.1f", static_cast<int>(whole / 60),
-                      seconds - static_cast<double>(whole / 60 * 60));
+        std::snprintf(text, sizeof text, "%d:%04.1f", static_cast<int>(whole / 60), std::fmod(seconds, 60));
     else
         std::snprintf(text, sizeof text, "%llu:%02d:%02d", static_cast<unsigned long long>(whole / 3600),
                       static_cast<int>(whole / 60 % 60), static_cast<int>(whole % 60));

@@ -29,7 +29,7 @@ std::vector<std::string> CheckFrames(VideoStream& stream, ToolContext& context)
     std::vector<std::string> losses;
     FrameCheck check(stream, context.driver);
     if (check.ChecksumsUnreadable())
-        losses.push_back("the checksums are damaged or belong to another video");
+        losses.emplace_back("the checksums are damaged or belong to another video");
     for (size_t number = 0; number < stream.FrameCount(); ++number) {
         ThrowIfInterrupted();
         check.Add(number);

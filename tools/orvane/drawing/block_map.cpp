@@ -3,6 +3,7 @@
 #include "common/predict_methods.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -27,7 +28,9 @@ Color HeatOf(double bits)
     const double at = std::clamp(bits / 2, 0.0, 3.999);
     const auto stop = static_cast<size_t>(at);
     const double part = at - static_cast<double>(stop);
-    const auto mix = [&](uint8_t a, uint8_t b) { return static_cast<uint8_t>(a + (b - a) * part + 0.5); };
+    const auto mix = [&](uint8_t a, uint8_t b) {
+        return static_cast<uint8_t>(std::lround(a + (b - a) * part));
+    };
     const Color &a = kStops[stop], &b = kStops[stop + 1];
     return {mix(a.red, b.red), mix(a.green, b.green), mix(a.blue, b.blue)};
 }

@@ -21,7 +21,7 @@ constexpr int CheckerAt(int x, int y)
     return ((x >> 3) + (y >> 3)) % 2 == 0 ? 255 : 215;
 }
 
-/// The mean colour of the source pixels that a pixel of the scaled picture covers, at least one.
+/// The source rows or columns that a row or column of the scaled picture covers, at least one.
 struct Span {
     int first, end;
 };
@@ -32,6 +32,26 @@ Span SourceSpan(int at, int outputSize, int inputSize)
     };
     const int first = std::min(scaled(at), inputSize - 1);
     return {first, std::max(first + 1, scaled(at + 1))};
+}
+
+/// The mean of pixels: blue, green and red, then alpha, 255 where the picture has none.
+std::array<int, 4> MeanPixel(const StillImage& image, Span rows, Span columns)
+{
+    const auto samples = static_cast<size_t>(image.info.layout->bitCount / 8);
+    const auto width = static_cast<size_t>(image.info.width);
+    std::array<uint64_t, 4> sum{};
+    for (auto row = static_cast<size_t>(rows.first); row < static_cast<size_t>(rows.end); ++row)
+        for (auto column = static_cast<size_t>(columns.first); column < static_cast<size_t>(columns.end);
+             ++column)
+            for (size_t i = 0; i < samples; ++i)
+                sum[i] += image.pixels[(row * width + column) * samples + i];
+
+    const auto count =
+        static_cast<uint64_t>(rows.end - rows.first) * static_cast<uint64_t>(columns.end - columns.first);
+    std::array<int, 4> mean{0, 0, 0, 255};
+    for (size_t i = 0; i < std::max(samples, size_t{3}); ++i)
+        mean[i] = static_cast<int>(sum[samples == 1 ? 0 : i] / count);
+    return mean;
 }
 
 } // namespace
@@ -125,28 +145,14 @@ int Canvas::TextWidth(const std::string& text, int scale)
 void Canvas::Image(const Rect& area, const StillImage& image)
 {
     const Rect in = Inside(area);
-    const auto samples = static_cast<size_t>(image.info.layout->bitCount / 8);
     for (int y = in.y; y < in.Bottom(); ++y) {
         const Span rows = SourceSpan(y - area.y, area.height, image.info.height);
         for (int x = in.x; x < in.Right(); ++x) {
             const Span columns = SourceSpan(x - area.x, area.width, image.info.width);
-            std::array<uint64_t, 4> sum{};
-            for (int row = rows.first; row < rows.end; ++row)
-                for (int column = columns.first; column < columns.end; ++column) {
-                    const size_t at = (static_cast<size_t>(row) * static_cast<size_t>(image.info.width) +
-                                       static_cast<size_t>(column)) *
-                                      samples;
-                    for (size_t i = 0; i < samples; ++i)
-                        sum[i] += image.pixels[at + i];
-                }
-            const auto count = static_cast<uint64_t>(rows.end - rows.first) *
-                               static_cast<uint64_t>(columns.end - columns.first);
-            for (size_t i = 0; i < 3; ++i) {
-                const auto value = static_cast<int>(sum[samples == 1 ? 0 : i] / count);
-                const int alpha = samples == 4 ? static_cast<int>(sum[3] / count) : 255;
-                At(x, y)[i] = static_cast<uint8_t>(
-                    (value * alpha + CheckerAt(x - area.x, y - area.y) * (255 - alpha)) / 255);
-            }
+            const std::array<int, 4> mean = MeanPixel(image, rows, columns);
+            const int ground = CheckerAt(x - area.x, y - area.y) * (255 - mean[3]);
+            for (size_t i = 0; i < 3; ++i)
+                At(x, y)[i] = static_cast<uint8_t>((mean[i] * mean[3] + ground) / 255);
         }
     }
 }

@@ -59,6 +59,42 @@ std::string Line(double x1, double y1, double x2, double y2, const std::string& 
            Number(y2) + "\" " + style + "/>\n";
 }
 
+/// The data of a path of horizontal and vertical lines.
+class PathData
+{
+  public:
+    void MoveTo(double x, double y)
+    {
+        Add('M', x);
+        Add(' ', y);
+    }
+    void HorizontalTo(double x) { Add('H', x); }
+    void VerticalTo(double y) { Add('V', y); }
+    void AddBox(double x1, double y1, double x2, double y2)
+    {
+        MoveTo(x1, y1);
+        VerticalTo(y2);
+        HorizontalTo(x2);
+        VerticalTo(y1);
+        text += 'Z';
+    }
+    const std::string& Text() const { return text; }
+
+  private:
+    void Add(char command, double value)
+    {
+        text += command;
+        text += Number(value);
+    }
+
+    std::string text;
+};
+
+std::string Path(const PathData& data, const std::string& style)
+{
+    return data.Text().empty() ? "" : "<path d=\"" + data.Text() + "\" " + style + "/>\n";
+}
+
 /// A distance between ticks of 1, 2 or 5 times a power of ten, for at most `count` of them up to `end`.
 double TickStep(double end, int count)
 {
@@ -109,6 +145,36 @@ struct Panel {
     std::string meanText;
 };
 
+/// The panel's columns: their means as a line, the area below it, and how far frames of a column differ.
+std::string DrawColumns(const Panel& panel, const std::function<double(double)>& yOf)
+{
+    const double width = (kRight - kLeft) / static_cast<double>(panel.columns.size());
+    PathData area, line, ranges;
+    bool hasLeft = false; // whether the line goes on from the column on the left
+    for (size_t i = 0; i < panel.columns.size(); ++i) {
+        if (!panel.columns[i]) {
+            hasLeft = false;
+            continue;
+        }
+        const Column& column = *panel.columns[i];
+        const double from = kLeft + static_cast<double>(i) * width;
+        const double to = kLeft + static_cast<double>(i + 1) * width;
+        const double y = yOf(column.mean);
+        area.AddBox(from, panel.bottom, to, y);
+        if (hasLeft)
+            line.VerticalTo(y);
+        else
+            line.MoveTo(from, y);
+        line.HorizontalTo(to);
+        if (column.most > column.least)
+            ranges.AddBox(from, yOf(column.least), to, yOf(column.most));
+        hasLeft = true;
+    }
+    return Path(area, "fill=\"" + panel.tint + "\"") +
+           Path(ranges, "fill=\"" + panel.color + "\" fill-opacity=\"0.6\"") +
+           Path(line, "fill=\"none\" stroke=\"" + panel.color + "\" stroke-width=\"2\"");
+}
+
 std::string DrawPanel(const Panel& panel)
 {
     double most = std::max(panel.mean, 1e-6); // an axis even where there is nothing
@@ -116,36 +182,17 @@ std::string DrawPanel(const Panel& panel)
         if (column)
             most = std::max(most, column->most);
     const double step = TickStep(most, 5);
-    const double end = std::ceil(most * 1.02 / step) * step;
+    const auto steps = static_cast<int>(std::ceil(most * 1.02 / step));
+    const double end = steps * step;
     const auto yOf = [&](double value) { return panel.bottom - value / end * (panel.bottom - panel.top); };
 
     std::string svg = TextAt(kLeft, panel.top - 12, "class=\"head\"", panel.title);
-    for (double value = 0; value <= end + step / 2; value += step) {
-        svg += Line(kLeft, yOf(value), kRight, yOf(value), "class=\"grid\"");
-        svg += TextAt(kLeft - 8, yOf(value) + 5, "class=\"tick\" text-anchor=\"end\"", Number(value));
+    for (int i = 0; i <= steps; ++i) {
+        const double y = yOf(i * step);
+        svg += Line(kLeft, y, kRight, y, "class=\"grid\"");
+        svg += TextAt(kLeft - 8, y + 5, "class=\"tick\" text-anchor=\"end\"", Number(i * step));
     }
-    const double width = (kRight - kLeft) / static_cast<double>(panel.columns.size());
-    std::string area, line, range;
-    for (size_t i = 0; i < panel.columns.size(); ++i) {
-        if (!panel.columns[i]) {
-            line += ' ';
-            continue;
-        }
-        const Column& column = *panel.columns[i];
-        const std::string from = Number(kLeft + static_cast<double>(i) * width);
-        const std::string to = Number(kLeft + static_cast<double>(i + 1) * width);
-        const std::string y = Number(yOf(column.mean));
-        area +=
-            "M" + from + " " + Number(panel.bottom) + "V" + y + "H" + to + "V" + Number(panel.bottom) + "Z";
-        line += (line.empty() || line.back() == ' ' ? "M" + from + " " + y : "V" + y) + "H" + to;
-        if (column.most > column.least)
-            range += "M" + from + " " + Number(yOf(column.least)) + "V" + Number(yOf(column.most)) + "H" +
-                     to + "V" + Number(yOf(column.least)) + "Z";
-    }
-    svg += "<path d=\"" + area + "\" fill=\"" + panel.tint + "\"/>\n";
-    if (!range.empty())
-        svg += "<path d=\"" + range + "\" fill=\"" + panel.color + "\" fill-opacity=\"0.6\"/>\n";
-    svg += "<path d=\"" + line + "\" fill=\"none\" stroke=\"" + panel.color + "\" stroke-width=\"2\"/>\n";
+    svg += DrawColumns(panel, yOf);
     svg += Line(kLeft, yOf(panel.mean), kRight, yOf(panel.mean), "class=\"mean\"");
     svg += TextAt(kRight, panel.top - 12, "class=\"meantext\" text-anchor=\"end\"", panel.meanText);
     svg += Line(kLeft, panel.bottom, kRight, panel.bottom, "class=\"axis\"");
@@ -156,7 +203,9 @@ std::string DrawPanel(const Panel& panel)
 std::string DrawTicks(double y, double end, double step, const std::string& title)
 {
     std::string svg;
-    for (double value = 0; value <= end * 1.0001; value += step) {
+    const auto steps = static_cast<int>(end * 1.0001 / step);
+    for (int i = 0; i <= steps; ++i) {
+        const double value = i * step;
         const double x = kLeft + value / end * (kRight - kLeft);
         svg += Line(x, y, x, y + 6, "class=\"axis\"");
         svg += TextAt(x, y + 22, "class=\"tick\" text-anchor=\"middle\"", Number(value));
@@ -191,7 +240,7 @@ Unit UnitFor(double bytes)
 std::string DrawSizePlot(const SizePlotSubject& subject)
 {
     const size_t frames = subject.sizes.size();
-    const double raw = static_cast<double>(subject.rawBytes);
+    const auto raw = static_cast<double>(subject.rawBytes);
     double total = 0;
     for (const uint32_t size : subject.sizes)
         total += size;

@@ -237,16 +237,16 @@ void AviContent::TakeOther(const AviChunk& chunk)
 void AviContent::CheckHeaders()
 {
     if (!main.present)
-        file.headFaults.push_back("the main header is lost");
+        file.headFaults.emplace_back("the main header is lost");
     file.rateIsKnown = ours.rate || main.micros > 0;
     if (ours.rate)
         file.rate = *ours.rate;
     else if (main.micros > 0)
         file.rate = RateOfMicros(main.micros);
     if (!file.rateIsKnown)
-        file.headFaults.push_back("the frame rate is lost");
+        file.headFaults.emplace_back("the frame rate is lost");
     else if (!ours.rate)
-        file.headFaults.push_back("the stream header has no frame rate");
+        file.headFaults.emplace_back("the stream header has no frame rate");
 
     if (ours.rate && main.micros > 0 && Contradicts(main.micros, *ours.rate))
         file.headFaults.push_back("the main header gives another frame rate: " +

@@ -127,7 +127,8 @@ void AviRepair::NoteState()
     if (const std::string fault = file.IndexFault(); !fault.empty())
         changes.push_back(fault);
     if (file.reordered)
-        changes.push_back("the index plays the frames in another order than they were stored in: it decides");
+        changes.emplace_back(
+            "the index plays the frames in another order than they were stored in: it decides");
     if (file.brokenPlaces > 0)
         changes.push_back("the chain of chunks was broken in " + Counted(file.brokenPlaces, "place"));
     if (file.cut)
@@ -135,7 +136,7 @@ void AviRepair::NoteState()
     for (const AviGap& gap : file.gaps)
         losses.push_back(file.TextOf(gap));
     if (file.mayLackFrames)
-        losses.push_back("bytes that are no chunk, and nothing says how many frames there were");
+        losses.emplace_back("bytes that are no chunk, and nothing says how many frames there were");
 }
 
 /// Frames in playing order; each chunk of another stream stays before the frame that it stood before. Returns

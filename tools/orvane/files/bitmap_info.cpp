@@ -78,14 +78,14 @@ std::optional<FrameHeader> ChooseRecord(const ByteSource& source, const AviFile&
     if (!common)
         return stored;
     if (!stored) {
-        changes.push_back("there was no configuration record: taken from the frames");
+        changes.emplace_back("there was no configuration record: taken from the frames");
         return common->header;
     }
     const bool isProven = common->frames > 1 || (HasSizeOf(file.bitmapInfo, common->header) &&
                                                  !HasSizeOf(file.bitmapInfo, *stored));
     if (!HeaderFault(common->header, *stored) || !isProven)
         return stored;
-    changes.push_back("the configuration record did not fit the frames: taken from them");
+    changes.emplace_back("the configuration record did not fit the frames: taken from them");
     return common->header;
 }
 

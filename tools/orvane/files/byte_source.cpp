@@ -59,11 +59,11 @@ size_t FileSource::Read(uint64_t offset, std::span<uint8_t> into) const
 
 std::filesystem::path PathOf(const std::string& utf8)
 {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+    return {std::u8string(utf8.begin(), utf8.end())};
 }
 
 std::string TextOf(const std::filesystem::path& path)
 {
     const std::u8string text = path.u8string();
-    return std::string(text.begin(), text.end());
+    return {text.begin(), text.end()};
 }

@@ -150,7 +150,7 @@ std::string PayloadCheck::PrepareCoders(std::span<const uint8_t> frame, const Fr
             "numbers of coders are out of range: each block has the coder of its plane");
     else
         return "numbers of coders are out of range";
-    if (const std::string fault = ReadTables(frame.subspan(at + 1 + count), coderCount, used); !fault.empty())
+    if (std::string fault = ReadTables(frame.subspan(at + 1 + count), coderCount, used); !fault.empty())
         return fault;
     if (!std::ranges::all_of(coders, &CodeWalk::IsComplete))
         findings.remarks.emplace_back("code lengths leave code space unused");

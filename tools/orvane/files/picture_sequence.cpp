@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -134,9 +135,9 @@ bool StillReader::Next(std::span<uint8_t> picture)
     return true;
 }
 
-StillWriter::StillWriter(const std::filesystem::path& name_, StillKind kind_, const VideoInfo& info_,
+StillWriter::StillWriter(const std::filesystem::path& name_, StillKind kind_, VideoInfo info_,
                          FrameNumbers frames, const OutputRules& rules_)
-    : name(name_), pattern(NumberPattern::Parse(name_)), kind(kind_), info(info_),
+    : name(name_), pattern(NumberPattern::Parse(name_)), kind(kind_), info(std::move(info_)),
       limit(std::max(1U, std::thread::hardware_concurrency()))
 {
     CheckStillLayout(kind, *info.layout, TextOf(name));

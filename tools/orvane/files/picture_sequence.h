@@ -66,7 +66,7 @@ class StillWriter final : public FrameSink
     /// frames  more than one needs a number pattern (UsageError); no name of theirs may be taken
     /// Pictures are encoded and written by threads, one for each processor, so that errors of one may come
     /// with a later one or with Finish.
-    StillWriter(const std::filesystem::path& name, StillKind kind, const VideoInfo& info, FrameNumbers frames,
+    StillWriter(const std::filesystem::path& name, StillKind kind, VideoInfo info, FrameNumbers frames,
                 const OutputRules& rules);
 
     void Write(std::span<const uint8_t> picture, uint64_t number) override;

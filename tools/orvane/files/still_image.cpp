@@ -92,7 +92,7 @@ struct StillFile::PnmHeader {
 };
 
 StillFile::StillFile(std::unique_ptr<ByteSource> source_, std::string name_)
-    : source(std::move(source_)), name(std::move(name_)), kind(StillKind::Pnm)
+    : source(std::move(source_)), name(std::move(name_))
 {
     const std::vector<uint8_t> first = source->ReadBytes(0, sizeof png::kSignature);
     if (std::ranges::equal(first, png::kSignature))

@@ -47,7 +47,7 @@ class StillFile
 
     std::unique_ptr<ByteSource> source;
     std::string name;
-    StillKind kind;
+    StillKind kind = StillKind::Pnm;
     uint64_t position = 0; ///< of the next picture
 };
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -137,14 +138,14 @@ void Y4mReader::CheckFrameLine(const std::string& line)
     if (!line.starts_with("FRAME") || (line.size() > kWord && line[kWord] != ' '))
         throw ToolError("a picture of the Y4M stream has no FRAME line",
                         name + " frame " + std::to_string(frames), "the stream is damaged");
-    if (line.find_first_not_of(' ', kWord) != line.npos)
+    if (line.find_first_not_of(' ', kWord) != std::string::npos)
         Warn({"frames of the Y4M stream have parameters of their own",
               name + " frame " + std::to_string(frames), "they are left out"});
 }
 
-Y4mWriter::Y4mWriter(std::unique_ptr<OutputFile> file_, std::ostream* stream_, const VideoInfo& info_,
+Y4mWriter::Y4mWriter(std::unique_ptr<OutputFile> file_, std::ostream* stream_, VideoInfo info_,
                      const std::string& name)
-    : file(std::move(file_)), stream(stream_), info(info_)
+    : file(std::move(file_)), stream(stream_), info(std::move(info_))
 {
     const std::string line = MakeY4mHeader(info, name);
     kind = *Y4mKindOf(*info.layout);

@@ -43,7 +43,7 @@ class Y4mWriter final : public FrameSink
 {
   public:
     /// Writes the first line. Exactly one of `file` and `stream` is used; `stream` outlives the writer.
-    Y4mWriter(std::unique_ptr<OutputFile> file, std::ostream* stream, const VideoInfo& info,
+    Y4mWriter(std::unique_ptr<OutputFile> file, std::ostream* stream, VideoInfo info,
               const std::string& name);
 
     void Write(std::span<const uint8_t> picture, uint64_t number) override;

@@ -14,7 +14,7 @@ constexpr char kDriverTrouble[] = "this should not happen; please report it with
 /// out even.
 size_t PitchOf(const PixelLayout& layout, int width)
 {
-    const size_t rowBytes = static_cast<size_t>(PackedRowBytes(layout, width));
+    const auto rowBytes = static_cast<size_t>(PackedRowBytes(layout, width));
     return layout.arrangement == Arrangement::Packed ? alignUp<size_t>(rowBytes, 4) : rowBytes;
 }
 
@@ -45,10 +45,10 @@ AlignedBuffer::AlignedBuffer(size_t size_)
 }
 
 HostPicture::HostPicture(const PixelLayout& layout_, int width, int height)
-    : layout(&layout_), rows(1), rowBytes(static_cast<size_t>(PictureBytes(layout_, width, height))),
-      pitch(rowBytes), buffer(PitchOf(layout_, width) == PackedRowBytes(layout_, width)
-                                  ? rowBytes
-                                  : PitchOf(layout_, width) * static_cast<size_t>(height)),
+    : layout(&layout_), rowBytes(static_cast<size_t>(PictureBytes(layout_, width, height))), pitch(rowBytes),
+      buffer(PitchOf(layout_, width) == PackedRowBytes(layout_, width)
+                 ? rowBytes
+                 : PitchOf(layout_, width) * static_cast<size_t>(height)),
       header(MakeHeader(layout_, width, height, buffer.Size()))
 {
     if (buffer.Size() == rowBytes)

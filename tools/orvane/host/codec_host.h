@@ -54,7 +54,7 @@ class HostPicture
 
   private:
     const PixelLayout* layout;
-    size_t rows; ///< of rowBytes; one when there is no padding
+    size_t rows = 1; ///< of rowBytes; one when there is no padding
     size_t rowBytes;
     size_t pitch;
     AlignedBuffer buffer;

@@ -141,7 +141,7 @@ void PrivateSettings::SetForDecoding(std::optional<uint32_t> threads)
     Write(settings::kGlobalKey, values);
 }
 
-uint32_t PrivateSettings::Read(uint32_t fourcc, const std::string& name) const
+uint32_t ReadSetting(uint32_t fourcc, const std::string& name)
 {
     const std::vector<settings::CatalogEntry> settings = settings::ListSettings();
     const settings::CatalogEntry* const setting =

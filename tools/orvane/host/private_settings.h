@@ -36,9 +36,6 @@ class PrivateSettings
     /// Allows every conversion that the codec has.
     void SetForDecoding(std::optional<uint32_t> threads);
 
-    /// A setting of a format as an instance would read it now.
-    uint32_t Read(uint32_t fourcc, const std::string& name) const;
-
   private:
     void Write(const std::string& path, const std::vector<platform::SettingsValue>& values) const;
     void GiveBack() const noexcept;
@@ -46,3 +43,6 @@ class PrivateSettings
     std::optional<platform::Path> usersStore; ///< as the environment had it
     platform::Path folder;
 };
+
+/// A setting of a format as an instance would read it now.
+uint32_t ReadSetting(uint32_t fourcc, const std::string& name);
