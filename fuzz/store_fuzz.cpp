@@ -53,7 +53,7 @@ struct OpenKey {
 
 std::unique_ptr<platform::SettingsKey> Open(const fs::path& file, const char* path, SettingsAccess access)
 {
-    return platform::OpenSettingsFile(file, path, access);
+    return platform::OpenSettingsFile(file)->Open(path, access);
 }
 
 void Close(OpenKey& open, const fs::path& file)

@@ -22,12 +22,18 @@ struct Edit {
     }
 };
 
+/// Where a settings file is, and what it held when it was opened.
+struct OpenedFile {
+    Path path;
+    MissingFolders folders;
+    std::shared_ptr<const RegistryText> text;
+};
+
 class SettingsFileKey final : public SettingsKey
 {
   public:
-    SettingsFileKey(Path file_, std::string_view path, SettingsAccess access_, MissingFolders folders_)
-        : file(std::move(file_)), key("HKEY_CURRENT_USER\\" + std::string(path)), access(access_),
-          folders(folders_), text(RegistryText::FromBytes(ReadSharedFile(file).bytes))
+    SettingsFileKey(OpenedFile file_, std::string_view path, SettingsAccess access_)
+        : file(std::move(file_)), key("HKEY_CURRENT_USER\\" + std::string(path)), access(access_)
     {}
 
     ~SettingsFileKey() override
@@ -39,55 +45,75 @@ class SettingsFileKey final : public SettingsKey
         }
     }
 
-    std::optional<uint32_t> Read(std::string_view name) const override { return text.Read(key, name); }
-    std::vector<SettingsValue> List() const override { return text.List(key); }
+    std::optional<uint32_t> Read(std::string_view name) const override { return Text().Read(key, name); }
+    std::vector<SettingsValue> List() const override { return Text().List(key); }
     void Write(std::string_view name, uint32_t value) override { Add({std::string(name), value}); }
     void Delete(std::string_view name) override { Add({std::string(name), std::nullopt}); }
 
   private:
+    /// As read, with the edits so far.
+    const RegistryText& Text() const { return edited ? *edited : *file.text; }
+
     void Add(Edit edit)
     {
         if (access == SettingsAccess::ReadOnly)
             return;
-        edit.ApplyTo(text, key);
+        if (!edited)
+            edited = *file.text;
+        edit.ApplyTo(*edited, key);
         edits.push_back(std::move(edit));
     }
 
     void Commit() const
     {
-        if (edits.empty() || file.empty())
+        if (edits.empty() || file.path.empty())
             return;
-        if (folders == MissingFolders::AreMade) {
-            MakeFolder(file.parent_path().parent_path());
-            MakeFolder(file.parent_path());
+        if (file.folders == MissingFolders::AreMade) {
+            MakeFolder(file.path.parent_path().parent_path());
+            MakeFolder(file.path.parent_path());
         }
-        const SharedFileLock lock(file);
+        const SharedFileLock lock(file.path);
         if (!lock.IsHeld())
             return;
-        const SharedFile current = ReadSharedFile(file);
+        const SharedFile current = ReadSharedFile(file.path);
         if (current.state == SharedFile::State::Unreadable)
             return;
-        RegistryText edited = RegistryText::FromBytes(current.bytes);
+        RegistryText text = RegistryText::FromBytes(current.bytes);
         for (const Edit& edit : edits)
-            edit.ApplyTo(edited, key);
-        if (const std::string bytes = edited.ToBytes(); bytes != current.bytes)
-            ReplaceSharedFile(file, bytes);
+            edit.ApplyTo(text, key);
+        if (const std::string bytes = text.ToBytes(); bytes != current.bytes)
+            ReplaceSharedFile(file.path, bytes);
     }
 
-    const Path file;
+    const OpenedFile file;
     const std::string key;
     const SettingsAccess access;
-    const MissingFolders folders;
-    RegistryText text; // as read, with the edits so far
+    std::optional<RegistryText> edited;
     std::vector<Edit> edits;
+};
+
+class SettingsFile final : public SettingsStore
+{
+  public:
+    SettingsFile(const Path& path, MissingFolders folders)
+        : file{path, folders,
+               std::make_shared<const RegistryText>(RegistryText::FromBytes(ReadSharedFile(path).bytes))}
+    {}
+
+    std::unique_ptr<SettingsKey> Open(std::string_view path, SettingsAccess access) const override
+    {
+        return std::make_unique<SettingsFileKey>(file, path, access);
+    }
+
+  private:
+    const OpenedFile file;
 };
 
 } // namespace
 
-std::unique_ptr<SettingsKey> OpenSettingsFile(const Path& file, std::string_view path, SettingsAccess access,
-                                              MissingFolders folders)
+std::unique_ptr<SettingsStore> OpenSettingsFile(const Path& file, MissingFolders folders)
 {
-    return std::make_unique<SettingsFileKey>(file, path, access, folders);
+    return std::make_unique<SettingsFile>(file, folders);
 }
 
 } // namespace platform

@@ -6,11 +6,16 @@
 
 namespace platform {
 
-std::unique_ptr<SettingsKey> OpenSettingsKey(std::string_view path, SettingsAccess access)
+std::unique_ptr<SettingsStore> OpenSettingsStore()
 {
     if (const std::optional<Path> file = PathFromEnvironment("ORVANE_STORE"))
-        return OpenSettingsFile(*file, path, access);
-    return OpenSystemSettingsKey(path, access);
+        return OpenSettingsFile(*file);
+    return OpenSystemSettings();
+}
+
+std::unique_ptr<SettingsKey> OpenSettingsKey(std::string_view path, SettingsAccess access)
+{
+    return OpenSettingsStore()->Open(path, access);
 }
 
 } // namespace platform

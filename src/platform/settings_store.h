@@ -36,12 +36,26 @@ enum class SettingsAccess {
     ReadWrite, ///< makes the key where it is missing (in a settings file: with the first value written)
 };
 
-/// Opens the key `path` below HKEY_CURRENT_USER, such as "Software\\Orvane\\O8Y2". Never null.
-///
-/// The store is the registry on Windows and the settings file elsewhere. Where the environment variable
-/// ORVANE_STORE names a file, that file takes its place on every system. With a settings file, values are
-/// read when the key is opened, and edits reach the file together when the key is closed; several processes
-/// may do so at once.
+/// The store of this user: the registry on Windows and the settings file elsewhere. Where the environment
+/// variable ORVANE_STORE names a file, that file takes its place on every system.
+class SettingsStore
+{
+  public:
+    virtual ~SettingsStore() = default;
+
+    /// Opens the key `path` below HKEY_CURRENT_USER, such as "Software\\Orvane\\O8Y2". Never null. The key
+    /// may outlive the store.
+    ///
+    /// With a settings file, values are those of the moment at which the store was opened; edits reach the
+    /// file together when the key is closed, and several processes may do so at once.
+    virtual std::unique_ptr<SettingsKey> Open(std::string_view path, SettingsAccess access) const = 0;
+};
+
+/// Never null. A settings file is read now, once for all keys. For one key or for many that belong together;
+/// what is stored later, a store that is opened later has.
+std::unique_ptr<SettingsStore> OpenSettingsStore();
+
+/// One key, as it is now.
 std::unique_ptr<SettingsKey> OpenSettingsKey(std::string_view path, SettingsAccess access);
 
 } // namespace platform

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// OpenSettingsKey in the store that this system has for settings.
-std::unique_ptr<SettingsKey> OpenSystemSettingsKey(std::string_view path, SettingsAccess access);
+/// The store that this system has for settings. Never null.
+std::unique_ptr<SettingsStore> OpenSystemSettings();
 
 } // namespace platform

@@ -35,12 +35,12 @@ void SetBytes(const std::filesystem::path& file, std::string_view bytes)
 
 auto OpenToEdit(const std::filesystem::path& file, const char* key = kGlobal)
 {
-    return OpenSettingsFile(file, key, SettingsAccess::ReadWrite);
+    return OpenSettingsFile(file)->Open(key, SettingsAccess::ReadWrite);
 }
 
 auto OpenToRead(const std::filesystem::path& file, const char* key = kGlobal)
 {
-    return OpenSettingsFile(file, key, SettingsAccess::ReadOnly);
+    return OpenSettingsFile(file)->Open(key, SettingsAccess::ReadOnly);
 }
 
 constexpr int kWriters = 8;
@@ -142,6 +142,20 @@ TEST(SettingsFile, EditsOfTwoOpenKeysBothStay)
     EXPECT_EQ(OpenToRead(file, kVariant)->Read("A"), 2U);
 }
 
+TEST(SettingsFile, KeysHaveTheValuesOfTheMomentAtWhichTheFileWasOpened)
+{
+    const TestFolder folder;
+    const auto file = folder.Path() / "settings.reg";
+    OpenToEdit(file)->Write("A", 1);
+    const auto store = OpenSettingsFile(file);
+    OpenToEdit(file)->Write("A", 2);
+    const auto key = store->Open(kGlobal, SettingsAccess::ReadWrite);
+    EXPECT_EQ(key->Read("A"), 1U);
+    key->Write("B", 3);
+    EXPECT_EQ(key->Read("B"), 3U);
+    EXPECT_EQ(store->Open(kGlobal, SettingsAccess::ReadOnly)->Read("B"), std::nullopt);
+}
+
 TEST(SettingsFile, ItsNameMayBeOfAnyLanguage)
 {
     const TestFolder folder;
@@ -207,9 +221,10 @@ TEST(SettingsFile, FoldersAreMadeWhereThatIsAskedFor)
     const TestFolder folder;
     const auto file = folder.Path() / "config" / "orvane" / "settings.reg";
     constexpr auto kMade = platform::MissingFolders::AreMade;
-    EXPECT_EQ(OpenSettingsFile(file, kGlobal, SettingsAccess::ReadWrite, kMade)->Read("A"), std::nullopt);
+    EXPECT_EQ(OpenSettingsFile(file, kMade)->Open(kGlobal, SettingsAccess::ReadWrite)->Read("A"),
+              std::nullopt);
     EXPECT_FALSE(std::filesystem::exists(folder.Path() / "config"));
-    OpenSettingsFile(file, kGlobal, SettingsAccess::ReadWrite, kMade)->Write("A", 1);
+    OpenSettingsFile(file, kMade)->Open(kGlobal, SettingsAccess::ReadWrite)->Write("A", 1);
     EXPECT_EQ(OpenToRead(file)->Read("A"), 1U);
 }
 

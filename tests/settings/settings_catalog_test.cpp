@@ -63,9 +63,27 @@ TEST(SettingsCatalog, EveryAllowedValueComesBackAndAResetBringsTheDefault)
             EXPECT_EQ(stored.has_value(), entry.rule.Allows(value)) << entry.key << ' ' << value;
             EXPECT_EQ(LoadSetting(entry), stored.value_or(before)) << entry.key << ' ' << value;
         }
-        EXPECT_TRUE(ResetSetting(entry));
+        EXPECT_EQ(ResetSettings({&entry, 1}), nullptr);
         EXPECT_EQ(LoadSetting(entry), entry.defaultValue) << entry.key;
     }
+}
+
+TEST(SettingsCatalog, AllAreLoadedAndResetTogether)
+{
+    const TestStore store;
+    const std::vector<CatalogEntry> settings = ListSettings();
+    std::vector<uint32_t> expected, defaults;
+    for (const CatalogEntry& entry : settings) {
+        const uint32_t other = entry.rule.Allows(1) ? 1 : 2;
+        expected.push_back(StoreSetting(entry, other).value_or(entry.defaultValue));
+        defaults.push_back(entry.defaultValue);
+    }
+    EXPECT_NE(expected, defaults);
+    EXPECT_EQ(LoadSettings(settings), expected);
+    EXPECT_EQ(ResetSettings(settings), nullptr);
+    EXPECT_EQ(LoadSettings(settings), defaults);
+    EXPECT_TRUE(TestStore::List("Software\\Orvane").empty());
+    EXPECT_TRUE(TestStore::List("Software\\Orvane\\O8Y2").empty());
 }
 
 TEST(SettingsCatalog, StoresWhereTheDriverReads)

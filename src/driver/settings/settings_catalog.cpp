@@ -57,12 +57,42 @@ uint32_t Clamped(EncodeField field, uint32_t value)
     return encode.*field;
 }
 
-std::unique_ptr<platform::SettingsKey> OpenKeyOf(const CatalogEntry& setting)
+std::string KeyPathOf(const CatalogEntry& setting)
 {
-    return platform::OpenSettingsKey(IsGeneric(setting.variant) ? kGlobalKey
-                                                                : VariantKeyPath(setting.variant),
-                                     platform::SettingsAccess::ReadWrite);
+    return IsGeneric(setting.variant) ? kGlobalKey : VariantKeyPath(setting.variant);
 }
+
+/// Gives values of the settings out of records that are read when they are first asked for.
+class LoadedRecords
+{
+  public:
+    uint32_t Value(const CatalogEntry& setting)
+    {
+        if (const DecodeField* field = std::get_if<DecodeField>(&setting.field))
+            return Global().**field;
+        if (const EncodeField* field = std::get_if<EncodeField>(&setting.field))
+            return VariantOf(setting).Encode.**field;
+        return LoadAdobeLog(*store).value_or(setting.defaultValue);
+    }
+
+  private:
+    const DecodeSettings& Global()
+    {
+        if (!global)
+            LoadGlobalSettings(global.emplace(), *store);
+        return *global;
+    }
+    const CodecVariant& VariantOf(const CatalogEntry& setting)
+    {
+        if (!latest || latest->FourCC != setting.variant.FourCC)
+            LoadVariantSettings(latest.emplace(setting.variant), *store);
+        return *latest;
+    }
+
+    const std::unique_ptr<platform::SettingsStore> store = platform::OpenSettingsStore();
+    std::optional<DecodeSettings> global;
+    std::optional<CodecVariant> latest; // settings of one variant follow on each other
+};
 
 } // namespace
 
@@ -85,19 +115,18 @@ const CatalogEntry* FindSetting(const std::vector<CatalogEntry>& settings, std::
     return found == settings.end() ? nullptr : &*found;
 }
 
+std::vector<uint32_t> LoadSettings(std::span<const CatalogEntry> settings)
+{
+    LoadedRecords records;
+    std::vector<uint32_t> values;
+    for (const CatalogEntry& setting : settings)
+        values.push_back(records.Value(setting));
+    return values;
+}
+
 uint32_t LoadSetting(const CatalogEntry& setting)
 {
-    if (const DecodeField* field = std::get_if<DecodeField>(&setting.field)) {
-        DecodeSettings decode;
-        LoadGlobalSettings(decode);
-        return decode.**field;
-    }
-    if (const EncodeField* field = std::get_if<EncodeField>(&setting.field)) {
-        CodecVariant variant = setting.variant;
-        LoadVariantSettings(variant);
-        return variant.Encode.**field;
-    }
-    return LoadAdobeLog().value_or(setting.defaultValue);
+    return LoadSettings({&setting, 1}).front();
 }
 
 std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value)
@@ -106,14 +135,28 @@ std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value
         return std::nullopt;
     if (const EncodeField* field = std::get_if<EncodeField>(&setting.field))
         value = Clamped(*field, value);
-    OpenKeyOf(setting)->Write(setting.name, value);
+    platform::OpenSettingsKey(KeyPathOf(setting), platform::SettingsAccess::ReadWrite)
+        ->Write(setting.name, value);
     return value;
 }
 
-bool ResetSetting(const CatalogEntry& setting)
+const CatalogEntry* ResetSettings(std::span<const CatalogEntry> settings)
 {
-    OpenKeyOf(setting)->Delete(setting.name);
-    return !OpenKeyOf(setting)->Read(setting.name);
+    const auto openKey = [](const CatalogEntry& setting, const auto& store) {
+        return store->Open(KeyPathOf(setting), platform::SettingsAccess::ReadWrite);
+    };
+    const auto before = platform::OpenSettingsStore();
+    for (size_t i = 0; i < settings.size();) {
+        const auto key = openKey(settings[i], before);
+        for (const uint32_t variant = settings[i].variant.FourCC;
+             i < settings.size() && settings[i].variant.FourCC == variant; ++i)
+            key->Delete(settings[i].name);
+    }
+    const auto after = platform::OpenSettingsStore();
+    const auto kept = std::ranges::find_if(settings, [&](const CatalogEntry& setting) {
+        return openKey(setting, after)->Read(setting.name).has_value();
+    });
+    return kept == settings.end() ? nullptr : &*kept;
 }
 
 } // namespace settings

@@ -6,6 +6,7 @@
 #include "driver/settings/settings_table.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -33,14 +34,18 @@ std::vector<CatalogEntry> ListSettings();
 /// The setting of that key, null when there is none. The case of letters does not matter.
 const CatalogEntry* FindSetting(const std::vector<CatalogEntry>& settings, std::string_view key);
 
-/// The value as an instance of the driver would take it: stored, of the earlier layout, or default; clamped.
+/// The values as an instance of the driver would take them: stored, of the earlier layout, or default;
+/// clamped. The store is read once.
+std::vector<uint32_t> LoadSettings(std::span<const CatalogEntry> settings);
+/// The same for one.
 uint32_t LoadSetting(const CatalogEntry& setting);
 
 /// Stores a value that the setting's rule allows, with the same changes that a dialog makes: Left becomes
 /// Dynamic. Gives what was stored, nothing when the rule does not allow the value.
 std::optional<uint32_t> StoreSetting(const CatalogEntry& setting, uint32_t value);
 
-/// Removes the stored value. False when the store still has it.
-bool ResetSetting(const CatalogEntry& setting);
+/// Removes the stored values, in one edit for each key of the store. Gives the first one that the store still
+/// has, null when there is none.
+const CatalogEntry* ResetSettings(std::span<const CatalogEntry> settings);
 
 } // namespace settings

@@ -11,14 +11,14 @@ namespace {
 
 using KeyHandle = std::unique_ptr<platform::SettingsKey>;
 
-KeyHandle OpenGlobalKey(platform::SettingsAccess access = platform::SettingsAccess::ReadWrite)
+KeyHandle OpenGlobalKey(const platform::SettingsStore& store)
 {
-    return platform::OpenSettingsKey(kGlobalKey, access);
+    return store.Open(kGlobalKey, platform::SettingsAccess::ReadWrite);
 }
 
-KeyHandle OpenVariantKey(const CodecVariant& variant)
+KeyHandle OpenVariantKey(const CodecVariant& variant, const platform::SettingsStore& store)
 {
-    return platform::OpenSettingsKey(VariantKeyPath(variant), platform::SettingsAccess::ReadWrite);
+    return store.Open(VariantKeyPath(variant), platform::SettingsAccess::ReadWrite);
 }
 
 template <class Record, size_t count>
@@ -58,12 +58,17 @@ std::string VariantKeyPath(const CodecVariant& variant)
 
 void LoadGlobalSettings(DecodeSettings& decode)
 {
-    ReadRows(*OpenGlobalKey(), kGlobalSettings, decode);
+    LoadGlobalSettings(decode, *platform::OpenSettingsStore());
+}
+
+void LoadGlobalSettings(DecodeSettings& decode, const platform::SettingsStore& store)
+{
+    ReadRows(*OpenGlobalKey(store), kGlobalSettings, decode);
 }
 
 void SaveGlobalSettings(const DecodeSettings& decode)
 {
-    const KeyHandle key = OpenGlobalKey();
+    const KeyHandle key = OpenGlobalKey(*platform::OpenSettingsStore());
     WriteRows(*key, kGlobalSettings, decode);
     for (const char* name : kRetiredGlobalNames)
         key->Delete(name);
@@ -71,16 +76,21 @@ void SaveGlobalSettings(const DecodeSettings& decode)
 
 void LoadVariantSettings(CodecVariant& variant)
 {
+    LoadVariantSettings(variant, *platform::OpenSettingsStore());
+}
+
+void LoadVariantSettings(CodecVariant& variant, const platform::SettingsStore& store)
+{
     EncodeSettings& encode = variant.Encode;
-    ReadOldRows(*OpenGlobalKey(), encode);
-    ReadRows(*OpenVariantKey(variant), kVariantSettings, encode);
+    ReadOldRows(*OpenGlobalKey(store), encode);
+    ReadRows(*OpenVariantKey(variant, store), kVariantSettings, encode);
     encode.CoderType = 2; // never stored: a state blob is the only way to another one
     ClampEncodeSettings(encode);
 }
 
 void SaveVariantSettings(const CodecVariant& variant)
 {
-    WriteRows(*OpenVariantKey(variant), kVariantSettings, variant.Encode);
+    WriteRows(*OpenVariantKey(variant, *platform::OpenSettingsStore()), kVariantSettings, variant.Encode);
 }
 
 void ClampEncodeSettings(EncodeSettings& encode)
@@ -97,12 +107,17 @@ void ClampEncodeSettings(EncodeSettings& encode)
 
 std::optional<uint32_t> LoadAdobeLog()
 {
-    return OpenGlobalKey(platform::SettingsAccess::ReadOnly)->Read(kAdobeLogName);
+    return LoadAdobeLog(*platform::OpenSettingsStore());
+}
+
+std::optional<uint32_t> LoadAdobeLog(const platform::SettingsStore& store)
+{
+    return store.Open(kGlobalKey, platform::SettingsAccess::ReadOnly)->Read(kAdobeLogName);
 }
 
 void SaveAdobeLog(bool enable)
 {
-    OpenGlobalKey()->Write(kAdobeLogName, enable ? 1 : 0);
+    OpenGlobalKey(*platform::OpenSettingsStore())->Write(kAdobeLogName, enable ? 1 : 0);
 }
 
 } // namespace settings

@@ -6,6 +6,7 @@
 
 #include "common/settings_records.h"
 #include "driver/settings/codec_variant.h"
+#include "platform/settings_store.h"
 
 #include <optional>
 
@@ -17,6 +18,7 @@ std::string VariantKeyPath(const CodecVariant& variant);
 /// Reads the global values over `decode`, which holds the defaults. A missing thread count becomes the
 /// processor count; any other missing value leaves its field.
 void LoadGlobalSettings(DecodeSettings& decode);
+void LoadGlobalSettings(DecodeSettings& decode, const platform::SettingsStore& store);
 
 /// Writes the global values and removes those of the earlier layout, in which compression settings were
 /// global.
@@ -26,6 +28,7 @@ void SaveGlobalSettings(const DecodeSettings& decode);
 /// values of the earlier layout, then the variant's own. A missing thread count becomes the processor count,
 /// the coder type is always 2, and method and matrix are clamped. Not for the generic variant.
 void LoadVariantSettings(CodecVariant& variant);
+void LoadVariantSettings(CodecVariant& variant, const platform::SettingsStore& store);
 
 /// Writes a variant's compression settings. Not for the generic variant.
 void SaveVariantSettings(const CodecVariant& variant);
@@ -38,6 +41,7 @@ void ClampEncodeSettings(EncodeSettings& encode);
 /// Whether the host plug-ins write logs. They read this value themselves; the codec only keeps it.
 /// Empty when nothing is stored; asking does not make the key.
 std::optional<uint32_t> LoadAdobeLog();
+std::optional<uint32_t> LoadAdobeLog(const platform::SettingsStore& store);
 void SaveAdobeLog(bool enable);
 
 } // namespace settings

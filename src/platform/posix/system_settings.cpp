@@ -20,11 +20,10 @@ std::optional<Path> ConfigurationFolder()
 
 } // namespace
 
-std::unique_ptr<SettingsKey> OpenSystemSettingsKey(std::string_view path, SettingsAccess access)
+std::unique_ptr<SettingsStore> OpenSystemSettings()
 {
     const std::optional<Path> folder = ConfigurationFolder();
-    return OpenSettingsFile(folder ? *folder / "orvane" / "settings.reg" : Path(), path, access,
-                            MissingFolders::AreMade);
+    return OpenSettingsFile(folder ? *folder / "orvane" / "settings.reg" : Path(), MissingFolders::AreMade);
 }
 
 } // namespace platform

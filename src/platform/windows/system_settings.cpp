@@ -68,11 +68,20 @@ class RegistryKey final : public SettingsKey
     HKEY key = nullptr;
 };
 
+class Registry final : public SettingsStore
+{
+  public:
+    std::unique_ptr<SettingsKey> Open(std::string_view path, SettingsAccess access) const override
+    {
+        return std::make_unique<RegistryKey>(std::string(path), access);
+    }
+};
+
 } // namespace
 
-std::unique_ptr<SettingsKey> OpenSystemSettingsKey(std::string_view path, SettingsAccess access)
+std::unique_ptr<SettingsStore> OpenSystemSettings()
 {
-    return std::make_unique<RegistryKey>(std::string(path), access);
+    return std::make_unique<Registry>();
 }
 
 } // namespace platform

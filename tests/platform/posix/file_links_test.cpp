@@ -44,12 +44,15 @@ class FileLinks : public ::testing::Test
 
     void Set(uint32_t value) const
     {
-        platform::OpenSettingsFile(settings, "Software\\Orvane", SettingsAccess::ReadWrite)
+        platform::OpenSettingsFile(settings)
+            ->Open("Software\\Orvane", SettingsAccess::ReadWrite)
             ->Write("A", value);
     }
     std::optional<uint32_t> Get() const
     {
-        return platform::OpenSettingsFile(settings, "Software\\Orvane", SettingsAccess::ReadOnly)->Read("A");
+        return platform::OpenSettingsFile(settings)
+            ->Open("Software\\Orvane", SettingsAccess::ReadOnly)
+            ->Read("A");
     }
 
     static constexpr char kPrecious[] = "precious";

@@ -95,9 +95,9 @@ TEST_F(SettingsPlace, ALinkStaysALink)
     const auto target = folder.Path() / "real.reg", link = folder.Path() / "link.reg";
     std::ofstream(target) << "[HKEY_CURRENT_USER\\Software\\Orvane]\n\"B\"=dword:00000002\n";
     std::filesystem::create_symlink(target, link);
-    platform::OpenSettingsFile(link, kPath, SettingsAccess::ReadWrite)->Write("A", 1);
+    platform::OpenSettingsFile(link)->Open(kPath, SettingsAccess::ReadWrite)->Write("A", 1);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
-    const auto key = platform::OpenSettingsFile(target, kPath, SettingsAccess::ReadOnly);
+    const auto key = platform::OpenSettingsFile(target)->Open(kPath, SettingsAccess::ReadOnly);
     EXPECT_EQ(key->Read("A"), 1U);
     EXPECT_EQ(key->Read("B"), 2U);
 }
@@ -106,9 +106,10 @@ TEST_F(SettingsPlace, APipeOrADeviceIsNoStoreAndHoldsNobodyUp)
 {
     const auto pipe = folder.Path() / "pipe.reg";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
-    platform::OpenSettingsFile(pipe, kPath, SettingsAccess::ReadWrite)->Write("A", 1);
-    EXPECT_EQ(platform::OpenSettingsFile(pipe, kPath, SettingsAccess::ReadOnly)->Read("A"), std::nullopt);
+    platform::OpenSettingsFile(pipe)->Open(kPath, SettingsAccess::ReadWrite)->Write("A", 1);
+    EXPECT_EQ(platform::OpenSettingsFile(pipe)->Open(kPath, SettingsAccess::ReadOnly)->Read("A"),
+              std::nullopt);
     EXPECT_TRUE(std::filesystem::is_fifo(pipe));
-    EXPECT_EQ(platform::OpenSettingsFile("/dev/zero", kPath, SettingsAccess::ReadOnly)->Read("A"),
+    EXPECT_EQ(platform::OpenSettingsFile("/dev/zero")->Open(kPath, SettingsAccess::ReadOnly)->Read("A"),
               std::nullopt);
 }

@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <memory>
 #include <ostream>
+#include <span>
 
 namespace {
 
@@ -65,9 +66,11 @@ uint32_t ParseValue(const std::string& text)
 
 ExitCode List(ToolContext& context)
 {
-    for (const settings::CatalogEntry& setting : settings::ListSettings())
-        context.out << std::left << std::setw(32) << setting.key << std::setw(12)
-                    << ValueText(setting, settings::LoadSetting(setting)) << setting.summary << '\n';
+    const auto settings = settings::ListSettings();
+    const std::vector<uint32_t> values = settings::LoadSettings(settings);
+    for (size_t i = 0; i < settings.size(); ++i)
+        context.out << std::left << std::setw(32) << settings[i].key << std::setw(12)
+                    << ValueText(settings[i], values[i]) << settings[i].summary << '\n';
     return ExitCode::Done;
 }
 
@@ -104,10 +107,10 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
 ExitCode Reset(const std::string& key)
 {
     const auto settings = settings::ListSettings();
-    const settings::CatalogEntry* const chosen = key.empty() ? nullptr : &Find(settings, key);
-    for (const settings::CatalogEntry& setting : settings)
-        if ((!chosen || chosen == &setting) && !settings::ResetSetting(setting))
-            FailToStore(setting);
+    const std::span<const settings::CatalogEntry> chosen =
+        key.empty() ? std::span(settings) : std::span(&Find(settings, key), 1);
+    if (const settings::CatalogEntry* const kept = settings::ResetSettings(chosen))
+        FailToStore(*kept);
     return ExitCode::Done;
 }
 

@@ -26,8 +26,9 @@ std::vector<StoredKey> ReadAllKeys()
     for (const settings::CodecVariant& variant : settings::BuildVariantTable())
         if (!settings::IsGeneric(variant))
             keys.push_back({settings::VariantKeyPath(variant), {}});
+    const auto store = platform::OpenSettingsStore();
     for (StoredKey& key : keys)
-        key.values = platform::OpenSettingsKey(key.path, platform::SettingsAccess::ReadOnly)->List();
+        key.values = store->Open(key.path, platform::SettingsAccess::ReadOnly)->List();
     return keys;
 }
 
