@@ -7,6 +7,9 @@ set(ORVANE_FUZZ_SECONDS 10 CACHE STRING "How long CTest searches with each fuzz 
 set(ORVANE_FUZZ_SEED 1 CACHE STRING "Seed of CTest's searches; 0 draws one each time")
 
 file(GLOB targets CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/*.cpp)
+# What an input may take, here and in scripts/fuzz.
+file(STRINGS ${CMAKE_SOURCE_DIR}/fuzz/limits.txt limits)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/limits.txt)
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/findings)
 foreach(source ${targets})
   cmake_path(GET source STEM name)
@@ -21,8 +24,7 @@ foreach(source ${targets})
   file(GLOB inputs CONFIGURE_DEPENDS ${corpus}/*)
   list(JOIN inputs "," inputs)
   file(WRITE ${CMAKE_BINARY_DIR}/corpora/${name} "${inputs}")
-  set(options -artifact_prefix=${CMAKE_BINARY_DIR}/findings/${name}- -rss_limit_mb=2048 -timeout=120
-    -report_slow_units=120)
+  set(options -artifact_prefix=${CMAKE_BINARY_DIR}/findings/${name}- ${limits})
   if(EXISTS ${CMAKE_SOURCE_DIR}/fuzz/${name}.dict)
     list(APPEND options -dict=${CMAKE_SOURCE_DIR}/fuzz/${name}.dict)
   endif()

@@ -9,6 +9,7 @@
 #include "files/video_stream.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "support/memory_sink.h"
 #include "support/y4m_fields.h"
 #include "tool_error.h"
@@ -135,22 +136,57 @@ void CheckRepaired(const AviFile& file, const ByteSource& source,
     Require(again.bytes == repaired, "a second repair changes nothing");
 }
 
-/// As the command does: a file is repaired only if its stream can be opened.
-void CheckRepair(const AviFile& file, std::span<const uint8_t> bytes)
+/// As the command does: a file is repaired only if its stream can be opened. What was written, else the
+/// error.
+Transcript CheckRepair(const AviFile& file, std::span<const uint8_t> bytes)
 {
     const MemorySource source(bytes);
     MemorySink sink;
+    Transcript given;
     try {
         AviRepair repair(source, "input.avi");
         const VideoStream stream(std::make_unique<MemorySource>(bytes), "input.avi");
         repair.Run(sink, [](uint32_t) { return true; });
+        given.Note(sink.bytes);
     } catch (const ToolError& error) {
         Require(ErrorLine(error).back() == '\n', "an error is a line");
-        return;
+        given.Note(ErrorLine(error));
+        return given;
     }
     // Without a byte in any frame the file's size bounds the picture, and a repaired file may be smaller.
     if (std::ranges::any_of(file.frames, [](const AviFrame& frame) { return frame.size > 0; }))
         CheckRepaired(file, source, sink.bytes);
+    return given;
+}
+
+Transcript Read(std::span<const uint8_t> input)
+{
+    static GuardedBuffer memory(kMaxFile);
+    Transcript given;
+    const std::span<uint8_t> bytes = memory.Place(input);
+    const MemorySource source(bytes);
+    try {
+        SealChecksums(ReadAvi(source, "input.avi"), bytes);
+        const AviFile file = ReadAvi(source, "input.avi");
+        CheckFile(file, input.size());
+        uint64_t frameBytes = 0;
+        for (const AviFrame& frame : file.frames) {
+            frameBytes += frame.size;
+            given.NoteAll(frame.offset, frame.size);
+        }
+        if (frameBytes > kMaxFrameBytes)
+            return given;
+        given.Note(CheckRepair(file, bytes));
+        VideoStream stream(std::make_unique<MemorySource>(bytes), "input.avi");
+        Require(stream.BitmapInfo().size() >= 72, "header and record");
+        CheckFrames(stream);
+        CheckChecksums(stream, bytes);
+        CheckY4mFields(stream.InfoFor(NativeLayout(stream.Format().code)));
+    } catch (const ToolError& error) {
+        Require(ErrorLine(error).back() == '\n', "an error is a line");
+        given.Note(ErrorLine(error));
+    }
+    return given;
 }
 
 } // namespace
@@ -159,26 +195,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size > kMaxFile)
         return 0;
-    static GuardedBuffer memory(kMaxFile);
-    const std::span<uint8_t> bytes = memory.Place(std::span(data, size));
-    const MemorySource source(bytes);
-    try {
-        SealChecksums(ReadAvi(source, "input.avi"), bytes);
-        const AviFile file = ReadAvi(source, "input.avi");
-        CheckFile(file, size);
-        uint64_t frameBytes = 0;
-        for (const AviFrame& frame : file.frames)
-            frameBytes += frame.size;
-        if (frameBytes > kMaxFrameBytes)
-            return 0;
-        CheckRepair(file, bytes);
-        VideoStream stream(std::make_unique<MemorySource>(bytes), "input.avi");
-        Require(stream.BitmapInfo().size() >= 72, "header and record");
-        CheckFrames(stream);
-        CheckChecksums(stream, bytes);
-        CheckY4mFields(stream.InfoFor(NativeLayout(stream.Format().code)));
-    } catch (const ToolError& error) {
-        Require(ErrorLine(error).back() == '\n', "an error is a line");
-    }
+    static History history;
+    history.ReadTwice({data, size}, Read);
     return 0;
 }

@@ -2,11 +2,12 @@
 // ends at a guard page, the picture lies against one.
 //
 // Held up: the result code is what the rules of the format say; a refused frame leaves the picture alone; the
-// next good frame decodes; the number of threads changes nothing.
+// next good frame decodes; neither the frames before it nor the number of threads change anything.
 
 #include "support/frame_rules.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "support/picture_maker.h"
 #include "support/stream_choice.h"
 
@@ -19,50 +20,57 @@ constexpr size_t kMaxFrame = 1 << 16;
 constexpr size_t kMaxPicture = 1 << 16;
 constexpr uint8_t kUntouched = 0xEE;
 
-/// A decompress run with picture memory of its own.
+/// What a frame gave.
+struct Outcome {
+    size_t blocks; ///< of the run
+    int status;
+    std::vector<uint8_t> picture;
+
+    bool IsPictureUntouched() const
+    {
+        return std::ranges::all_of(picture, [](uint8_t byte) { return byte == kUntouched; });
+    }
+    bool operator==(const Outcome&) const = default;
+};
+
+/// An instance that reads frames.
 class Reader
 {
   public:
-    explicit Reader(int threads, bool interpolate = true)
+    explicit Reader(int threads, bool interpolate)
     {
         PrepareCodec(codec, interpolate);
         codec.SetThreadCount(threads);
     }
 
-    void Begin(const StreamChoice& choice, std::span<const uint8_t> record)
+    /// A run of one frame.
+    Outcome Read(const StreamChoice& choice, std::span<const uint8_t> record, std::span<const uint8_t> frame)
     {
+        static GuardedBuffer frameMemory(kMaxFrame), pictureMemory(kMaxPicture);
         codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginDecompress(info, record.data(), record.size(), RouteOf(choice).output);
-        pictureBytes = PictureBytes(codec, RouteOf(choice).output, SizeOf(choice));
-        side = choice.Has(kChooseFrontGuard) ? Against::FrontGuard : Against::BackGuard;
-    }
-
-    int Decode(std::span<const uint8_t> frame)
-    {
-        const std::span<uint8_t> bytes = frameMemory.Place(frame);
-        picture = pictureMemory.Place(pictureBytes, kUntouched, side);
-        info.frame = bytes;
+        const size_t blocks = codec.Blocks().size();
+        const std::span<uint8_t> picture =
+            pictureMemory.Place(PictureBytes(codec, RouteOf(choice).output, SizeOf(choice)), kUntouched,
+                                choice.Has(kChooseFrontGuard) ? Against::FrontGuard : Against::BackGuard);
+        info.frame = frameMemory.Place(frame);
         codec.SetImage(info, picture.data());
         const auto status = static_cast<int>(codec.Decompress(info));
         Require(pictureMemory.IsIntact(), "nothing is written beside the picture");
-        return status;
+        return {blocks, status, {picture.begin(), picture.end()}};
     }
-
-    bool IsPictureUntouched() const
-    {
-        return std::all_of(picture.begin(), picture.end(), [](uint8_t byte) { return byte == kUntouched; });
-    }
-
-    Orvane codec{true, true};
-    std::span<uint8_t> picture; ///< of the last frame
 
   private:
+    Orvane codec{true, true};
     CompressInfo info;
-    GuardedBuffer frameMemory{kMaxFrame};
-    GuardedBuffer pictureMemory{kMaxPicture};
-    uint32_t pictureBytes = 0;
-    Against side = Against::BackGuard;
 };
+
+/// The reader for a choice that all inputs use.
+Reader& UsedReader(bool threaded, bool interpolate)
+{
+    static Reader readers[] = {Reader(1, false), Reader(1, true), Reader(3, false), Reader(3, true)};
+    return readers[2 * threaded + interpolate];
+}
 
 /// A frame of the writer, and what it decodes to.
 struct GoodFrame {
@@ -76,13 +84,12 @@ struct GoodFrame {
         const StreamSize size = SizeOf(choice);
         frame = EncodePicture(encoder, info, record, host,
                               MakePicture(Content::Smooth, PictureBytes(encoder, host, size), size.width, 1));
-        reader.Begin(choice, record);
-        Require(reader.Decode(frame) == 0, "a frame of the writer decodes");
-        picture.assign(reader.picture.begin(), reader.picture.end());
+        outcome = reader.Read(choice, record, frame);
+        Require(outcome.status == 0, "a frame of the writer decodes");
     }
 
     std::vector<uint8_t> frame;
-    std::vector<uint8_t> picture;
+    Outcome outcome;
 };
 
 void DecodeGoodFrame(Reader& reader, const StreamChoice& choice, std::span<const uint8_t> record)
@@ -92,10 +99,7 @@ void DecodeGoodFrame(Reader& reader, const StreamChoice& choice, std::span<const
     if (found == goodFrames.end())
         found = goodFrames.emplace(choice.Key(), GoodFrame(reader, choice, record)).first;
     const GoodFrame& good = found->second;
-    reader.Begin(choice, record);
-    Require(reader.Decode(good.frame) == 0, "the next good frame decodes");
-    Require(std::equal(reader.picture.begin(), reader.picture.end(), good.picture.begin()),
-            "the next good frame gives its picture");
+    Require(reader.Read(choice, record, good.frame) == good.outcome, "the next good frame gives its picture");
 }
 
 /// Chooses the inputs that are looked at more closely.
@@ -114,43 +118,36 @@ uint64_t PlanesOf(FormatId code)
     return code == kCodeRgba || code == kCodeYuva ? 4 : 3;
 }
 
-void CompareThreads(const StreamChoice& choice, std::span<const uint8_t> record,
-                    std::span<const uint8_t> frame)
-{
-    static Reader one(1), three(3);
-    one.Begin(choice, record);
-    three.Begin(choice, record);
-    Require(one.Decode(frame) == three.Decode(frame), "the result is the same with three threads");
-    Require(std::equal(one.picture.begin(), one.picture.end(), three.picture.begin()),
-            "the picture is the same with three threads");
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size > kMaxFrame)
         return 0;
+    static History history;
+    history.Enter({data, size});
     FuzzInput input(data, size);
     auto choice = input.Take<StreamChoice>();
     choice.route %= DecompressRoutes().size();
     choice.size %= std::size(kStreamSizes);
     const std::span<const uint8_t> frame = input.TakeAll();
+    const bool interpolate = choice.Has(kChooseInterpolate);
 
-    static Reader readers[] = {Reader(1, false), Reader(1, true)};
-    Reader& reader = readers[choice.Has(kChooseInterpolate) ? 1 : 0];
+    Reader& reader = UsedReader(false, interpolate);
     const std::vector<uint8_t> record = MakeRecord(choice);
-    reader.Begin(choice, record);
-    const size_t blocks = reader.codec.Blocks().size();
-    const int status = reader.Decode(frame);
-    Require(status == ExpectedFrameStatus(frame, {record, PlanesOf(RouteOf(choice).code), blocks}),
+    const Outcome outcome = reader.Read(choice, record, frame);
+    Require(outcome.status ==
+                ExpectedFrameStatus(frame, {record, PlanesOf(RouteOf(choice).code), outcome.blocks}),
             "the result code is what the rules say");
-    if (status != 0)
-        Require(reader.IsPictureUntouched(), "a refused frame leaves the picture alone");
+    if (outcome.status != 0)
+        Require(outcome.IsPictureUntouched(), "a refused frame leaves the picture alone");
+    history.Require(Reader(1, interpolate).Read(choice, record, frame) == outcome,
+                    "a fresh instance gives the same");
 
     const uint32_t hash = HashOf({data, size});
     if (hash % 8 == 0)
-        CompareThreads(choice, record, frame);
+        Require(UsedReader(true, interpolate).Read(choice, record, frame) == outcome,
+                "three threads give the same");
     if (hash % 64 == 1 && !choice.Has(kChooseOtherTables))
         DecodeGoodFrame(reader, choice, record);
     return 0;

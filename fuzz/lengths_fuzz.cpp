@@ -1,15 +1,18 @@
 // Any code lengths into BuildFromLengths, and any bytes as streams of the code.
 //
 // Held up: lengths are refused exactly when no code has them; the fast coder says what the plain one says, in
-// one call, in many and side by side with other blocks; what is encoded decodes.
+// one call, in many and side by side with other blocks; what is encoded decodes; a coder that has had other
+// codes does as a fresh one.
 
 #include "entropy/huff_coder_8.h"
 #include "entropy/length_table.h"
 #include "support/frame_rules.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 using namespace entropy;
@@ -131,6 +134,8 @@ std::vector<uint8_t> EncodeAll(const HuffCoder& coder, std::span<const uint8_t> 
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    static History history;
+    history.Enter({data, size});
     FuzzInput input(data, size);
     uint32_t lengths[kSymbols] = {};
     TakeLengths(input, lengths);
@@ -160,5 +165,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Require(DecodeWhole(fast, StreamMemory().Place(encoded), static_cast<uint32_t>(original.size())) ==
                 original,
             "what was encoded decodes");
+
+    const auto fresh = std::make_unique<HuffCoder8>();
+    history.Require(fresh->BuildFromLengths(kSymbols, lengths, false), "a fresh coder takes the lengths");
+    history.Require(EncodeAll(*fresh, original) == encoded, "a fresh coder writes the same bits");
+    history.Require(DecodeWhole(*fresh, StreamMemory().Place(original), count) == symbols,
+                    "a fresh coder reads the same symbols");
     return 0;
 }

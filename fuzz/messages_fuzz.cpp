@@ -2,16 +2,21 @@
 // with records, blobs and frames that may be hostile. The input chooses the message, the instance and the
 // buffers. Pointers are good, or null where the message has an answer to null; sizes are told truly; a host
 // that has opened a run offers frames and pictures the memory of that run.
+//
+// Every session is played twice: on instances that are opened for it, and on those that earlier sessions have
+// left, with the settings of a new one. Both give the same.
 
 #include "common/align_up.h"
 #include "support/driver_host.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "support/message_steps.h"
 #include "support/stream_choice.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
 #include <vector>
 
 using namespace driver;
@@ -30,6 +35,7 @@ enum class Run { None, Compress, Decompress };
 /// What a host knows of an instance that it has opened.
 struct HostInstance {
     LRESULT id = 0;
+    uint32_t fourCC = 0; ///< that it was opened for
     Run run = Run::None;
     BITMAPINFOHEADER picture{}; ///< of the run
     Bytes stream;               ///< of the run
@@ -61,10 +67,53 @@ Memory& SharedMemory()
     return memory;
 }
 
+/// Gives sessions their instances.
+class InstanceSource
+{
+  public:
+    virtual ~InstanceSource() = default;
+    virtual LRESULT Open(uint32_t fourCC, uint32_t type) { return OpenDriver(fourCC, type); }
+    virtual void Close(LRESULT id, uint32_t)
+    {
+        Require(SendMessageTo(id, DRV_CLOSE) == 1, "an instance closes");
+    }
+};
+
+/// Keeps what a session closes for the next one.
+class UsedInstances final : public InstanceSource
+{
+  public:
+    ~UsedInstances() override
+    {
+        for (const auto& [fourCC, instances] : closed)
+            for (const LRESULT id : instances)
+                InstanceSource::Close(id, fourCC);
+    }
+    LRESULT Open(uint32_t fourCC, uint32_t type) override
+    {
+        std::vector<LRESULT>& left = closed[fourCC];
+        if (type != ICTYPE_VIDEO || left.empty())
+            return OpenDriver(fourCC, type);
+        const LRESULT id = left.back();
+        left.pop_back();
+        return id;
+    }
+    void Close(LRESULT id, uint32_t fourCC) override
+    {
+        SendMessageTo(id, ICM_COMPRESS_END);
+        SendMessageTo(id, ICM_DECOMPRESS_END);
+        SendMessageTo(id, ICM_SETSTATE);
+        closed[fourCC].push_back(id);
+    }
+
+  private:
+    std::map<uint32_t, std::vector<LRESULT>> closed;
+};
+
 class Session
 {
   public:
-    explicit Session(FuzzInput steps) : input(steps)
+    Session(FuzzInput steps, InstanceSource& source_) : input(steps), source(source_)
     {
         for (Bytes& empty : streams)
             empty.assign(sizeof(BITMAPINFOHEADER), 0);
@@ -77,10 +126,12 @@ class Session
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    void Play()
+    /// What all steps gave.
+    Transcript Play()
     {
         for (size_t i = 0; i < kMaxSteps && !input.IsEmpty(); ++i)
             Take(input.Take<MessageStep>());
+        return given;
     }
 
   private:
@@ -89,11 +140,26 @@ class Session
     void Negotiate(const MessageStep& step);
     void Ask(const MessageStep& step);
 
-    static void Close(HostInstance& instance)
+    void Open(HostInstance& instance, uint32_t fourCC, uint32_t type)
+    {
+        Close(instance);
+        instance.fourCC = fourCC;
+        instance.id = source.Open(fourCC, type);
+        given.Note(instance.id != 0);
+    }
+    void Close(HostInstance& instance)
     {
         if (instance.id != 0)
-            Require(SendMessageTo(instance.id, DRV_CLOSE) == 1, "an instance closes");
+            source.Close(instance.id, instance.fourCC);
         instance = {};
+    }
+
+    template <class... Parameters>
+    LRESULT Send(const HostInstance& instance, uint32_t message, Parameters... parameters)
+    {
+        const LRESULT result = SendMessageTo(instance.id, message, parameters...);
+        given.NoteAll(message, result);
+        return result;
     }
 
     /// Puts the length where the host tells it.
@@ -114,6 +180,8 @@ class Session
     void Decompress(HostInstance& host, const MessageStep& step);
 
     FuzzInput input;
+    InstanceSource& source;
+    Transcript given;
     std::array<HostInstance, 4> instances; // the last one is never opened
     std::array<BITMAPINFOHEADER, 2> pictures{};
     std::array<Bytes, 2> streams;
@@ -149,10 +217,10 @@ void Session::TakeBuffers(const MessageStep& step)
     case StepKind::Open:
         if (host == &instances[3])
             break;
-        Close(*host);
-        host->id = step.a & 0x80
-                       ? OpenDriver(input.Take<uint32_t>(), step.b & 1 ? ICTYPE_AUDIO : ICTYPE_VIDEO)
-                       : OpenDriver(kVariantFourCCs[step.a % std::size(kVariantFourCCs)]);
+        if (step.a & 0x80)
+            Open(*host, input.Take<uint32_t>(), step.b & 1 ? ICTYPE_AUDIO : ICTYPE_VIDEO);
+        else
+            Open(*host, kVariantFourCCs[step.a % std::size(kVariantFourCCs)], ICTYPE_VIDEO);
         break;
     case StepKind::Close:
         Close(*host);
@@ -203,8 +271,8 @@ void Session::TakeBuffers(const MessageStep& step)
 void Session::BeginCompress(HostInstance& target, BITMAPINFOHEADER* in, BITMAPINFOHEADER* out)
 {
     target.run = Run::None;
-    const LRESULT bound = in && out ? SendMessageTo(target.id, ICM_COMPRESS_GET_SIZE, in, out) : 0;
-    const LRESULT result = SendMessageTo(target.id, ICM_COMPRESS_BEGIN, in, out);
+    const LRESULT bound = in && out ? Send(target, ICM_COMPRESS_GET_SIZE, in, out) : 0;
+    const LRESULT result = Send(target, ICM_COMPRESS_BEGIN, in, out);
     if (result != ICERR_OK || target.id == 0)
         return;
     Require(bound > 0 && bound <= LRESULT{kMaxFrame}, "a run that begins has frames of a known size");
@@ -217,8 +285,8 @@ void Session::BeginCompress(HostInstance& target, BITMAPINFOHEADER* in, BITMAPIN
 void Session::BeginDecompress(HostInstance& target, BITMAPINFOHEADER* in, BITMAPINFOHEADER* out)
 {
     target.run = Run::None;
-    const LRESULT query = SendMessageTo(target.id, ICM_DECOMPRESS_QUERY, in, out);
-    const LRESULT result = SendMessageTo(target.id, ICM_DECOMPRESS_BEGIN, in, out);
+    const LRESULT query = Send(target, ICM_DECOMPRESS_QUERY, in, out);
+    const LRESULT result = Send(target, ICM_DECOMPRESS_BEGIN, in, out);
     if (out)
         Require(result == query, "BEGIN says what QUERY says");
     if (result != ICERR_OK || target.id == 0)
@@ -247,15 +315,16 @@ void Session::Compress(HostInstance& target, const MessageStep& step)
     params.lpOutput = SharedMemory().frame.Place(open ? target.frameBound : kMaxFrame, 0xA5).data();
     params.lpckid = step.b & 1 ? nullptr : &chunkId;
     params.lpdwFlags = &flags;
-    const LRESULT result = SendMessageTo(target.id, ICM_COMPRESS, &params);
+    const LRESULT result = Send(target, ICM_COMPRESS, &params);
     Require(SharedMemory().frame.IsIntact(), "nothing is written beside the frame");
     if (!open && params.lpbiInput && params.lpInput && params.lpbiOutput)
-        SendMessageTo(target.id, ICM_COMPRESS_END); // a run that the frame may have opened
+        Send(target, ICM_COMPRESS_END); // a run that the frame may have opened
     if (target.id == 0 || result != ICERR_OK)
         return;
     Require(flags == AVIIF_KEYFRAME, "every frame is a key frame");
     const auto* const bytes = static_cast<const uint8_t*>(params.lpOutput);
     frame->assign(bytes, bytes + out->biSizeImage);
+    given.NoteAll(chunkId, *frame);
 }
 
 void Session::Decompress(HostInstance& target, const MessageStep& step)
@@ -278,9 +347,11 @@ void Session::Decompress(HostInstance& target, const MessageStep& step)
     params.lpbiInput = step.a & 1 ? nullptr : in;
     params.lpInput = step.a & 2 ? nullptr : SharedMemory().frame.Place(*frame).data();
     params.lpbiOutput = step.a & 4 ? nullptr : &out;
-    params.lpOutput = step.a & 8 ? nullptr : SharedMemory().picture.Place(room, 0xEE).data();
-    const LRESULT result = SendMessageTo(target.id, ICM_DECOMPRESS, &params);
+    const std::span<uint8_t> image = SharedMemory().picture.Place(room, 0xEE);
+    params.lpOutput = step.a & 8 ? nullptr : image.data();
+    const LRESULT result = Send(target, ICM_DECOMPRESS, &params);
     Require(SharedMemory().picture.IsIntact(), "nothing is written beside the picture");
+    given.Note(image);
     const bool named = params.lpbiInput && params.lpInput && params.lpbiOutput && params.lpOutput;
     Require(result == (named ? result : ICERR_BADPARAM), "null is a bad parameter");
     Require(result == ICERR_OK || result == ICERR_BADSIZE || result == ICERR_BADPARAM, "a frame's result");
@@ -294,16 +365,16 @@ void Session::Negotiate(const MessageStep& step)
     switch (KindOf(step)) {
     case StepKind::GetCompressFormat: {
         Bytes made(72, 0);
-        if (SendMessageTo(host->id, ICM_COMPRESS_GET_FORMAT, picture, made.data()) == ICERR_OK &&
-            host->id != 0)
+        if (Send(*host, ICM_COMPRESS_GET_FORMAT, picture, made.data()) == ICERR_OK && host->id != 0)
             *stream = made;
+        given.Note(made);
         break;
     }
     case StepKind::QueryCompress:
-        SendMessageTo(host->id, ICM_COMPRESS_QUERY, NullOr(picture, noFirst), NullOr(placed, noSecond));
+        Send(*host, ICM_COMPRESS_QUERY, NullOr(picture, noFirst), NullOr(placed, noSecond));
         break;
     case StepKind::GetCompressSize:
-        SendMessageTo(host->id, ICM_COMPRESS_GET_SIZE, picture, placed);
+        Send(*host, ICM_COMPRESS_GET_SIZE, picture, placed);
         break;
     case StepKind::BeginCompress:
         if (isSmall)
@@ -313,17 +384,17 @@ void Session::Negotiate(const MessageStep& step)
         Compress(*host, step);
         break;
     case StepKind::EndCompress:
-        Require(SendMessageTo(host->id, ICM_COMPRESS_END) == ICERR_OK, "compression ends");
+        Require(Send(*host, ICM_COMPRESS_END) == ICERR_OK, "compression ends");
         host->run = Run::None;
         break;
     case StepKind::QueryDecompress:
-        SendMessageTo(host->id, ICM_DECOMPRESS_QUERY, NullOr(placed, noFirst), NullOr(picture, noSecond));
+        Send(*host, ICM_DECOMPRESS_QUERY, NullOr(placed, noFirst), NullOr(picture, noSecond));
         break;
     case StepKind::GetDecompressFormat:
-        if (BITMAPINFOHEADER out{};
-            SendMessageTo(host->id, ICM_DECOMPRESS_GET_FORMAT, placed, &out) == ICERR_OK) {
+        if (BITMAPINFOHEADER out{}; Send(*host, ICM_DECOMPRESS_GET_FORMAT, placed, &out) == ICERR_OK) {
             *picture = out;
             picture->biSizeImage = std::min(out.biSizeImage, kMaxImage);
+            given.Note(std::span(reinterpret_cast<const uint8_t*>(&out), sizeof out));
         }
         break;
     case StepKind::BeginDecompress:
@@ -334,7 +405,7 @@ void Session::Negotiate(const MessageStep& step)
         Decompress(*host, step);
         break;
     case StepKind::EndDecompress:
-        SendMessageTo(host->id, ICM_DECOMPRESS_END);
+        Send(*host, ICM_DECOMPRESS_END);
         host->run = Run::None;
         break;
     default:
@@ -344,12 +415,14 @@ void Session::Negotiate(const MessageStep& step)
 
 void Session::Ask(const MessageStep& step)
 {
-    const auto room = [&](size_t size) { return SharedMemory().small.Place(size, 0).data(); };
+    const auto room = [&](size_t size) { return SharedMemory().small.Place(size, 0); };
     switch (KindOf(step)) {
-    case StepKind::GetState:
-        SendMessageTo(host->id, ICM_GETSTATE, reinterpret_cast<LPARAM>(step.a ? room(step.a) : nullptr),
-                      step.a);
+    case StepKind::GetState: {
+        const std::span<uint8_t> blob = room(step.a);
+        Send(*host, ICM_GETSTATE, reinterpret_cast<LPARAM>(step.a ? blob.data() : nullptr), LPARAM{step.a});
+        given.Note(blob);
         break;
+    }
     case StepKind::SetState: {
         Bytes blob(step.a);
         const auto bytes = input.TakeBytes(blob.size());
@@ -358,25 +431,28 @@ void Session::Ask(const MessageStep& step)
             blob[4] &= 3;
             std::fill(blob.begin() + 5, blob.begin() + 8, uint8_t{0});
         }
-        SendMessageTo(host->id, ICM_SETSTATE,
-                      reinterpret_cast<LPARAM>(step.a ? SharedMemory().small.Place(blob).data() : nullptr),
-                      step.a);
+        Send(*host, ICM_SETSTATE,
+             reinterpret_cast<LPARAM>(step.a ? SharedMemory().small.Place(blob).data() : nullptr),
+             LPARAM{step.a});
         break;
     }
     case StepKind::GetInfo: {
         alignas(ICINFO) uint8_t info[sizeof(ICINFO)] = {};
-        SendMessageTo(host->id, ICM_GETINFO, reinterpret_cast<LPARAM>(step.a & 1 ? info : nullptr),
-                      step.a & 2 ? LPARAM{sizeof info} : LPARAM{sizeof info - 1});
+        Send(*host, ICM_GETINFO, reinterpret_cast<LPARAM>(step.a & 1 ? info : nullptr),
+             step.a & 2 ? LPARAM{sizeof info} : LPARAM{sizeof info - 1});
+        given.Note(std::span(info));
         break;
     }
     case StepKind::AskWindows:
-        SendMessageTo(host->id, ICM_CONFIGURE, LPARAM{-1});
-        SendMessageTo(host->id, ICM_ABOUT, LPARAM{-1});
+        Send(*host, ICM_CONFIGURE, LPARAM{-1});
+        Send(*host, ICM_ABOUT, LPARAM{-1});
         break;
-    case StepKind::GetQuality:
-        SendMessageTo(host->id, ICM_GETDEFAULTQUALITY,
-                      reinterpret_cast<LPARAM>(step.a & 1 ? room(sizeof(uint64_t)) : nullptr));
+    case StepKind::GetQuality: {
+        const std::span<uint8_t> quality = room(sizeof(uint64_t));
+        Send(*host, ICM_GETDEFAULTQUALITY, reinterpret_cast<LPARAM>(step.a & 1 ? quality.data() : nullptr));
+        given.Note(quality);
         break;
+    }
     case StepKind::OtherMessage: {
         const uint32_t message = step.a | uint32_t{step.b} << 8;
         const bool system = message < DRV_USER;
@@ -384,8 +460,7 @@ void Session::Ask(const MessageStep& step)
             message <= DRV_REMOVE || (message >= ICM_COMPRESS_GET_FORMAT && message <= ICM_DECOMPRESS_END) ||
             message == ICM_DECOMPRESS_GET_PALETTE || (message >= ICM_GETSTATE && message <= ICM_SETQUALITY);
         if (!known)
-            Require(SendMessageTo(host->id, message) == (system ? 0 : ICERR_UNSUPPORTED),
-                    "a message unknown to us");
+            Require(Send(*host, message) == (system ? 0 : ICERR_UNSUPPORTED), "a message unknown to us");
         break;
     }
     default:
@@ -403,6 +478,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    Session(FuzzInput(data, size)).Play();
+    static History history;
+    static InstanceSource fresh;
+    static UsedInstances used;
+    history.Enter({data, size});
+    const Transcript given = Session(FuzzInput(data, size), used).Play();
+    history.Require(Session(FuzzInput(data, size), fresh).Play() == given, "fresh instances give the same");
     return 0;
 }

@@ -1,10 +1,12 @@
 // Any command line: it ends with an exit code of the tool, and an error is one line. The tool runs in a
-// folder of its own with a driver that opens nothing, and no name leads out of that folder.
+// folder of its own, empty before each, with a driver that opens nothing, and no name leads out of that
+// folder.
 
 #include "platform/files.h"
 #include "platform/process.h"
 #include "run_tool.h"
 #include "support/fuzz_input.h"
+#include "support/history.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -16,6 +18,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr size_t kMaxInput = 4096;
 
 LRESULT CALLBACK RefuseAll(DWORD_PTR, HDRVR, UINT, LPARAM, LPARAM)
 {
@@ -37,6 +41,11 @@ class WorkFolder
         fs::current_path("/", ignored);
         fs::remove_all(path, ignored);
     }
+    void Empty() const
+    {
+        for (const auto& entry : fs::directory_iterator(path))
+            fs::remove_all(entry.path());
+    }
     const fs::path path;
 };
 
@@ -55,18 +64,14 @@ std::vector<std::string> ArgumentsOf(std::span<const uint8_t> bytes)
     return arguments;
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+Transcript Run(std::span<const uint8_t> input)
 {
     static const WorkFolder folder;
-    if (size > 4096)
-        return -1;
-    FuzzInput input(data, size);
+    folder.Empty();
     std::istringstream in;
     std::ostringstream out, err;
     ToolContext context{RefuseAll, in, out, err};
-    const std::vector<std::string> arguments = ArgumentsOf(input.TakeAll());
+    const std::vector<std::string> arguments = ArgumentsOf(input);
     const int code = RunTool(arguments, context);
     Require(code >= 0 && code <= 3, "the exit code is one of the tool's");
     const std::string error = err.str();
@@ -77,5 +82,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     };
     // Errors quote arguments.
     Require(!isUnforeseen(error) || std::ranges::any_of(arguments, isUnforeseen), "every error is foreseen");
+    Transcript given;
+    given.NoteAll(code, out.str(), error);
+    return given;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size > kMaxInput)
+        return -1;
+    static History history;
+    history.ReadTwice({data, size}, Run);
     return 0;
 }

@@ -1,10 +1,11 @@
 // Pictures of any content and size, in any layout, to frames of any format and back.
 //
 // Held up: where nothing is converted the picture comes back; a picture that came back makes the same frame
-// again; no frame outgrows its bound; the number of threads changes no byte.
+// again; no frame outgrows its bound; neither the pictures before it nor the number of threads change a byte.
 
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "support/round_trip_choice.h"
 
 #include <memory>
@@ -15,7 +16,19 @@ namespace {
 constexpr size_t kMaxPicture = 1 << 16;
 constexpr size_t kMaxFrame = 1 << 19;
 
-/// A codec with memory for a frame and two pictures.
+GuardedBuffer& PictureMemory()
+{
+    static GuardedBuffer memory(kMaxPicture);
+    return memory;
+}
+
+GuardedBuffer& FrameMemory()
+{
+    static GuardedBuffer memory(kMaxFrame);
+    return memory;
+}
+
+/// An instance that writes frames and reads them.
 class Codec
 {
   public:
@@ -36,8 +49,8 @@ class Codec
         const uint32_t bound = codec.MaxCompressedSize(route.host, size.width, size.height, route.code);
         codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginCompress(info, record.data(), record.size(), route.host);
-        codec.SetSource(info, pictureMemory.Place(picture, SideOf(choice)).data());
-        info.output = frameMemory.Place(bound, 0xA5).data();
+        codec.SetSource(info, PictureMemory().Place(picture, SideOf(choice)).data());
+        info.output = FrameMemory().Place(bound, 0xA5).data();
         const uint32_t frameSize = codec.Compress(info);
         Require(frameSize != 0, "every picture has a frame");
         Require(frameSize <= bound, "no frame outgrows its bound");
@@ -49,12 +62,12 @@ class Codec
     {
         codec.SetBottomUp(choice.Has(kChooseBottomUp));
         codec.BeginDecompress(info, record.data(), record.size(), RouteOf(choice).host);
-        const std::span<uint8_t> picture = pictureMemory.Place(pictureBytes, 0xEE, SideOf(choice));
-        const std::span<uint8_t> bytes = frameMemory.Place(frame);
+        const std::span<uint8_t> picture = PictureMemory().Place(pictureBytes, 0xEE, SideOf(choice));
+        const std::span<uint8_t> bytes = FrameMemory().Place(frame);
         codec.SetImage(info, picture.data());
         info.frame = bytes;
         Require(codec.Decompress(info) == FrameStatus::Ok, "every frame decodes");
-        Require(pictureMemory.IsIntact(), "nothing is written beside the picture");
+        Require(PictureMemory().IsIntact(), "nothing is written beside the picture");
         return {picture.begin(), picture.end()};
     }
 
@@ -67,20 +80,24 @@ class Codec
     }
 
     CompressInfo info;
-    GuardedBuffer pictureMemory{kMaxPicture};
-    GuardedBuffer frameMemory{kMaxFrame};
 };
 
-Codec& CodecFor(const RoundTripChoice& choice, bool threaded)
+constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median,
+                                      PredictMethod::Dynamic};
+
+std::unique_ptr<Codec> MakeCodec(const RoundTripChoice& choice, bool threaded)
 {
-    constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median,
-                                          PredictMethod::Dynamic};
-    static std::unique_ptr<Codec> codecs[2][4][2];
-    const size_t method = choice.method % std::size(kMethods);
-    const bool interpolate = choice.Has(kChooseInterpolate);
-    auto& codec = codecs[threaded ? 1 : 0][method][interpolate ? 1 : 0];
+    return std::make_unique<Codec>(threaded ? 3 : 1, kMethods[choice.method % std::size(kMethods)],
+                                   choice.Has(kChooseInterpolate));
+}
+
+/// The codec for a choice that all inputs use.
+Codec& UsedCodec(const RoundTripChoice& choice, bool threaded)
+{
+    static std::unique_ptr<Codec> codecs[2][std::size(kMethods)][2];
+    auto& codec = codecs[threaded][choice.method % std::size(kMethods)][choice.Has(kChooseInterpolate)];
     if (!codec)
-        codec = std::make_unique<Codec>(threaded ? 3 : 1, kMethods[method], interpolate);
+        codec = MakeCodec(choice, threaded);
     return *codec;
 }
 
@@ -97,12 +114,14 @@ std::vector<uint8_t> MakeContent(std::span<const uint8_t> seed, size_t size, uin
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    static History history;
+    history.Enter({data, size});
     FuzzInput input(data, size);
     const auto choice = input.Take<RoundTripChoice>();
     const RoundTripRoute& route = RouteOf(choice);
     const StreamSize pictureSize = SizeOf(choice);
 
-    Codec& codec = CodecFor(choice, false);
+    Codec& codec = UsedCodec(choice, false);
     const bool interlaced = choice.Has(kChooseInterlaced);
     if (pictureSize.width % route.widthMultiple != 0 ||
         pictureSize.height % (route.heightMultiple << interlaced) != 0)
@@ -119,13 +138,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::vector<uint8_t> decoded = codec.Decode(choice, record, frame, picture.size());
     if (!route.lossy)
         Require(IsSamePicture(route.host, pictureSize.width, picture, decoded), "the picture comes back");
+    const auto fresh = MakeCodec(choice, false);
+    history.Require(fresh->Encode(choice, record, picture) == frame,
+                    "a fresh instance writes the same frame");
+    history.Require(fresh->Decode(choice, record, frame, picture.size()) == decoded,
+                    "a fresh instance gives the same picture");
 
     // Codes take long to make; sizes of frames are even and tell which inputs are looked at again.
     const size_t turn = frame.size() / 2 % 4;
     if (turn == 0 && !route.lossy)
         Require(codec.Encode(choice, record, decoded) == frame, "what came back makes the same frame");
     if (turn == 1) {
-        Codec& threaded = CodecFor(choice, true);
+        Codec& threaded = UsedCodec(choice, true);
         Require(threaded.Encode(choice, record, picture) == frame, "three threads write the same frame");
         Require(threaded.Decode(choice, record, frame, picture.size()) == decoded,
                 "three threads give the same picture");

@@ -10,6 +10,7 @@
 #include "files/little_endian.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "support/memory_sink.h"
 #include "tool_error.h"
 
@@ -30,6 +31,8 @@ class CheckedTaker final : public AviChunkTaker
   public:
     explicit CheckedTaker(uint64_t size_) : size(size_) {}
 
+    Transcript taken;
+
     void TakeList(uint64_t at, const AviHead&) override { Advance(at, avi::kListHead); }
     void TakeChunk(const AviChunk& chunk) override { Advance(chunk.offset, chunk.size); }
 
@@ -39,13 +42,14 @@ class CheckedTaker final : public AviChunkTaker
         Require(begin >= end, "chunks rise and do not overlap");
         Require(length <= size && begin <= size - length, "chunks lie inside the file");
         end = begin + length;
+        taken.NoteAll(begin, length);
     }
 
     uint64_t size;
     uint64_t end = 0;
 };
 
-void SalvageAnything(std::span<const uint8_t> bytes)
+Transcript SalvageAnything(std::span<const uint8_t> bytes)
 {
     CheckedTaker taker(bytes.size());
     const MemorySource source(bytes);
@@ -53,6 +57,8 @@ void SalvageAnything(std::span<const uint8_t> bytes)
     Require(chain.lostBytes <= bytes.size(), "no more is lost than there was");
     Require(chain.end <= bytes.size() + 1,
             "the chain ends in the file, or with the padding of its last byte");
+    taker.taken.NoteAll(chain.lostBytes, chain.end);
+    return taker.taken;
 }
 
 FrameHeader MakeRecord()
@@ -123,7 +129,7 @@ bool Has(const AviFile& file, const AviFrame& frame)
     });
 }
 
-void WipeAndSalvage(FuzzInput input)
+Transcript WipeAndSalvage(FuzzInput input)
 {
     static const Intact intact = MakeIntact();
     Bytes bytes = intact.bytes;
@@ -140,11 +146,24 @@ void WipeAndSalvage(FuzzInput input)
         if (std::find(first, first + frame.size, true) == first + frame.size)
             left.push_back(frame);
     }
+    Transcript given;
     if (left.empty())
-        return;
+        return given;
     const AviFile file = ReadAvi(MemorySource(bytes), "wiped.avi");
     for (const AviFrame& frame : left)
         Require(Has(file, frame), "a frame that has all its bytes comes back");
+    for (const AviFrame& frame : file.frames)
+        given.NoteAll(frame.offset, frame.size);
+    return given;
+}
+
+Transcript Read(std::span<const uint8_t> input)
+{
+    const std::span<const uint8_t> rest = input.subspan(1);
+    if (input[0] % 2 != 0)
+        return WipeAndSalvage(FuzzInput(rest.data(), rest.size()));
+    static GuardedBuffer memory(kMaxFile);
+    return SalvageAnything(memory.Place(rest));
 }
 
 } // namespace
@@ -153,11 +172,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size == 0 || size > kMaxFile)
         return 0;
-    if (data[0] % 2 != 0) {
-        WipeAndSalvage(FuzzInput(data + 1, size - 1));
-        return 0;
-    }
-    static GuardedBuffer memory(kMaxFile);
-    SalvageAnything(memory.Place(std::span(data + 1, size - 1)));
+    static History history;
+    history.ReadTwice({data, size}, Read);
     return 0;
 }

@@ -3,6 +3,7 @@
 
 #include "platform/registry_text.h"
 #include "support/fuzz_input.h"
+#include "support/history.h"
 
 #include <algorithm>
 #include <iterator>
@@ -37,11 +38,11 @@ void CheckStored(const RegistryText& text)
     Require(again.ToBytes() == bytes, "what was stored is kept as it is");
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+/// All edits on the file; what was in it before and after.
+Transcript Read(std::span<const uint8_t> bytes)
 {
-    FuzzInput input(data, size);
+    FuzzInput input(bytes.data(), bytes.size());
+    Transcript given;
     struct Edit {
         uint8_t kind;
         uint8_t name;
@@ -53,6 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto rest = input.TakeAll();
     RegistryText text = RegistryText::FromBytes({reinterpret_cast<const char*>(rest.data()), rest.size()});
     CheckStored(text);
+    given.Note(Contents(text));
 
     for (const Edit& edit : edits) {
         const std::string_view key = kKeys[edit.kind / 2 % std::size(kKeys)];
@@ -66,5 +68,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
         CheckStored(text);
     }
+    given.NoteAll(Contents(text), text.ToBytes());
+    return given;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static History history;
+    history.ReadTwice({data, size}, Read);
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "files/still_image.h"
 #include "support/fuzz_input.h"
 #include "support/guarded_buffer.h"
+#include "support/history.h"
 #include "tool_error.h"
 
 namespace {
@@ -32,21 +33,31 @@ void CheckRoundTrip(const StillImage& still, StillKind kind)
             "a written picture reads as it was");
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+Transcript Read(std::span<const uint8_t> input)
 {
-    if (size > kMaxFile || AnnouncesLargePng({data, size}))
-        return 0;
     static GuardedBuffer memory(kMaxFile);
+    Transcript given;
     try {
-        const StillImage still = DecodeStill(memory.Place(std::span(data, size)), "input");
+        const StillImage still = DecodeStill(memory.Place(input), "input");
+        given.NoteAll(still.info.width, still.info.height, still.pixels);
         Require(still.pixels.size() == still.info.FrameBytes(), "all pixels are there");
         CheckRoundTrip(still, StillKind::Png);
         if (still.info.layout != &LayoutNamed("RGBA"))
             CheckRoundTrip(still, StillKind::Pnm);
     } catch (const ToolError& error) {
         Require(ErrorLine(error).back() == '\n', "an error is a line");
+        given.Note(ErrorLine(error));
     }
+    return given;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size > kMaxFile || AnnouncesLargePng({data, size}))
+        return 0;
+    static History history;
+    history.ReadTwice({data, size}, Read);
     return 0;
 }

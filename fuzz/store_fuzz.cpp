@@ -4,6 +4,7 @@
 #include "platform/settings_file.h"
 #include "platform/shared_file.h"
 #include "support/fuzz_input.h"
+#include "support/history.h"
 
 #include <array>
 #include <cstdio>
@@ -65,13 +66,12 @@ void Close(OpenKey& open, const fs::path& file)
     open.edits.clear();
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+/// A whole life; the bytes that the file has at its end.
+Transcript Live(std::span<const uint8_t> life)
 {
     static const Folder folder;
     const fs::path file = folder.path / "settings.reg";
-    FuzzInput input(data, size);
+    FuzzInput input(life.data(), life.size());
     const std::array<uint8_t, 24> steps = input.Take<std::array<uint8_t, 24>>();
     const auto bytes = input.TakeAll();
     SetBytes(file, bytes);
@@ -119,5 +119,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (open.key)
             Close(open, file);
     Require(platform::SharedFileLock(file).IsHeld(), "no lock is left");
+    Transcript given;
+    given.Note(platform::ReadSharedFile(file).bytes);
+    return given;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static History history;
+    history.ReadTwice({data, size}, Live);
     return 0;
 }

@@ -3,6 +3,7 @@
 
 #include "files/y4m_stream.h"
 #include "support/fuzz_input.h"
+#include "support/history.h"
 #include "support/y4m_fields.h"
 #include "tool_error.h"
 
@@ -21,6 +22,7 @@ constexpr size_t kMaxFrames = 64;
 struct Video {
     VideoInfo info;
     std::vector<std::vector<uint8_t>> pictures;
+    std::string error; ///< that ended them, if any
 };
 
 /// The pictures up to the end or the first damage.
@@ -28,13 +30,14 @@ Video ReadVideo(const std::string& bytes)
 {
     std::istringstream stream(bytes);
     Y4mReader reader(stream, "input.y4m");
-    Video video{reader.Info(), {}};
+    Video video{reader.Info(), {}, {}};
     try {
         std::vector<uint8_t> picture(video.info.FrameBytes());
         while (video.pictures.size() < kMaxFrames && reader.Next(picture))
             video.pictures.push_back(picture);
     } catch (const ToolError& error) {
-        Require(ErrorLine(error).back() == '\n', "an error is a line");
+        video.error = ErrorLine(error);
+        Require(video.error.back() == '\n', "an error is a line");
     }
     return video;
 }
@@ -49,20 +52,23 @@ std::string WriteVideo(const Video& video)
     return stream.str();
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+Transcript Read(std::span<const uint8_t> input)
 {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    Transcript given;
+    const std::string bytes(input.begin(), input.end());
     const std::string firstLine = bytes.substr(0, std::min(bytes.find('\n'), kMaxY4mLine));
     try {
         VideoInfo info = ParseY4mHeader(firstLine, "input.y4m").info;
         CheckY4mFields(info);
         TakeY4mFields(firstLine, info);
         CheckY4mFields(info);
+        given.Note(MakeY4mFields(info));
         if (info.FrameBytes() > kMaxPicture)
-            return 0;
+            return given;
         const Video video = ReadVideo(bytes);
+        given.Note(video.error);
+        for (const std::vector<uint8_t>& picture : video.pictures)
+            given.Note(picture);
         const Video again = ReadVideo(WriteVideo(video));
         Require(again.pictures == video.pictures, "pictures stay the same");
         Require(again.info.layout == video.info.layout && again.info.width == video.info.width &&
@@ -73,6 +79,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 "what the first line says stays the same");
     } catch (const ToolError& error) {
         Require(ErrorLine(error).back() == '\n', "an error is a line");
+        given.Note(ErrorLine(error));
     }
+    return given;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static History history;
+    history.ReadTwice({data, size}, Read);
     return 0;
 }
