@@ -198,7 +198,7 @@ BENCHMARK(DecodeBlocks)->Name("Entropy/DecodeBlocks")->ArgName("bits_x10")->Arg(
 void CountPlane(benchmark::State& state)
 {
     const Plane plane(state.range(0));
-    std::array<uint64_t, 256> frequencies;
+    std::array<uint64_t, 256> frequencies{};
     for (auto _ : state)
         for (int block = 0; block < kBlocks; ++block) {
             CountSymbols(plane.Block(block), kWidth, kRows, kWidth, frequencies.data());

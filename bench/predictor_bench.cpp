@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -68,7 +69,9 @@ void RegisterForm(const PredictorKernels& form, int width, int rows)
         const PredictMethod method = row.method;
         const std::string suffix = std::string("/") + row.name + "/" + form.name;
         Register("Predict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
-            form.predict(source.View(), target.View(), width, rows, method);
+            std::array<uint64_t, 256> counts{};
+            form.predict(source.View(), target.View(), width, rows, method, counts.data());
+            benchmark::DoNotOptimize(counts);
         });
         Register("PredictInPlace" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
             form.predictInPlace(source.View(), width, rows, method);
@@ -82,8 +85,10 @@ void RegisterForm(const PredictorKernels& form, int width, int rows)
         benchmark::DoNotOptimize(form.scorePredictors(source.View(), width, rows));
     });
     Register("ScoreAndPredict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
-        benchmark::DoNotOptimize(
-            form.scoreAndPredict(source.View(), target.View(), width, rows, PredictMethod::Median));
+        std::array<uint64_t, 256> counts{};
+        benchmark::DoNotOptimize(form.scoreAndPredict(source.View(), target.View(), width, rows,
+                                                      PredictMethod::Median, counts.data()));
+        benchmark::DoNotOptimize(counts);
     });
 }
 

@@ -16,11 +16,11 @@ struct StageColumn {
     const char* name;
     std::vector<Stage> stages;
 };
-const std::vector<StageColumn> kEncodeColumns = {{"split", {Stage::Split}},
-                                                 {"score, predict", {Stage::Scores, Stage::Predict}},
-                                                 {"count", {Stage::CountFrequencies}},
-                                                 {"tables", {Stage::TablesCompress}},
-                                                 {"Huffman", {Stage::Encode, Stage::Finalize}}};
+const std::vector<StageColumn> kEncodeColumns = {
+    {"split", {Stage::Split}},
+    {"score, predict, count", {Stage::Scores, Stage::Predict, Stage::CountFrequencies}},
+    {"tables", {Stage::TablesCompress}},
+    {"Huffman", {Stage::Encode, Stage::Finalize}}};
 const std::vector<StageColumn> kDecodeColumns = {{"tables", {Stage::TablesDecompress}},
                                                  {"Huffman", {Stage::Decode}},
                                                  {"inverse", {Stage::Unpredict}},

@@ -70,8 +70,10 @@ void DrawPeerPanel(SvgDrawing& drawing, const PlotFrame& frame, const std::vecto
 const std::map<std::string, std::string>& StageColors()
 {
     static const std::map<std::string, std::string> colors = {
-        {"split", "#7b6fb0"},   {"score, predict", "#2a8c82"}, {"count", "#86a83a"}, {"tables", "#b08f4a"},
-        {"Huffman", "#0060a8"}, {"inverse", "#2a8c82"},        {"join", "#7b6fb0"},  {"rest", "#999999"}};
+        {"split", "#7b6fb0"},   {"score, predict, count", "#2a8c82"},
+        {"tables", "#b08f4a"},  {"Huffman", "#0060a8"},
+        {"inverse", "#2a8c82"}, {"join", "#7b6fb0"},
+        {"rest", "#999999"}};
     return colors;
 }
 

@@ -137,6 +137,9 @@ class RowSets
     const RowSet* begin() const { return sets.data(); }
     const RowSet* end() const { return sets.data() + count; }
 
+    /// Rows of all sets, which are the block's first ones.
+    int Rows() const { return static_cast<int>(count) * sets[0].rows; }
+
   private:
     std::array<RowSet, 2> sets;
     size_t count;

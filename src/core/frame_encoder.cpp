@@ -66,14 +66,17 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
     block.flags = 0;
     PredictMethod method = call.method;
     bool predicted = false;
+    block.frequencies.assign(size_t{1} << backend.GetBitsPerSample(), 0);
     if (method == PredictMethod::Dynamic) {
         const StageScope timing(call.workers.Timer(Stage::Scores, thread));
-        // What the block took in the last frame is probably what it takes now, and then it is predicted, too.
+        // What the block took in the last frame is probably what it takes now, and then it is predicted and
+        // counted, too.
         const PredictMethod guess = block.predictor;
         imgproc::PredictorScores sum;
         for (const RowSet& set : sets)
             sum += inPlace ? backend.ScorePredictors(set.Of(from), block.width, set.rows)
-                           : backend.ScoreAndPredict(set.Of(from), set.Of(to), block.width, set.rows, guess);
+                           : backend.ScoreAndPredict(set.Of(from), set.Of(to), block.width, set.rows, guess,
+                                                     block.frequencies.data());
         method = BestPredictor(sum);
         predicted = method == guess && !inPlace;
     }
@@ -81,18 +84,24 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
 
     if (!predicted) {
         const StageScope timing(call.workers.Timer(Stage::Predict, thread));
+        std::ranges::fill(block.frequencies, 0); // of a wrong guess
         for (const RowSet& set : sets) {
             if (inPlace)
                 backend.PredictInPlace(set.Of(to), block.width, set.rows, method);
             else
-                backend.Predict(set.Of(from), set.Of(to), block.width, set.rows, method);
+                backend.Predict(set.Of(from), set.Of(to), block.width, set.rows, method,
+                                block.frequencies.data());
         }
     }
     if (call.plan.coderType != CoderType::InFrame)
         return;
+    // Rows that are not counted yet: all in place, else those that are in no set.
+    const int counted = inPlace ? 0 : sets.Rows();
+    if (counted == block.rows)
+        return;
     const StageScope timing(call.workers.Timer(Stage::CountFrequencies, thread));
-    block.frequencies.assign(size_t{1} << backend.GetBitsPerSample(), 0);
-    entropy::CountSymbols(to.data, block.width, block.rows, to.pitch, block.frequencies.data());
+    entropy::CountSymbols(RowAt(to, counted), block.width, block.rows - counted, to.pitch,
+                          block.frequencies.data());
 }
 
 /// The operations of one pool run on one band.

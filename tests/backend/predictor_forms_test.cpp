@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 using namespace imgproc;
@@ -16,6 +17,26 @@ namespace {
 
 constexpr PredictMethod kMethods[] = {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median};
 const PredictorKernels& kReference = kPredictorImplementations[0];
+
+using Counts = std::array<uint64_t, 256>;
+
+/// Counters that hold something already, which kernels add to.
+Counts SomeCounts(std::mt19937& random)
+{
+    Counts counts;
+    std::ranges::generate(counts, [&] { return random() % 1000; });
+    return counts;
+}
+
+/// Counts with those of the residuals of a block added, one by one.
+Counts CountsWith(const Counts& before, GuardedBlock& residuals)
+{
+    Counts counts = before;
+    for (int r = 0; r < residuals.Geometry().height; ++r)
+        for (int c = 0; c < residuals.Geometry().width; c += 4)
+            ++counts[residuals.At(r, c)];
+    return counts;
+}
 
 /// Calls `check` with a block for widths of 1 to 300 at every alignment.
 template <class Check>
@@ -49,7 +70,7 @@ TEST(PredictorForms, ForwardInPlaceGivesTheBytesOfTheScalarForm)
     });
 }
 
-TEST(PredictorForms, ForwardOutOfPlaceGivesTheBytesOfTheFormInPlace)
+TEST(PredictorForms, ForwardOutOfPlaceGivesTheBytesOfTheFormInPlaceAndCountsThem)
 {
     ForManyBlocks([](const GuardedBlock& samples, std::mt19937& random) {
         const PredictMethod method = kMethods[random() % 3];
@@ -62,10 +83,14 @@ TEST(PredictorForms, ForwardOutOfPlaceGivesTheBytesOfTheFormInPlace)
         for (int r = 0; r < height; ++r)
             for (int c = 0; c < width; ++c)
                 expected.At(r, c) = inPlace.At(r, c);
+        const Counts before = SomeCounts(random);
+        const Counts after = CountsWith(before, expected);
         for (const PredictorKernels& form : kPredictorImplementations) {
             GuardedBlock source(samples);
             GuardedBlock actual(target);
-            form.predict(source.View(), actual.View(), width, height, method);
+            Counts counts = before;
+            form.predict(source.View(), actual.View(), width, height, method, counts.data());
+            ASSERT_EQ(counts, after) << form.name << " " << samples.Geometry() << " " << method;
             ASSERT_TRUE(SameBlock(actual, expected))
                 << form.name << " " << samples.Geometry() << " " << method;
             ASSERT_TRUE(SameBlock(source, samples)) << form.name << " " << samples.Geometry();
@@ -164,13 +189,18 @@ TEST(PredictorForms, ScoresAreThoseOfTheScalarForm)
             MakeBlock({width, height, RandomPitch(width, random), static_cast<int>(random() % 16)}, random);
         GuardedBlock residuals(target);
         const PredictMethod method = kMethods[random() % std::size(kMethods)];
-        kReference.predict(block.View(), residuals.View(), width, height, method);
+        const Counts before = SomeCounts(random);
+        Counts after = before;
+        kReference.predict(block.View(), residuals.View(), width, height, method, after.data());
         for (const PredictorKernels& form : kPredictorImplementations) {
             ASSERT_EQ(form.scorePredictors(block.View(), width, height), expected)
                 << form.name << " " << samples.Geometry();
             GuardedBlock actual(target);
-            ASSERT_EQ(form.scoreAndPredict(block.View(), actual.View(), width, height, method), expected)
+            Counts counts = before;
+            ASSERT_EQ(form.scoreAndPredict(block.View(), actual.View(), width, height, method, counts.data()),
+                      expected)
                 << form.name << " " << samples.Geometry();
+            ASSERT_EQ(counts, after) << form.name << " " << samples.Geometry();
             ASSERT_TRUE(SameBlock(actual, residuals)) << form.name << " " << samples.Geometry();
         }
         ASSERT_TRUE(SameBlock(block, samples));
@@ -207,11 +237,52 @@ TEST(PredictorForms, FieldsAreBlocksOfTheirOwn)
     }
 }
 
+// Rows that a field skips are those of the other one.
+TEST(PredictorForms, FieldsAreScoredPredictedAndCountedOutOfPlace)
+{
+    std::mt19937 random(TestSeed());
+    for (int height = 2; height <= 70; height += 2) {
+        const int width = 1 + static_cast<int>(random() % 200);
+        const int pitch = RandomPitch(width, random);
+        const auto alignment = static_cast<int>(random() % 16);
+        GuardedBlock samples = MakeBlock({width, height, pitch, alignment}, random);
+        GuardedBlock target = MakeBlock({width, height, RandomPitch(width, random), 3}, random);
+        for (const PredictMethod method : kMethods) {
+            GuardedBlock expected(samples); // samples where they stand, and their residuals beside the guards
+            for (int field = 0; field < 2; ++field)
+                kReference.predictInPlace(FieldOf(expected.View(), field), width, height / 2, method);
+            GuardedBlock wanted(target);
+            for (int r = 0; r < height; ++r)
+                std::copy_n(&expected.At(r, 0), width, &wanted.At(r, 0));
+            const Counts counted = CountsWith({}, wanted);
+            for (const PredictorKernels& form : kPredictorImplementations)
+                for (const bool scored : {false, true}) {
+                    GuardedBlock actual(target);
+                    Counts counts{};
+                    for (int field = 0; field < 2; ++field) {
+                        const ConstPlaneInfo from = FieldOf(samples.View(), field);
+                        const PlaneInfo to = FieldOf(actual.View(), field);
+                        if (!scored)
+                            form.predict(from, to, width, height / 2, method, counts.data());
+                        else
+                            ASSERT_EQ(
+                                form.scoreAndPredict(from, to, width, height / 2, method, counts.data()),
+                                kReference.scorePredictors(from, width, height / 2));
+                    }
+                    ASSERT_TRUE(SameBlock(actual, wanted))
+                        << form.name << " " << samples.Geometry() << " " << method;
+                    ASSERT_EQ(counts, counted) << form.name << " " << samples.Geometry() << " " << method;
+                }
+        }
+    }
+}
+
 // The address sanitizer watches the ends of each allocation, which are the first and last bytes of the block
 // here.
 TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
 {
     std::mt19937 random(TestSeed());
+    Counts counts{};
     for (int width = 1; width <= 100; ++width)
         for (const int height : {1, 2, 9, 16, 17, 31, 32}) {
             const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height);
@@ -225,7 +296,7 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                 const PlaneInfo residuals = {target.get() + start, pitch};
                 for (const PredictorKernels& form : kPredictorImplementations) {
                     for (const PredictMethod method : kMethods) {
-                        form.predict(view, residuals, width, height, method);
+                        form.predict(view, residuals, width, height, method, counts.data());
                         form.UnpredictOne(residuals, width, height, method);
                         ASSERT_TRUE(std::equal(before.begin(), before.end(), target.get()))
                             << form.name << " " << width << " x " << height;
@@ -235,7 +306,8 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                             << form.name << " " << width << " x " << height;
                     }
                     const PredictorScores scores = form.scorePredictors(view, width, height);
-                    ASSERT_EQ(form.scoreAndPredict(view, residuals, width, height, PredictMethod::Median),
+                    ASSERT_EQ(form.scoreAndPredict(view, residuals, width, height, PredictMethod::Median,
+                                                   counts.data()),
                               scores);
                 }
             }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 using namespace imgproc;
 
 namespace {
@@ -72,9 +74,18 @@ TEST(TImgProcBackend, EveryLayoutRunsThePredictorsOfItsSampleType)
             GuardedBlock inPlace(samples);
             row.backend.PredictInPlace(inPlace.View(), width, height, method);
             EXPECT_TRUE(SameBlock(inPlace, expected));
-            GuardedBlock target(samples);
-            row.backend.Predict(samples.View(), target.View(), width, height, method);
-            EXPECT_TRUE(SameBlock(target, expected));
+            for (const bool scored : {false, true}) {
+                GuardedBlock target(samples);
+                uint64_t counts[256] = {};
+                if (scored)
+                    row.backend.ScoreAndPredict(samples.View(), target.View(), width, height, method, counts);
+                else
+                    row.backend.Predict(samples.View(), target.View(), width, height, method, counts);
+                EXPECT_TRUE(SameBlock(target, expected));
+                EXPECT_EQ(std::accumulate(std::begin(counts), std::end(counts), uint64_t{0}),
+                          uint64_t{(width + 3) / 4 * height});
+            }
+            GuardedBlock target(expected);
             const BlockView block{target.View(), height};
             row.backend.Unpredict({&block, 1}, width, method);
             EXPECT_TRUE(SameBlock(target, samples));

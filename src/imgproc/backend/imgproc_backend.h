@@ -52,10 +52,11 @@ class ImgProcBackend
 
     /// Rates the three predictors on the samples of a block.
     virtual PredictorScores ScorePredictors(const ConstPlaneInfo& view, int width, int height) const = 0;
-    /// Writes the residuals of a block to `target`, which does not overlap `source`. width, height: 1 or
+    /// Writes the residuals of a block to `target`, which does not overlap `source`, and adds what
+    /// entropy::CountSymbols counts of them to `frequencies`, a counter for each symbol. width, height: 1 or
     /// more.
     virtual void Predict(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                         PredictMethod method) const = 0;
+                         PredictMethod method, uint64_t* frequencies) const = 0;
     /// Turns the samples of a block into their residuals. width, height: 1 or more.
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
     /// Turns the residuals of blocks of one width, which do not overlap, back into samples. width, heights: 1
@@ -64,7 +65,8 @@ class ImgProcBackend
 
     /// ScorePredictors and Predict in one pass over the block.
     virtual PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                            int height, PredictMethod method) const = 0;
+                                            int height, PredictMethod method,
+                                            uint64_t* frequencies) const = 0;
 };
 
 } // namespace imgproc

@@ -32,10 +32,15 @@ inline __m128i PredictVector(GradientRule, __m128i left, __m128i above, __m128i 
     return _mm_add_epi8(difference, above);
 }
 
+/// The median of three, of which `gradient` comes last.
+inline __m128i MedianOf(__m128i left, __m128i above, __m128i gradient)
+{
+    return _mm_min_epu8(_mm_max_epu8(left, above), _mm_max_epu8(_mm_min_epu8(left, above), gradient));
+}
+
 inline __m128i PredictVector(MedianRule, __m128i left, __m128i above, __m128i aboveLeft)
 {
-    const __m128i gradient = PredictVector(GradientRule(), left, above, aboveLeft);
-    return _mm_min_epu8(_mm_max_epu8(left, above), _mm_max_epu8(_mm_min_epu8(left, above), gradient));
+    return MedianOf(left, above, PredictVector(GradientRule(), left, above, aboveLeft));
 }
 
 } // namespace imgproc

@@ -11,9 +11,10 @@
 
 namespace imgproc {
 
-/// Writes the residuals of `source` to `target`, which does not overlap it.
+/// Writes the residuals of `source` to `target`, which does not overlap it, and adds what
+/// entropy::CountSymbols counts of them to 256 `frequencies`.
 using PredictKernel = void(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                           PredictMethod method);
+                           PredictMethod method, uint64_t* frequencies);
 /// Turns samples into residuals where they stand.
 using InPlaceKernel = void(const PlaneInfo& view, int width, int height, PredictMethod method);
 /// Turns the residuals of blocks of one width, which do not overlap, back into samples.
@@ -22,9 +23,10 @@ using UnpredictKernel = void(std::span<const BlockView> blocks, int width, Predi
 /// to the sum of each method: 128 where the prediction is perfect, 0 where it is worst. The sums wrap at 32
 /// bits.
 using ScoreKernel = PredictorScores(const ConstPlaneInfo& view, int width, int height);
-/// Scores of `source` and its residuals by `method` in `target` in one pass. The two do not overlap.
+/// The two in one pass: scores of `source`, its residuals by `method` in `target`, and their counts.
 using ScoreAndPredictKernel = PredictorScores(const ConstPlaneInfo& source, const PlaneInfo& target,
-                                              int width, int height, PredictMethod method);
+                                              int width, int height, PredictMethod method,
+                                              uint64_t* frequencies);
 
 // The meaning, one sample at a time.
 PredictKernel PredictScalar;

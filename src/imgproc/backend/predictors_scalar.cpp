@@ -1,4 +1,5 @@
 // The predictors sample by sample. This is their meaning; the vector forms give the same bytes.
+#include "entropy/count_symbols.h"
 #include "imgproc/backend/predictor_rows_scalar.h"
 #include "imgproc/backend/predictor_rule.h"
 #include "imgproc/backend/predictors.h"
@@ -9,7 +10,7 @@
 namespace imgproc {
 
 void PredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                   PredictMethod method)
+                   PredictMethod method, uint64_t* frequencies)
 {
     if (width <= 0 || height <= 0)
         return;
@@ -18,6 +19,7 @@ void PredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int wi
         for (int r = 1; r < height; ++r)
             PredictRowScalar(rule, RowAt(source, r), RowAt(source, r - 1), RowAt(target, r), width);
     });
+    entropy::CountSymbols(target.data, width, height, target.pitch, frequencies);
 }
 
 void PredictInPlaceScalar(const PlaneInfo& view, int width, int height, PredictMethod method)
@@ -68,9 +70,9 @@ PredictorScores ScorePredictorsScalar(const ConstPlaneInfo& view, int width, int
 }
 
 PredictorScores ScoreAndPredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                      int height, PredictMethod method)
+                                      int height, PredictMethod method, uint64_t* frequencies)
 {
-    PredictScalar(source, target, width, height, method);
+    PredictScalar(source, target, width, height, method, frequencies);
     return ScorePredictorsScalar(source, width, height);
 }
 

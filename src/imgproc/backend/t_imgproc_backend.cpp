@@ -16,9 +16,10 @@ PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const ConstPl
 
 template <class Sample, int bits>
 void TImgProcBackendBase<Sample, bits>::Predict(const ConstPlaneInfo& source, const PlaneInfo& target,
-                                                int width, int height, PredictMethod method) const
+                                                int width, int height, PredictMethod method,
+                                                uint64_t* frequencies) const
 {
-    kPredictors.predict(source, target, width, height, method);
+    kPredictors.predict(source, target, width, height, method, frequencies);
 }
 
 template <class Sample, int bits>
@@ -38,9 +39,10 @@ void TImgProcBackendBase<Sample, bits>::Unpredict(std::span<const BlockView> blo
 template <class Sample, int bits>
 PredictorScores TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const ConstPlaneInfo& source,
                                                                    const PlaneInfo& target, int width,
-                                                                   int height, PredictMethod method) const
+                                                                   int height, PredictMethod method,
+                                                                   uint64_t* frequencies) const
 {
-    return kPredictors.scoreAndPredict(source, target, width, height, method);
+    return kPredictors.scoreAndPredict(source, target, width, height, method, frequencies);
 }
 
 template class TImgProcBackendBase<unsigned char, 8>;
