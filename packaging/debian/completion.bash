@@ -23,8 +23,8 @@ _orvane()
     if [[ -z $words && ($current == -* || -z $command || $command == config) ]]; then
         case $command in
             '') words="$commands --help --version --quiet --force --max-pixels" ;;
-            encode) words="--output --format --lossless --method --threads --interlaced --no-interlaced --matrix --full-range
-                --no-full-range --interpolate --no-interpolate --fps --raw --verify $everywhere" ;;
+            encode) words="--output --format --lossless --method --threads --interlaced --no-interlaced --matrix
+                --full-range --no-full-range --interpolate --no-interpolate --fps --raw --verify $everywhere" ;;
             decode) words="--output --to --frames --threads --no-check --hold $everywhere" ;;
             info) words="--frames --json $everywhere" ;;
             verify) words="--against --after-conversion --raw --strict $everywhere" ;;
