@@ -80,7 +80,10 @@ orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(WIN32) # where no test can choose a profile of its own, and logs are in the profile
   set_tests_properties(driver surroundings PROPERTIES RESOURCE_LOCK profile)
 endif()
-# Where memory can be made to run out.
+# Where allocations are counted, or can be made to fail.
+foreach(name threading core driver)
+  target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/memory/own_new.cpp)
+endforeach()
 foreach(name threading driver)
   target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/memory/allocation_budget.cpp)
 endforeach()
@@ -110,6 +113,7 @@ if(TARGET orvane_tool)
   endif()
   target_sources(reliability_tests PRIVATE
     ${CMAKE_SOURCE_DIR}/src/driver/exports.cpp ${CMAKE_SOURCE_DIR}/tests/driver/${system}/process_state.cpp
+    ${CMAKE_SOURCE_DIR}/tests/support/memory/own_new.cpp
     ${CMAKE_SOURCE_DIR}/tests/tool/tool_test_support.cpp)
   set_source_files_properties(${CMAKE_SOURCE_DIR}/src/driver/exports.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   target_link_options(reliability_tests PRIVATE -Wl,--wrap=calloc,--wrap=free)

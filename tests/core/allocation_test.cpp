@@ -2,50 +2,33 @@
 // plane memory comes from calloc and is watched through the arenas' addresses instead.
 
 #include "support/codec_run.h"
+#include "support/memory/own_new.h"
 #include "support/picture_maker.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ORVANE_OWN_NEW 0
-#else
-#define ORVANE_OWN_NEW 1
-#endif
 
 namespace {
 std::atomic<size_t> allocations{0};
 }
 
-#if ORVANE_OWN_NEW
-// Not inlined: a compiler that sees malloc on one side only takes the pair for a mismatch.
-[[gnu::noinline]] void* operator new(std::size_t size)
+void* AllocateForNew(size_t size) noexcept
 {
     ++allocations;
-    if (void* memory = std::malloc(size ? size : 1))
-        return memory;
-    throw std::bad_alloc();
+    return std::malloc(size);
 }
-[[gnu::noinline]] void operator delete(void* memory) noexcept
+
+void ReleaseForDelete(void* memory) noexcept
 {
     std::free(memory);
 }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-#endif
 
 namespace {
 
 TEST(Allocation, AFrameInSteadyStateAllocatesNothing)
 {
-#if !ORVANE_OWN_NEW
-    GTEST_SKIP() << "a sanitizer owns operator new";
-#endif
     Orvane probe(true, true);
     probe.ApplyDecodeSettings({.DecompSettings_YUV400 = 255,
                                .DecompSettings_YUV420 = 255,

@@ -1,11 +1,12 @@
 #include "reliability/memory_faults.h"
 
+#include "support/memory/own_new.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <functional>
 #include <limits>
 #include <mutex>
-#include <new>
 #include <unordered_set>
 
 extern "C" {
@@ -66,8 +67,14 @@ void* Note(void* memory)
     return memory;
 }
 
-// Not inlined: a compiler that sees malloc on one side only takes the pair for a mismatch.
-[[gnu::noinline]] void Release(void* memory)
+} // namespace
+
+void* AllocateForNew(size_t size) noexcept
+{
+    return MayAllocate() ? Note(std::malloc(size)) : nullptr;
+}
+
+void ReleaseForDelete(void* memory) noexcept
 {
     if (memory && watching) {
         const std::lock_guard lock(Held().mutex);
@@ -75,20 +82,6 @@ void* Note(void* memory)
     }
     __real_free(memory);
 }
-
-[[gnu::noinline]] void* Allocate(size_t size)
-{
-    return MayAllocate() ? Note(std::malloc(size == 0 ? 1 : size)) : nullptr;
-}
-
-void* AllocateOrThrow(size_t size)
-{
-    if (void* const memory = Allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-} // namespace
 
 AllocationFault::AllocationFault(long index, Kind kind) : first(index)
 {
@@ -141,38 +134,5 @@ void* __wrap_calloc(size_t count, size_t size)
 }
 void __wrap_free(void* memory)
 {
-    Release(memory);
-}
-
-void* operator new(size_t size)
-{
-    return AllocateOrThrow(size);
-}
-void* operator new[](size_t size)
-{
-    return AllocateOrThrow(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-void* operator new[](size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept
-{
-    Release(memory);
-}
-void operator delete[](void* memory) noexcept
-{
-    Release(memory);
-}
-void operator delete(void* memory, size_t) noexcept
-{
-    Release(memory);
-}
-void operator delete[](void* memory, size_t) noexcept
-{
-    Release(memory);
+    ReleaseForDelete(memory);
 }
