@@ -56,7 +56,7 @@ class LivingWindows
         const std::lock_guard guard(lock);
         entries.push_back({window, object});
         return true;
-    } catch (...) {
+    } catch (...) { // out of memory
         return false;
     }
     void Remove(HWND window) noexcept

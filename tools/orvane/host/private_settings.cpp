@@ -80,7 +80,7 @@ PrivateSettings::PrivateSettings() : usersStore(platform::PathFromEnvironment(kS
     try {
         for (const StoredKey& key : keys)
             Write(key.path, key.values);
-    } catch (...) {
+    } catch (...) { // whatever it is goes on, once the user has the own store again
         GiveBack();
         throw;
     }
