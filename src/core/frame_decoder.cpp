@@ -6,7 +6,7 @@
 
 #include "core/frame_decoder.h"
 
-#include "core/picture_layout.h"
+#include "common/frame_match.h"
 #include "entropy/length_table.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "core/frame_parser.h"
 
+#include "common/frame_match.h"
 #include "core/frame_layout.h"
 #include "entropy/length_table.h"
 
@@ -18,20 +19,6 @@ uint32_t WordAt(FrameBytes frame, uint64_t offset)
     return word;
 }
 
-/// Whether a frame of this header can be read under this configuration record. The version itself need not
-/// match.
-bool BelongsTo(const FrameHeader& frame, const FrameHeader& config)
-{
-    const auto matrix = [](const FrameHeader& header) {
-        return EffectiveMatrix(header.formatCode, header.colorMatrix);
-    };
-    constexpr uint32_t compared = kFlagInterlaced | kFlagFullRange;
-    return frame.version <= kFrameVersion && frame.formatCode == config.formatCode &&
-           frame.maxCodeLength == config.maxCodeLength && matrix(frame) == matrix(config) &&
-           (frame.flags & compared) == (config.flags & compared) && frame.width == config.width &&
-           frame.height == config.height && StoredCoderType(frame) == StoredCoderType(config);
-}
-
 } // namespace
 
 FrameStart ParseFrameStart(FrameBytes frame, const FrameHeader& config)
@@ -46,7 +33,7 @@ FrameStart ParseFrameStart(FrameBytes frame, const FrameHeader& config)
     // A header size of 0 passes and puts the offset table over the header.
     if (frame.size() < header.headerSize)
         return {FrameStatus::DamagedFrame};
-    if (!BelongsTo(header, config))
+    if (FindMismatch(header, config) != HeaderMismatch::None)
         return {FrameStatus::ForeignFrame};
     return {FrameStatus::Ok, header.headerSize, header.blockHeight ? header.blockHeight : config.blockHeight};
 }

@@ -11,9 +11,6 @@
 /// Rows are addressed with signed 32-bit offsets.
 inline constexpr uint64_t kMaxPlaneBytes = std::numeric_limits<int32_t>::max();
 
-/// A picture may have this many blocks, over all planes, and no more.
-inline constexpr uint64_t kMaxBlocks = uint64_t{1} << 20;
-
 /// Least pitch of a host plane: its row bytes rounded up to `alignment`.
 inline uint64_t LeastPitch(const imgproc::ImgProcFrontend& frontend, size_t plane, uint32_t width,
                            int alignment)

@@ -1,6 +1,7 @@
 // What the routing table answers: which pairs of formats, and which sizes, this codec takes.
 
 #include "common/align_up.h"
+#include "common/frame_match.h"
 #include "core/block_list.h"
 #include "core/config_record.h"
 #include "core/frame_layout.h"

@@ -1,6 +1,6 @@
 #include "surroundings/dialog_parts.h"
 
-#include "driver/settings/settings_table.h"
+#include "common/thread_limit.h"
 #include "platform/processor_count.h"
 #include "surroundings/resource_ids.h"
 
@@ -19,7 +19,7 @@ void ShowVersion(ControlPort& controls)
 
 void InitThreads(ControlPort& controls)
 {
-    controls.AddUpDown(CONTROL_THREADS, 1, settings::kMaxThreads);
+    controls.AddUpDown(CONTROL_THREADS, 1, kMaxThreads);
 }
 
 void FillThreads(ControlPort& controls, uint32_t count, uint32_t automatic)

@@ -3,6 +3,8 @@
 // waits for every doneEvent, closes goEvent and opens releaseEvent.
 #include "threading/worker_pool.h"
 
+#include "common/thread_limit.h"
+
 #include "common/as_size.h"
 #include "platform/processor_count.h"
 #include "platform/thread.h"

@@ -12,9 +12,6 @@
 
 namespace threading {
 
-/// 64 at most, the caller included.
-inline constexpr int kMaxThreads = 64;
-
 /// The processors of this system.
 int GetProcessorCount() noexcept;
 

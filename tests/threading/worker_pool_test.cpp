@@ -1,5 +1,6 @@
 #include "threading/worker_pool.h"
 
+#include "common/thread_limit.h"
 #include "platform/thread_start_hook.h"
 #include "support/eventually.h"
 #include "support/long_tests.h"
@@ -38,7 +39,7 @@ void ExpectEveryIndexOnce(WorkerPool& pool, int count)
 /// The threads that take part in runs: each index waits until all of them have one, or gives up in the end.
 int ThreadsAtWork(WorkerPool& pool, int expected)
 {
-    std::vector<std::atomic<int>> seen(threading::kMaxThreads);
+    std::vector<std::atomic<int>> seen(kMaxThreads);
     std::atomic<int> arrived{0};
     pool.Run(expected, [&](int, int threadIndex) {
         ++seen[static_cast<size_t>(threadIndex)];
@@ -131,7 +132,7 @@ TEST(WorkerPool, IndicesAreHandedOutInRisingOrderToEachThread)
 TEST(WorkerPool, EveryIndexRunsOnceForEveryThreadCountAndItemCount)
 {
     WorkerPool pool;
-    for (int threads = 1; threads <= threading::kMaxThreads; ++threads) {
+    for (int threads = 1; threads <= kMaxThreads; ++threads) {
         pool.SetThreadCount(threads);
         for (const int count : {0, 1, 2, threads - 1, threads, threads + 1, 3 * threads, 500})
             ExpectEveryIndexOnce(pool, count);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "common/settings_records.h"
+#include "common/thread_limit.h"
 
 #include <cstdint>
 
@@ -50,7 +51,6 @@ constexpr ValueRule BitsRule(uint32_t bits)
 }
 
 inline constexpr ValueRule kFlagRule = RangeRule(0, 1);
-inline constexpr uint32_t kMaxThreads = 64;
 inline constexpr ValueRule kThreadsRule = RangeRule(1, kMaxThreads);
 
 /// How a value gets from the store into its field.

@@ -34,7 +34,8 @@ struct FrameChecksums {
     std::vector<uint32_t> blocks;
 };
 
-inline constexpr int kChecksumBandRows = 28;
+/// A band of the checksums is a band of a frame.
+inline constexpr int kChecksumBandRows = kBlockHeight;
 
 /// Hashes frames of a stream and their pictures. Threads may share one.
 class FrameHasher

@@ -1,12 +1,11 @@
 #include "files/frame_structure.h"
 
+#include "common/frame_match.h"
 #include "files/little_endian.h"
 
 #include <algorithm>
 
 namespace {
-
-constexpr uint64_t kMaxBlocks = 1 << 20;
 
 FrameStructure Faulty(std::string fault)
 {
@@ -19,19 +18,20 @@ FrameStructure Faulty(std::string fault)
 
 std::optional<std::string> HeaderFault(const FrameHeader& header, const FrameHeader& record)
 {
-    constexpr uint32_t kCompared = kFlagInterlaced | kFlagFullRange;
-    if (header.version > kFrameVersion)
+    switch (FindMismatch(header, record)) {
+    case HeaderMismatch::None:
+        return std::nullopt;
+    case HeaderMismatch::Version:
         return "unknown version " + std::to_string(header.version);
-    if (header.formatCode != record.formatCode)
+    case HeaderMismatch::Format:
         return "frame of another format";
-    if (header.width != record.width || header.height != record.height)
+    case HeaderMismatch::Size:
         return "frame of another size";
-    if (header.maxCodeLength != record.maxCodeLength || StoredCoderType(header) != StoredCoderType(record))
+    case HeaderMismatch::Coding:
         return "frame of another kind of coding";
-    if ((header.flags & kCompared) != (record.flags & kCompared) ||
-        EffectiveMatrix(header.formatCode, header.colorMatrix) !=
-            EffectiveMatrix(record.formatCode, record.colorMatrix))
+    case HeaderMismatch::Colour:
         return "frame with other colour or interlace";
+    }
     return std::nullopt;
 }
 
