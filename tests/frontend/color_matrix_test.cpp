@@ -48,8 +48,8 @@ class PairsRow
                 planes[k][x] = static_cast<uint8_t>(Channels(first, x)[k]);
     }
 
-    SplitRow ToSplit() const { return {pixels, planes}; }
-    JoinRow ToJoin() const { return {pixels, {planes[0], planes[1], planes[2]}}; }
+    SplitRow ToSplit() const { return {pixels, pixels, planes}; }
+    JoinRow ToJoin() const { return {pixels, pixels, {planes[0], planes[1], planes[2]}}; }
 
     uint8_t* pixels;
     std::array<uint8_t*, 4> planes{};
@@ -128,7 +128,7 @@ PlainPixel Forward(ColorStandard standard, int r, int g, int b)
 {
     alignas(16) uint8_t pixel[] = {static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b)};
     uint8_t samples[3];
-    ThreePlanes::Forms()[0].split({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
+    ThreePlanes::Forms()[0].split({pixel, pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
                                   kMatrices[static_cast<size_t>(standard)]);
     return {samples[0], samples[1], samples[2], 0};
 }
@@ -137,7 +137,7 @@ PlainPixel Inverse(ColorStandard standard, int y, int u, int v)
 {
     uint8_t pixel[3];
     uint8_t samples[] = {static_cast<uint8_t>(y), static_cast<uint8_t>(u), static_cast<uint8_t>(v)};
-    ThreePlanes::Forms()[0].join({pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
+    ThreePlanes::Forms()[0].join({pixel, pixel, {samples, samples + 1, samples + 2, nullptr}}, 1,
                                  kMatrices[static_cast<size_t>(standard)]);
     return {pixel[0], pixel[1], pixel[2], 0};
 }

@@ -6,6 +6,7 @@
 #include "imgproc/frontend/packed_frontends.h"
 #include "support/exact_buffer.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -87,6 +88,7 @@ class PictureRun
     {
         for (int i = 0; i < rows; ++i)
             kernel({RowAt(bandPicture[0], i),
+                    RowAt(bandPicture[0], std::min(i + 1, rows - 1)),
                     {RowAt(bandPlanes[0], i), RowAt(bandPlanes[1], i), RowAt(bandPlanes[2], i),
                      RowAt(bandPlanes[3], i)}},
                    shape.width, frontend.colorMatrix);

@@ -3,6 +3,7 @@
 #include "common/trace.h"
 #include "common/vector_level.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace imgproc {
@@ -15,6 +16,7 @@ void WalkRows(void (*kernel)(Row, int, const ColorMatrix*), const Picture& pictu
 {
     for (int i = 0; i < rows; ++i) {
         const Row row{RowAt(picture[0], i),
+                      RowAt(picture[0], std::min(i + 1, rows - 1)),
                       {RowAt(planes[0], i), RowAt(planes[1], i), RowAt(planes[2], i), RowAt(planes[3], i)}};
         kernel(row, width, matrix);
     }

@@ -4,8 +4,11 @@
 //   lead     0 to 15 pixels up to a boundary, pixel by pixel
 //   body     whole vectors, aligned loads and stores
 //   tail     0 to 15 pixels, pixel by pixel
+//
+// The body fetches the lines of the next picture row.
 #pragma once
 
+#include "common/compiler.h"
 #include "common/unrolled.h"
 #include "imgproc/frontend/color_steps_sse2.h"
 #include "imgproc/frontend/interleave_sse2.h"
@@ -38,6 +41,7 @@ void SplitVectors(SplitRow row, Step step, int begin, int end)
     Unrolled<planes>(
         [&]([[maybe_unused]] auto p) { assert(begin == end || IsVectorAligned(row.planes[p] + begin)); });
     for (int x = begin; x < end; x += 16) {
+        Prefetch(row.next + x * kPixelBytes);
         const PixelVectors bytes = LoadPixels<kPixelBytes>(row.pixels + x * kPixelBytes);
         PixelVectors channels = bytes;
         Unrolled<kPixelBytes>([&](auto k) { channels.at[k] = bytes.at[Order::kPositions[k]]; });
@@ -58,6 +62,7 @@ void JoinVectors(JoinRow row, Step step, int begin, int end)
     const PixelVectors missing{
         {all(kMissing.at[0]), all(kMissing.at[1]), all(kMissing.at[2]), all(kMissing.at[3])}};
     for (int x = begin; x < end; x += 16) {
+        Prefetch(row.next + x * kPixelBytes);
         PixelVectors samples = missing;
         Unrolled<planes>([&](auto p) { samples.at[p] = _mm_load_si128(VectorAt(row.planes[p] + x)); });
         const PixelVectors channels = InverseVectors<planes>(step, samples);

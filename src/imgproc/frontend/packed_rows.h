@@ -15,6 +15,7 @@ namespace imgproc {
 template <class Pixel, class Sample>
 struct BasicPackedRow {
     Pixel* pixels;
+    Pixel* next; ///< a picture row of the same length that is walked soon, or this one: its lines are fetched
     std::array<Sample*, kMaxPlanes> planes;
 };
 

@@ -1,4 +1,5 @@
 // Kernels of the packed 4:2:2 layouts. No arithmetic: samples are moved.
+#include "common/compiler.h"
 #include "imgproc/frontend/packed_rows.h"
 #ifdef ORVANE_SSE2
 #include "imgproc/frontend/sse2_bytes.h"
@@ -82,6 +83,7 @@ void SplitRow422Sse2(SplitRow row, int width, const ColorMatrix*)
     SplitPairs<Order, lumaOnly>(row, 0, cut.lead);
     for (int j = cut.lead; j < cut.bodyEnd; j += kBodyPairs) {
         const uint8_t* const pairs = row.pixels + 4 * j;
+        Prefetch(row.next + 4 * j);
         const __m128i m0 = _mm_load_si128(VectorAt(pairs));
         const __m128i m1 = _mm_load_si128(VectorAt(pairs + 16));
         const __m128i m2 = _mm_load_si128(VectorAt(pairs + 32));
@@ -128,6 +130,7 @@ void JoinRow422Sse2(JoinRow row, int width, const ColorMatrix*)
         }
         const uint8_t* const luma = row.planes[0] + 2 * j;
         uint8_t* const pairs = row.pixels + 4 * j;
+        Prefetch(row.next + 4 * j);
         const __m128i first = kVFirst<Order> ? v : u;
         const __m128i second = kVFirst<Order> ? u : v;
         StorePairs<Order>(pairs, _mm_load_si128(VectorAt(luma)), _mm_unpacklo_epi8(first, second));
