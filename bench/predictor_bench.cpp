@@ -70,7 +70,7 @@ void RegisterForm(const PredictorKernels& form, int width, int rows)
         const std::string suffix = std::string("/") + row.name + "/" + form.name;
         Register("Predict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
             std::array<uint64_t, 256> counts{};
-            form.predict(source.View(), target.View(), width, rows, method, counts.data());
+            form.predict(source.View(), target.View(), width, rows, method, counts.data(), {});
             benchmark::DoNotOptimize(counts);
         });
         Register("PredictInPlace" + suffix, width, rows, [=, &form](const Block& source, const Block&) {
@@ -87,7 +87,7 @@ void RegisterForm(const PredictorKernels& form, int width, int rows)
     Register("ScoreAndPredict" + suffix, width, rows, [=, &form](const Block& source, const Block& target) {
         std::array<uint64_t, 256> counts{};
         benchmark::DoNotOptimize(form.scoreAndPredict(source.View(), target.View(), width, rows,
-                                                      PredictMethod::Median, counts.data()));
+                                                      PredictMethod::Median, counts.data(), {}));
         benchmark::DoNotOptimize(counts);
     });
 }

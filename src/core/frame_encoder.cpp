@@ -53,6 +53,18 @@ PlaneArray PlaceResiduals(const RunPlan& plan, const PlaneArray& ownCoded, const
     return planes;
 }
 
+/// The rows below a set of a block's rows that this thread works on soon. Where there are several threads,
+/// another one does.
+imgproc::RowsBelow WorkBelow(const EncodeCall& call, const BlockInfo& block, const RowSet& set)
+{
+    if (call.workers.ThreadCount() > 1)
+        return {};
+    const PlanePlan& plane = call.plan.coded[block.plane];
+    const int rows = (plane.rows - block.firstRow - block.rows) / set.stride;
+    assert(rows >= 0);
+    return {plane.storage == Storage::Scratch ? 0 : rows, rows};
+}
+
 /// The residuals of a block from its samples, and their counts.
 void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWindow& source, size_t thread)
 {
@@ -76,7 +88,7 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
         for (const RowSet& set : sets)
             sum += inPlace ? backend.ScorePredictors(set.Of(from), block.width, set.rows)
                            : backend.ScoreAndPredict(set.Of(from), set.Of(to), block.width, set.rows, guess,
-                                                     block.frequencies.data());
+                                                     block.frequencies.data(), WorkBelow(call, block, set));
         method = BestPredictor(sum);
         predicted = method == guess && !inPlace;
     }
@@ -90,7 +102,7 @@ void PredictBlock(const EncodeCall& call, BlockInfo& block, const ConstPlaneWind
                 backend.PredictInPlace(set.Of(to), block.width, set.rows, method);
             else
                 backend.Predict(set.Of(from), set.Of(to), block.width, set.rows, method,
-                                block.frequencies.data());
+                                block.frequencies.data(), WorkBelow(call, block, set));
         }
     }
     if (call.plan.coderType != CoderType::InFrame)

@@ -89,7 +89,7 @@ TEST(PredictorForms, ForwardOutOfPlaceGivesTheBytesOfTheFormInPlaceAndCountsThem
             GuardedBlock source(samples);
             GuardedBlock actual(target);
             Counts counts = before;
-            form.predict(source.View(), actual.View(), width, height, method, counts.data());
+            form.predict(source.View(), actual.View(), width, height, method, counts.data(), {});
             ASSERT_EQ(counts, after) << form.name << " " << samples.Geometry() << " " << method;
             ASSERT_TRUE(SameBlock(actual, expected))
                 << form.name << " " << samples.Geometry() << " " << method;
@@ -191,14 +191,15 @@ TEST(PredictorForms, ScoresAreThoseOfTheScalarForm)
         const PredictMethod method = kMethods[random() % std::size(kMethods)];
         const Counts before = SomeCounts(random);
         Counts after = before;
-        kReference.predict(block.View(), residuals.View(), width, height, method, after.data());
+        kReference.predict(block.View(), residuals.View(), width, height, method, after.data(), {});
         for (const PredictorKernels& form : kPredictorImplementations) {
             ASSERT_EQ(form.scorePredictors(block.View(), width, height), expected)
                 << form.name << " " << samples.Geometry();
             GuardedBlock actual(target);
             Counts counts = before;
-            ASSERT_EQ(form.scoreAndPredict(block.View(), actual.View(), width, height, method, counts.data()),
-                      expected)
+            ASSERT_EQ(
+                form.scoreAndPredict(block.View(), actual.View(), width, height, method, counts.data(), {}),
+                expected)
                 << form.name << " " << samples.Geometry();
             ASSERT_EQ(counts, after) << form.name << " " << samples.Geometry();
             ASSERT_TRUE(SameBlock(actual, residuals)) << form.name << " " << samples.Geometry();
@@ -263,10 +264,10 @@ TEST(PredictorForms, FieldsAreScoredPredictedAndCountedOutOfPlace)
                         const ConstPlaneInfo from = FieldOf(samples.View(), field);
                         const PlaneInfo to = FieldOf(actual.View(), field);
                         if (!scored)
-                            form.predict(from, to, width, height / 2, method, counts.data());
+                            form.predict(from, to, width, height / 2, method, counts.data(), {});
                         else
                             ASSERT_EQ(
-                                form.scoreAndPredict(from, to, width, height / 2, method, counts.data()),
+                                form.scoreAndPredict(from, to, width, height / 2, method, counts.data(), {}),
                                 kReference.scorePredictors(from, width, height / 2));
                     }
                     ASSERT_TRUE(SameBlock(actual, wanted))
@@ -274,6 +275,38 @@ TEST(PredictorForms, FieldsAreScoredPredictedAndCountedOutOfPlace)
                     ASSERT_EQ(counts, counted) << form.name << " " << samples.Geometry() << " " << method;
                 }
         }
+    }
+}
+
+TEST(PredictorForms, RowsBelowABlockAreLeftAlone)
+{
+    std::mt19937 random(TestSeed());
+    for (int round = 0; round < 300; ++round) {
+        const int width = 1 + static_cast<int>(random() % 200);
+        const int height = 1 + static_cast<int>(random() % 30);
+        const RowsBelow below = {static_cast<int>(random() % 8), static_cast<int>(random() % 8)};
+        GuardedBlock samples =
+            MakeBlock({width, height + below.source, RandomPitch(width, random), 5}, random);
+        const GuardedBlock target =
+            MakeBlock({width, height + below.target, RandomPitch(width, random), 3}, random);
+        const PredictMethod method = kMethods[random() % 3];
+        GuardedBlock expected(target);
+        Counts after{};
+        kReference.predict(samples.View(), expected.View(), width, height, method, after.data(), {});
+        const GuardedBlock before(samples);
+        for (const PredictorKernels& form : kPredictorImplementations)
+            for (const bool scored : {false, true}) {
+                GuardedBlock actual(target);
+                Counts counts{};
+                if (scored)
+                    form.scoreAndPredict(samples.View(), actual.View(), width, height, method, counts.data(),
+                                         below);
+                else
+                    form.predict(samples.View(), actual.View(), width, height, method, counts.data(), below);
+                ASSERT_TRUE(SameBlock(actual, expected)) << form.name << " " << samples.Geometry();
+                ASSERT_EQ(counts, after) << form.name << " " << samples.Geometry();
+                ASSERT_TRUE(SameBlock(samples, before)) << form.name << " " << samples.Geometry();
+            }
     }
 }
 
@@ -296,7 +329,7 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                 const PlaneInfo residuals = {target.get() + start, pitch};
                 for (const PredictorKernels& form : kPredictorImplementations) {
                     for (const PredictMethod method : kMethods) {
-                        form.predict(view, residuals, width, height, method, counts.data());
+                        form.predict(view, residuals, width, height, method, counts.data(), {});
                         form.UnpredictOne(residuals, width, height, method);
                         ASSERT_TRUE(std::equal(before.begin(), before.end(), target.get()))
                             << form.name << " " << width << " x " << height;
@@ -307,7 +340,7 @@ TEST(PredictorForms, NothingOutsideTheBlockIsReadOrWritten)
                     }
                     const PredictorScores scores = form.scorePredictors(view, width, height);
                     ASSERT_EQ(form.scoreAndPredict(view, residuals, width, height, PredictMethod::Median,
-                                                   counts.data()),
+                                                   counts.data(), {}),
                               scores);
                 }
             }

@@ -200,13 +200,13 @@ TEST_P(PredictorRule, EmptyBlocksAreLeftAlone)
     for (const auto& [width, height] : {std::pair(0, 4), std::pair(4, 0), std::pair(0, 0), std::pair(-1, 4),
                                         std::pair(4, -1), std::pair(INT32_MIN, 9), std::pair(9, INT32_MIN)}) {
         for (const PredictMethod method : kMethods) {
-            form.predict(block.View(), target.View(), width, height, method, counts.data());
+            form.predict(block.View(), target.View(), width, height, method, counts.data(), {});
             form.predictInPlace(block.View(), width, height, method);
             form.UnpredictOne(block.View(), width, height, method);
         }
         EXPECT_EQ(form.scorePredictors(block.View(), width, height), PredictorScores());
         EXPECT_EQ(form.scoreAndPredict(block.View(), target.View(), width, height, PredictMethod::Median,
-                                       counts.data()),
+                                       counts.data(), {}),
                   PredictorScores());
     }
     EXPECT_TRUE(SameBlock(block, before));

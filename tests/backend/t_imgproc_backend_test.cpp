@@ -78,9 +78,10 @@ TEST(TImgProcBackend, EveryLayoutRunsThePredictorsOfItsSampleType)
                 GuardedBlock target(samples);
                 uint64_t counts[256] = {};
                 if (scored)
-                    row.backend.ScoreAndPredict(samples.View(), target.View(), width, height, method, counts);
+                    row.backend.ScoreAndPredict(samples.View(), target.View(), width, height, method, counts,
+                                                {});
                 else
-                    row.backend.Predict(samples.View(), target.View(), width, height, method, counts);
+                    row.backend.Predict(samples.View(), target.View(), width, height, method, counts, {});
                 EXPECT_TRUE(SameBlock(target, expected));
                 EXPECT_EQ(std::accumulate(std::begin(counts), std::end(counts), uint64_t{0}),
                           uint64_t{(width + 3) / 4 * height});

@@ -17,6 +17,12 @@ struct BlockView {
     int height;
 };
 
+/// Rows behind a block of each plane that are worked on soon. Some of them are fetched; 0: none are there.
+struct RowsBelow {
+    int source = 0;
+    int target = 0;
+};
+
 /// How well each predictor suits a block: the higher the better.
 struct PredictorScores {
     uint32_t left = 0;
@@ -56,7 +62,7 @@ class ImgProcBackend
     /// entropy::CountSymbols counts of them to `frequencies`, a counter for each symbol. width, height: 1 or
     /// more.
     virtual void Predict(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                         PredictMethod method, uint64_t* frequencies) const = 0;
+                         PredictMethod method, uint64_t* frequencies, const RowsBelow& below) const = 0;
     /// Turns the samples of a block into their residuals. width, height: 1 or more.
     virtual void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const = 0;
     /// Turns the residuals of blocks of one width, which do not overlap, back into samples. width, heights: 1
@@ -65,8 +71,8 @@ class ImgProcBackend
 
     /// ScorePredictors and Predict in one pass over the block.
     virtual PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                            int height, PredictMethod method,
-                                            uint64_t* frequencies) const = 0;
+                                            int height, PredictMethod method, uint64_t* frequencies,
+                                            const RowsBelow& below) const = 0;
 };
 
 } // namespace imgproc

@@ -29,7 +29,7 @@ struct NoScores {
 /// scores  NoScores, or ScoreSums, to which the rows are added
 template <class Scores>
 void PredictAndCount(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                     PredictMethod method, uint64_t* frequencies, Scores& scores)
+                     PredictMethod method, uint64_t* frequencies, const RowsBelow& below, Scores& scores)
 {
     entropy::SymbolCounter counter;
     const auto predictRow = [&](auto rule, int r) {
@@ -37,11 +37,13 @@ void PredictAndCount(const ConstPlaneInfo& source, const PlaneInfo& target, int 
         const uint8_t* const above = RowAt(source, r - 1);
         uint8_t* const residuals = RowAt(target, r);
         const uint8_t* const counted = RowAt(target, r - 1);
-        const int fetchedRow = std::min(r + kRowsAhead, height - 1);
         int done = 0; // columns of `counted`
         PredictRowSse2(rule, row, above, residuals, width, [&](const RowCut& cut) {
-            const uint8_t* const fetchedSamples = RowAt(source, fetchedRow) + cut.BodyStart();
-            const uint8_t* const fetchedResiduals = RowAt(target, fetchedRow) + cut.BodyStart();
+            const auto fetched = [&](const auto& plane, int rowsBelow) {
+                return RowAt(plane, std::min(r + kRowsAhead, height - 1 + rowsBelow)) + cut.BodyStart();
+            };
+            const uint8_t* const fetchedSamples = fetched(source, below.source);
+            const uint8_t* const fetchedResiduals = fetched(target, below.target);
             Scores sums = scores;
             for (; done < cut.body; done += 16) {
                 Prefetch(fetchedSamples + done);
@@ -70,19 +72,20 @@ void PredictAndCount(const ConstPlaneInfo& source, const PlaneInfo& target, int 
 } // namespace
 
 void PredictSse2(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                 PredictMethod method, uint64_t* frequencies)
+                 PredictMethod method, uint64_t* frequencies, const RowsBelow& below)
 {
     NoScores none;
     if (width > 0 && height > 0)
-        PredictAndCount(source, target, width, height, method, frequencies, none);
+        PredictAndCount(source, target, width, height, method, frequencies, below, none);
 }
 
 PredictorScores ScoreAndPredictSse2(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                    int height, PredictMethod method, uint64_t* frequencies)
+                                    int height, PredictMethod method, uint64_t* frequencies,
+                                    const RowsBelow& below)
 {
     ScoreSums sums;
     if (width > 0 && height > 0)
-        PredictAndCount(source, target, width, height, method, frequencies, sums);
+        PredictAndCount(source, target, width, height, method, frequencies, below, sums);
     return sums.Total();
 }
 

@@ -12,9 +12,10 @@
 namespace imgproc {
 
 /// Writes the residuals of `source` to `target`, which does not overlap it, and adds what
-/// entropy::CountSymbols counts of them to 256 `frequencies`.
+/// entropy::CountSymbols counts of them to 256 `frequencies`. Rows below the block may be fetched, and are
+/// neither read nor written.
 using PredictKernel = void(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                           PredictMethod method, uint64_t* frequencies);
+                           PredictMethod method, uint64_t* frequencies, const RowsBelow& below);
 /// Turns samples into residuals where they stand.
 using InPlaceKernel = void(const PlaneInfo& view, int width, int height, PredictMethod method);
 /// Turns the residuals of blocks of one width, which do not overlap, back into samples.
@@ -26,7 +27,7 @@ using ScoreKernel = PredictorScores(const ConstPlaneInfo& view, int width, int h
 /// The two in one pass: scores of `source`, its residuals by `method` in `target`, and their counts.
 using ScoreAndPredictKernel = PredictorScores(const ConstPlaneInfo& source, const PlaneInfo& target,
                                               int width, int height, PredictMethod method,
-                                              uint64_t* frequencies);
+                                              uint64_t* frequencies, const RowsBelow& below);
 
 // The meaning, one sample at a time.
 PredictKernel PredictScalar;

@@ -10,7 +10,7 @@
 namespace imgproc {
 
 void PredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                   PredictMethod method, uint64_t* frequencies)
+                   PredictMethod method, uint64_t* frequencies, const RowsBelow&)
 {
     if (width <= 0 || height <= 0)
         return;
@@ -70,9 +70,10 @@ PredictorScores ScorePredictorsScalar(const ConstPlaneInfo& view, int width, int
 }
 
 PredictorScores ScoreAndPredictScalar(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                      int height, PredictMethod method, uint64_t* frequencies)
+                                      int height, PredictMethod method, uint64_t* frequencies,
+                                      const RowsBelow& below)
 {
-    PredictScalar(source, target, width, height, method, frequencies);
+    PredictScalar(source, target, width, height, method, frequencies, below);
     return ScorePredictorsScalar(source, width, height);
 }
 

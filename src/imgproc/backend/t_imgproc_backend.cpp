@@ -17,9 +17,9 @@ PredictorScores TImgProcBackendBase<Sample, bits>::ScorePredictors(const ConstPl
 template <class Sample, int bits>
 void TImgProcBackendBase<Sample, bits>::Predict(const ConstPlaneInfo& source, const PlaneInfo& target,
                                                 int width, int height, PredictMethod method,
-                                                uint64_t* frequencies) const
+                                                uint64_t* frequencies, const RowsBelow& below) const
 {
-    kPredictors.predict(source, target, width, height, method, frequencies);
+    kPredictors.predict(source, target, width, height, method, frequencies, below);
 }
 
 template <class Sample, int bits>
@@ -37,12 +37,12 @@ void TImgProcBackendBase<Sample, bits>::Unpredict(std::span<const BlockView> blo
 }
 
 template <class Sample, int bits>
-PredictorScores TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const ConstPlaneInfo& source,
-                                                                   const PlaneInfo& target, int width,
-                                                                   int height, PredictMethod method,
-                                                                   uint64_t* frequencies) const
+PredictorScores
+TImgProcBackendBase<Sample, bits>::ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target,
+                                                   int width, int height, PredictMethod method,
+                                                   uint64_t* frequencies, const RowsBelow& below) const
 {
-    return kPredictors.scoreAndPredict(source, target, width, height, method, frequencies);
+    return kPredictors.scoreAndPredict(source, target, width, height, method, frequencies, below);
 }
 
 template class TImgProcBackendBase<unsigned char, 8>;

@@ -14,11 +14,12 @@ class TImgProcBackendBase : public ImgProcBackend
 
     PredictorScores ScorePredictors(const ConstPlaneInfo& view, int width, int height) const override;
     void Predict(const ConstPlaneInfo& source, const PlaneInfo& target, int width, int height,
-                 PredictMethod method, uint64_t* frequencies) const override;
+                 PredictMethod method, uint64_t* frequencies, const RowsBelow& below) const override;
     void PredictInPlace(const PlaneInfo& view, int width, int height, PredictMethod method) const override;
     void Unpredict(std::span<const BlockView> blocks, int width, PredictMethod method) const override;
     PredictorScores ScoreAndPredict(const ConstPlaneInfo& source, const PlaneInfo& target, int width,
-                                    int height, PredictMethod method, uint64_t* frequencies) const override;
+                                    int height, PredictMethod method, uint64_t* frequencies,
+                                    const RowsBelow& below) const override;
 };
 
 /// A plane layout: `comps` planes; those after the first are smaller by `hsub` and `vsub`.
