@@ -246,6 +246,26 @@ TEST(RouteTable, AnswersFromItsOwnSettings)
     EXPECT_TRUE(IsInterlaced(record));
 }
 
+TEST(RouteTable, PicturesEndWhereSignedOffsetsDo)
+{
+    struct Row {
+        FormatId host, code;
+        uint32_t width; // the largest of four rows
+        uint32_t step;
+    };
+    constexpr Row rows[] = {
+        {kHostBgra, kCodeRgba, 134'217'727, 1}, // the host's rows
+        {kHostI444, kCodeYuv444, 536'870'911, 1},
+        {kHostI444, kCodeYuv422, 536'870'896, 2}}; // rows of 16 samples behind a converter
+    RouteObjects objects;
+    const RouteTable table(objects, {});
+    for (const Row& row : rows) {
+        EXPECT_TRUE(table.CanCompress(row.host, row.code, row.width, 4)) << row.host << " as " << row.code;
+        EXPECT_FALSE(table.CanCompress(row.host, row.code, row.width + row.step, 4))
+            << row.host << " as " << row.code;
+    }
+}
+
 TEST(RouteTable, HasAlphaWhereTheDefaultHasFourPlanes)
 {
     RouteObjects objects;

@@ -4,6 +4,7 @@
 #include "driver/settings/accepted_input.h"
 #include "driver/settings/settings_io.h"
 #include "platform/processor_count.h"
+#include "support/input_labels.h"
 #include "support/test_store.h"
 
 #include <gtest/gtest.h>
@@ -159,6 +160,14 @@ TEST(AcceptedInput, CategoriesHaveTheirBits)
         EXPECT_EQ(kInputCategories[i].category, rows[i].category);
         EXPECT_EQ(CategoryBit(kInputCategories[i].category), rows[i].bit) << rows[i].category;
     }
+}
+
+TEST(AcceptedInput, LabelsNameEveryLayoutOfAFamilyOnce)
+{
+    constexpr const char* kLabels[] = {kRgbLabel,  kYuv444Label, kYuv422Label, kYuv420Label,
+                                       kGrayLabel, kRgbaLabel,   kYuvaLabel};
+    for (size_t i = 0; i < std::size(kLabels); ++i)
+        EXPECT_EQ(InputLabel(kInputCategories[i]), kLabels[i]);
 }
 
 TEST(AcceptedInput, EveryVariantHasARowAndTakesItsOwnCategory)

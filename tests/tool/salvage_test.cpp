@@ -114,6 +114,19 @@ TEST_F(Salvage, BareFramesAreAFile)
     EXPECT_EQ(PicturesOf(RunGood({"decode", Name("bad.avi"), "-o", "-"})), PicturesOf(y4m));
 }
 
+TEST_F(Salvage, BareFramesOfManyBlocksAreAFile)
+{
+    constexpr int kHeight = 800 * 28; // 2,400 blocks: their offsets take far more than code tables
+    RunGood({"encode", "-", "-o", Name("tall.avi")},
+            MakeY4m(4, kHeight, "F25:1 C420mpeg2", 4 * kHeight * 3 / 2, 2));
+    const Bytes tall = ReadFile(Name("tall.avi"));
+    const std::vector<Bytes> expected = FramesOf(tall, ReadAviBytes(tall));
+    Bytes bytes;
+    for (const Bytes& frame : expected)
+        PutBytes(bytes, frame);
+    EXPECT_TRUE(FramesOf(bytes, ReadAviBytes(bytes)) == expected);
+}
+
 TEST_F(Salvage, ZeroedHeadOfTheSecondSegmentLosesNothing)
 {
     MemorySink sink;
@@ -130,6 +143,22 @@ TEST_F(Salvage, ZeroedHeadOfTheSecondSegmentLosesNothing)
         std::fill_n(bytes.begin() + static_cast<ptrdiff_t>(second), count, uint8_t{0});
         ExpectAllBack(bytes, std::to_string(count) + " bytes");
     }
+}
+
+TEST_F(Salvage, FourCharactersInAFrameAreNoChunk)
+{
+    std::vector<Bytes> speaking = frames;
+    constexpr uint32_t kHeads[] = {avi::kStrh, avi::kIdx1, avi::kChecksums, MakeFourCC("ix00"), avi::kList};
+    for (size_t i = 0; i < std::size(kHeads); ++i)
+        SetWord(speaking[i], speaking[i].size() / 2, kHeads[i]);
+    MemorySink sink;
+    AviWriter writer(sink, {file.handler, 32, 56, file.rate, file.bitmapInfo});
+    for (const Bytes& frame : speaking)
+        writer.WriteFrame(frame);
+    writer.Finish({});
+    Bytes& bytes = sink.bytes;
+    std::fill_n(bytes.begin(), 12, uint8_t{0});
+    EXPECT_TRUE(FramesOf(bytes, ReadAviBytes(bytes)) == speaking);
 }
 
 TEST_F(Salvage, IndexDecidesTheOrderAndBothAreSaid)
