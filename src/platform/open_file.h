@@ -18,13 +18,15 @@ class OpenFile
         Read,      ///< a pipe opens at once, and its reads wait
         CreateNew, ///< for writing; fails when the name exists
         TakeOver,  ///< an existing file for writing, emptied; fails while another run writes it
-        Stream,    ///< a pipe or device for writing in sequence, or what a name of standard output leads to
+        Stream,    ///< a pipe or device for writing in sequence, or what a name of standard output leads to:
+                   ///< a file that holds something is appended to
     };
 
     OpenFile() = default;
     OpenFile(const Path& name, Mode mode, std::error_code& error);
     /// Never closed.
     static OpenFile StandardInput();
+    static OpenFile StandardOutput();
     OpenFile(OpenFile&& other) noexcept;
     OpenFile& operator=(OpenFile&& other) noexcept;
     ~OpenFile();
@@ -32,7 +34,7 @@ class OpenFile
     /// Waits for bytes and gives how many there were; 0 at the end, after an error, and once the process was
     /// asked to end.
     size_t Read(void* bytes, size_t count, std::error_code& error) const;
-    /// Appends all bytes.
+    /// Appends all bytes. Waits for a pipe that is full; an error once the process was asked to end.
     void Write(const void* bytes, size_t count, std::error_code& error) const;
     /// Replaces bytes that were written before. Only with CanSeek.
     void WriteAt(uint64_t offset, const void* bytes, size_t count, std::error_code& error) const;
@@ -61,5 +63,8 @@ void SyncFolder(const Path& folder);
 
 /// Whether a name leads to a stream that this process was started with, whatever that is.
 bool IsStandardStreamName(const Path& name);
+
+/// Whether a name leads to the pipe or file to which standard output goes.
+bool IsStandardOutput(const Path& name);
 
 } // namespace platform

@@ -148,3 +148,25 @@ TEST_F(Gaps, AShortIndexHasGapsAndIsNoCutFile)
         EXPECT_EQ(Run({"verify", Name("out.avi")}).code, 0);
     }
 }
+
+TEST_F(Gaps, ACutFileTellsInASentenceWhatIsWholeOfIt)
+{
+    const char* const told[] = {"cut off before the end of its first frame", "cut off after its first frame",
+                                "cut off after its first 2 frames"};
+    for (size_t whole = 0; whole < std::size(told); ++whole) {
+        const AviFrame& frame = file.frames[whole];
+        WriteFile(Name("bad.avi"), {good.begin(), good.begin() + static_cast<ptrdiff_t>(frame.offset + 9)});
+        for (const std::vector<std::string>& line :
+             {std::vector<std::string>{"verify", Name("bad.avi")},
+              {"decode", Name("bad.avi"), "-o", Name("bad.raw"), "--to", "I420"},
+              {"repair", Name("bad.avi"), "-o", Name("fixed.avi")}}) {
+            const CommandResult result = Run(line);
+            const std::string all = result.out + result.err;
+            EXPECT_NE(result.code, 0);
+            const bool isAllLost = whole == 0 && line.front() == "repair";
+            EXPECT_NE(all.find(isAllLost ? "not a single frame" : told[whole]), std::string::npos) << all;
+            for (const char* const clumsy : {"first 0", "first 1", " 0 frames", " 1 frames"})
+                EXPECT_EQ(all.find(clumsy), std::string::npos) << all;
+        }
+    }
+}

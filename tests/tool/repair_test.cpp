@@ -169,7 +169,8 @@ TEST_F(RepairTest, CutFilesKeepTheirWholeFrames)
         }
         if (result.code == 3) {
             ExpectError(result, 3, "could not be made whole");
-            EXPECT_NE(result.out.find("lost: the file was cut off behind its first " + std::to_string(whole)),
+            const std::string count = whole == 1 ? "frame" : std::to_string(whole) + " frames";
+            EXPECT_NE(result.out.find("lost: the file was cut off after its first " + count + "\n"),
                       std::string::npos)
                 << result.out;
         }

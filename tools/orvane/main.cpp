@@ -1,5 +1,6 @@
 #include "driver/exports.h"
 #include "files/input_stream.h"
+#include "files/output_stream.h"
 #include "platform/end_request.h"
 #include "platform/process.h"
 #include "run_tool.h"
@@ -26,7 +27,8 @@ int main(int argc, char** argv)
     platform::PrepareStandardStreams();
     platform::CatchEndRequests();
     InputStream in(platform::OpenFile::StandardInput());
-    ToolContext context{&DriverProc, in, std::cout, std::cerr, IsTerminal(StandardStream::Error)};
+    OutputStream out(platform::OpenFile::StandardOutput());
+    ToolContext context{&DriverProc, in, out, std::cerr, IsTerminal(StandardStream::Error)};
     context.outputs.outputIsTerminal = IsTerminal(StandardStream::Output);
     if (IsTerminal(StandardStream::Input) && context.errIsTerminal)
         context.outputs.ask = [&](const std::string& name) { return AskToReplace(name, in); };

@@ -2,6 +2,7 @@
 
 #include "commands/command.h"
 #include "files/pixel_layout.h"
+#include "interrupt.h"
 
 #include <algorithm>
 #include <new>
@@ -72,6 +73,8 @@ int RunTool(const std::vector<std::string>& arguments, ToolContext& context)
     try {
         const ExitCode code = ParseCommandLine(arguments, context)(context);
         context.out.flush();
+        if (!context.out)
+            ThrowIfInterrupted();
         if (!context.out)
             throw ToolError("cannot write to standard output", "", "the reader is gone or the disk is full");
         return static_cast<int>(code);

@@ -43,7 +43,7 @@ void CatchUnlessIgnored(int signal)
 
 void CatchEndRequests()
 {
-    // Without the pipe requests still set the mark, but do not wake a read.
+    // Without the pipe requests still set the mark, but do not wake a call that waits.
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
         pipeEnds[0] = pipeEnds[1] = -1;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})

@@ -3,7 +3,9 @@
 #include "platform/end_request.h"
 #include "platform/posix/end_request_pipe.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
@@ -51,6 +53,20 @@ bool AwaitBytes(int file)
     return !IsEndRequested();
 }
 
+/// Waits until a pipe or device takes bytes. After a request to end it does not wait: false when there is no
+/// room.
+bool AwaitRoom(int file)
+{
+    for (;;) {
+        const bool ends = IsEndRequested();
+        pollfd waits[2] = {{file, POLLOUT, 0}, {EndRequestPipe(), POLLIN, 0}};
+        if (poll(waits, ends ? 1 : 2, ends ? 0 : -1) > 0 && waits[0].revents != 0)
+            return true;
+        if (ends)
+            return false;
+    }
+}
+
 /// Calls `write(bytes, count)` until all is written.
 template <class WriteSome>
 void WriteAll(const void* bytes, size_t count, std::error_code& error, WriteSome write)
@@ -58,7 +74,7 @@ void WriteAll(const void* bytes, size_t count, std::error_code& error, WriteSome
     const auto* rest = static_cast<const char*>(bytes);
     while (count > 0) {
         const ssize_t written = write(rest, count);
-        if (written < 0 && errno == EINTR)
+        if (written < 0 && (errno == EINTR || errno == EAGAIN))
             continue;
         if (written < 0) {
             error = LastError();
@@ -88,12 +104,22 @@ OpenFile::OpenFile(const Path& name, Mode mode, std::error_code& error) : append
         error = std::make_error_code(std::errc::device_or_resource_busy);
     else if (mode == Mode::TakeOver && ftruncate(file, 0) != 0)
         error = LastError();
+    else if (appends && IsRegular() && StatusOf(file).st_size == 0)
+        appends = fcntl(file, F_SETFL, 0) != 0; // the description is our own
 }
 
 OpenFile OpenFile::StandardInput()
 {
     OpenFile file;
     file.handle = STDIN_FILENO;
+    file.owned = false;
+    return file;
+}
+
+OpenFile OpenFile::StandardOutput()
+{
+    OpenFile file;
+    file.handle = STDOUT_FILENO;
     file.owned = false;
     return file;
 }
@@ -115,8 +141,17 @@ size_t OpenFile::Read(void* bytes, size_t count, std::error_code& error) const
 
 void OpenFile::Write(const void* bytes, size_t count, std::error_code& error) const
 {
-    WriteAll(bytes, count, error,
-             [&](const char* rest, size_t left) { return write(static_cast<int>(handle), rest, left); });
+    const int file = static_cast<int>(handle);
+    const bool waits = !IsRegular();
+    WriteAll(bytes, count, error, [&](const char* rest, size_t left) -> ssize_t {
+        if (!waits)
+            return write(file, rest, left);
+        // A pipe that has room takes so many bytes at once: the write itself does not wait.
+        if (AwaitRoom(file))
+            return write(file, rest, std::min<size_t>(left, PIPE_BUF));
+        errno = ECANCELED;
+        return -1;
+    });
 }
 
 void OpenFile::WriteAt(uint64_t offset, const void* bytes, size_t count, std::error_code& error) const
@@ -179,6 +214,14 @@ void SyncFolder(const Path& folder)
         return;
     fsync(file);
     close(file);
+}
+
+bool IsStandardOutput(const Path& name)
+{
+    struct stat named = {};
+    const struct stat output = StatusOf(STDOUT_FILENO);
+    return stat(name.c_str(), &named) == 0 && !S_ISCHR(named.st_mode) && named.st_dev == output.st_dev &&
+           named.st_ino == output.st_ino;
 }
 
 bool IsStandardStreamName(const Path& name)

@@ -18,7 +18,7 @@ BOOL WINAPI Handle(DWORD event)
     constexpr DWORD kNap = 10; // milliseconds
     if (requested.exchange(true) && event == CTRL_C_EVENT)
         return FALSE; // the default: the process ends
-    // Until the main thread has seen the mark, it may be about to wait in a read.
+    // Until the main thread has seen the mark, it may be about to wait in a call.
     while (!seen) {
         CancelSynchronousIo(mainThread);
         Sleep(kNap);

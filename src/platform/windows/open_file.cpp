@@ -66,6 +66,14 @@ OpenFile OpenFile::StandardInput()
     return file;
 }
 
+OpenFile OpenFile::StandardOutput()
+{
+    OpenFile file;
+    file.handle = reinterpret_cast<intptr_t>(GetStdHandle(STD_OUTPUT_HANDLE));
+    file.owned = false;
+    return file;
+}
+
 size_t OpenFile::Read(void* bytes, size_t count, std::error_code& error) const
 {
     constexpr size_t kMost = 1U << 30;
@@ -139,6 +147,11 @@ void RenameFile(const Path& from, const Path& to, bool replace, std::error_code&
 void SyncFolder(const Path&) {} // the rename waits for it
 
 bool IsStandardStreamName(const Path&)
+{
+    return false;
+}
+
+bool IsStandardOutput(const Path&)
 {
     return false;
 }

@@ -77,6 +77,20 @@ TEST_F(OutputPlace, DevicesAndStandardOutputByNameStayWhatTheyAre)
     EXPECT_EQ(RunToolProcess(folder, {"encode", "-", "-o", "/dev/null"}, y4m).code, 0);
 }
 
+TEST_F(OutputPlace, AviGoesToStandardOutputWhereThatIsAnEmptyFile)
+{
+    WriteText(Name("file.avi"), "");
+    const std::vector<std::string> line = {"encode", "-", "-o", "/dev/stdout"};
+    ToolEnd end = RunToolProcess(folder, line, y4m, {.output = Name("file.avi")});
+    EXPECT_EQ(end.code, 0);
+    EXPECT_TRUE(end.err.starts_with("/dev/stdout: 4 frames, 64x48")) << end.err;
+    EXPECT_EQ(ReadFile(Name("file.avi")), ReadFile(Name("in.avi")));
+    end = RunToolProcess(folder, line, y4m, {.output = Name("file.avi")});
+    ExpectError(end,
+                "an AVI file cannot be written to a pipe, to a device that cannot go back, or behind what");
+    EXPECT_EQ(ReadFile(Name("file.avi")), ReadFile(Name("in.avi")));
+}
+
 TEST_F(OutputPlace, ALinkIsFollowedToTheFileThatIsWritten)
 {
     std::filesystem::create_directory(folder.Path() / "far");

@@ -1,5 +1,6 @@
 // A recording that ends is a recording: what was written is finished, under its final name when it came
 // through a pipe, and the tool ends by the signal that it was sent.
+#include "platform/shared_file.h"
 #include "reliability/posix/tool_process_test.h"
 
 #include <csignal>
@@ -136,26 +137,46 @@ TEST_F(Recording, AConversionThatIsAbortedLeavesACompleteUnfinishedFile)
 
 TEST_F(Recording, ASecondCtrlCEndsAtOnce)
 {
-    // A pipe without a reader blocks the tool in a write.
-    const std::string y4m = Y4mHead() + Y4mFrames(60);
-    ASSERT_EQ(RunToolProcess(folder, {"encode", "-", "-o", "in.avi"}, y4m).code, 0);
-    ASSERT_EQ(mkfifo(Name("out.y4m").c_str(), 0666), 0);
-    ToolProcess tool(folder, {"decode", "in.avi", "-o", "out.y4m"});
-    const int pipe = open(Name("out.y4m").c_str(), O_RDONLY);
-    ASSERT_GE(pipe, 0);
-    const int probe = open(Name("out.y4m").c_str(), O_WRONLY | O_NONBLOCK);
-    ASSERT_GE(probe, 0);
-    ASSERT_TRUE(WaitFor([&] {
-        pollfd room{probe, POLLOUT, 0};
-        return poll(&room, 1, 0) == 0;
-    })) << "the pipe is never full";
-    ASSERT_TRUE(tool.Catches(SIGINT));
+    // While another process holds the store, a setting is tried to be stored for seconds.
+    const platform::SharedFileLock lock(folder.Path() / "store.reg");
+    ASSERT_TRUE(lock.IsHeld());
+    ToolProcess tool(folder, {"config", "set", "EnableCodecLog", "1"});
+    ASSERT_TRUE(WaitFor([&] { return tool.Catches(SIGINT); }));
     tool.Signal(SIGINT);
     ASSERT_TRUE(WaitFor([&] { return !tool.Catches(SIGINT); })) << "the first one never arrived";
     tool.Signal(SIGINT);
-    EXPECT_EQ(tool.Wait().signal, SIGINT);
-    close(probe);
-    close(pipe);
+    const ToolEnd end = tool.Wait();
+    EXPECT_EQ(end.signal, SIGINT);
+    EXPECT_EQ(end.err, "") << "it went on to the end of its work";
+}
+
+TEST_F(Recording, AWriteThatWaitsIsGivenUp)
+{
+    const std::string y4m = Y4mHead() + Y4mFrames(60);
+    ASSERT_EQ(RunToolProcess(folder, {"encode", "-", "-o", "in.avi"}, y4m).code, 0);
+    const std::string name = Name("pipe.y4m");
+    ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
+    for (const std::string output : {"pipe.y4m", "-"})
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+            SCOPED_TRACE(output + ", signal " + std::to_string(signal));
+            // A reader that holds the pipe open and reads nothing.
+            const int reader = open(name.c_str(), O_RDONLY | O_NONBLOCK);
+            ASSERT_GE(reader, 0);
+            ToolProcess tool(folder, {"decode", "in.avi", "-o", output}, {.output = name});
+            const int probe = open(name.c_str(), O_WRONLY | O_NONBLOCK);
+            ASSERT_GE(probe, 0);
+            ASSERT_TRUE(WaitFor([&] {
+                pollfd room{probe, POLLOUT, 0};
+                return poll(&room, 1, 0) == 0;
+            })) << "the pipe is never full";
+            tool.Signal(signal);
+            EXPECT_TRUE(WaitFor([&] { return tool.HasEnded(); })) << "it still waits";
+            close(reader); // wakes it in any case
+            const ToolEnd end = tool.Wait();
+            EXPECT_EQ(end.signal, signal) << end.err;
+            EXPECT_TRUE(end.err.starts_with("orvane: error: interrupted")) << end.err;
+            close(probe);
+        }
 }
 
 TEST_F(Recording, ARepairThatIsAbortedLeavesACompleteUnfinishedFile)

@@ -6,9 +6,33 @@
 #include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+namespace {
+
+/// False where the system takes a limit and does not keep it, as an emulator may.
+bool Limit(decltype(RLIMIT_AS) resource, std::optional<size_t> amount)
+{
+    if (!amount)
+        return true;
+    rlimit limit{*amount, *amount};
+    return setrlimit(resource, &limit) == 0 && getrlimit(resource, &limit) == 0 && limit.rlim_cur == *amount;
+}
+
+/// Root may do all that the mode of a file forbids, unless this is taken away.
+bool KeepToPermissions()
+{
+    if (geteuid() != 0)
+        return true;
+    constexpr unsigned long kMayOverride = 1, kMayReadAll = 2; // CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH
+    return prctl(PR_CAPBSET_DROP, kMayOverride, 0, 0, 0) == 0 &&
+           prctl(PR_CAPBSET_DROP, kMayReadAll, 0, 0, 0) == 0;
+}
+
+} // namespace
 
 ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string>& arguments,
                          const ToolSetup& setup)
@@ -52,6 +76,10 @@ ToolProcess::ToolProcess(const TestFolder& folder, const std::vector<std::string
             setenv("TEST_TMPDIR", "/dev/null", 1);
 #endif
         }
+        const bool isLimited = Limit(RLIMIT_AS, setup.memory) && Limit(RLIMIT_NOFILE, setup.openFiles) &&
+                               (!setup.keepsToPermissions || KeepToPermissions());
+        if (!isLimited)
+            _exit(kCannotLimit);
         if (chdir(where.c_str()) == 0)
             execv(tool.c_str(), argv.data());
         _exit(127);
@@ -102,6 +130,13 @@ bool ToolProcess::Catches(int signal) const
             return (signals >> (signal - 1) & 1) == 1;
         }
     return false;
+}
+
+bool ToolProcess::HasEnded() const
+{
+    siginfo_t info = {};
+    return waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == process;
 }
 
 void ToolProcess::Signal(int number) const

@@ -20,9 +20,15 @@ struct ToolEnd {
 struct ToolSetup {
     std::optional<size_t>
         largestFile{}; ///< bytes that no file of the process may exceed, as if the disk were full
-    std::string output = "/dev/null"; ///< what standard output leads to; empty: it is closed
-    int ignored = 0;                  ///< a signal that the process is started to ignore
+    std::string output = "/dev/null";  ///< what standard output leads to; empty: it is closed
+    int ignored = 0;                   ///< a signal that the process is started to ignore
+    std::optional<size_t> memory{};    ///< bytes of its address space
+    std::optional<size_t> openFiles{}; ///< descriptors that it may have
+    bool keepsToPermissions = false;   ///< those of files hold for it, even if not for the user who tests
 };
+
+/// Exit code of a process whose limits or permissions could not be set here.
+inline constexpr int kCannotLimit = 126;
 
 class ToolProcess
 {
@@ -41,6 +47,8 @@ class ToolProcess
     void Signal(int number) const;
     /// Whether the process handles a signal itself at this moment.
     bool Catches(int signal) const;
+    /// Whether it has ended by itself.
+    bool HasEnded() const;
     /// Waits for its end.
     /// endInput  the input is at its end, too
     ToolEnd Wait(bool endInput = true);

@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "driver/settings/settings_catalog.h"
 
+#include <cerrno>
 #include <iomanip>
 #include <memory>
 #include <ostream>
@@ -82,10 +83,12 @@ ExitCode GetValue(ToolContext& context, const std::string& key)
     return ExitCode::Done;
 }
 
-[[noreturn]] void FailToStore(const settings::CatalogEntry& setting)
+/// reason  that the system left when the store was written, 0 when it left none
+[[noreturn]] void FailToStore(const settings::CatalogEntry& setting, int reason)
 {
+    errno = reason;
     throw ToolError(
-        "the setting could not be stored", setting.key,
+        "the setting could not be stored" + (reason == 0 ? "" : " (" + SystemReason() + ")"), setting.key,
         "check that the settings file and its .lock are yours, and that no other program holds them");
 }
 
@@ -94,12 +97,14 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
     const auto settings = settings::ListSettings();
     const settings::CatalogEntry& setting = Find(settings, key);
     const uint32_t value = ParseValue(text);
+    errno = 0;
     const auto stored = settings::StoreSetting(setting, value);
+    const int reason = errno;
     if (!stored)
         throw UsageError("the setting does not allow " + text, setting.key, RuleText(setting.rule));
     // The store itself fails without a word: look whether the value is there.
     if (settings::LoadSetting(setting) != *stored)
-        FailToStore(setting);
+        FailToStore(setting, reason);
     context.out << setting.key << " = " << ValueText(setting, *stored) << '\n';
     return ExitCode::Done;
 }
@@ -109,8 +114,9 @@ ExitCode Reset(const std::string& key)
     const auto settings = settings::ListSettings();
     const std::span<const settings::CatalogEntry> chosen =
         key.empty() ? std::span(settings) : std::span(&Find(settings, key), 1);
+    errno = 0;
     if (const settings::CatalogEntry* const kept = settings::ResetSettings(chosen))
-        FailToStore(*kept);
+        FailToStore(*kept, errno);
     return ExitCode::Done;
 }
 

@@ -53,8 +53,10 @@ class Decoding
         : options(options_), context(context_), stream(PathOf(options.input)),
           range(ParseRange(options.frames, stream.FrameCount(), options.input))
     {
+        const AviFile& file = stream.File();
         if (stream.FrameCount() == 0)
-            throw ToolError("the file has no frames", options.input, "there is nothing to decode");
+            throw ToolError(file.cut ? "the file is cut off " + file.WhereCut() : "the file has no frames",
+                            options.input, "there is nothing to decode");
     }
 
     ExitCode Run()
@@ -217,8 +219,7 @@ class Decoding
                               ? "the picture before them is repeated"
                               : "--hold repeats the picture before them, so that sound stays in step");
         if (file.cut && range.end == stream.FrameCount())
-            note("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"),
-                 Counted(range.Count(), "frame") + " decoded");
+            note("the file is cut off " + file.WhereCut(), Counted(range.Count(), "frame") + " decoded");
         else if (file.mayLackFrames)
             note("frames may be missing: some bytes belong to no chunk",
                  Counted(range.Count(), "frame") + " decoded");

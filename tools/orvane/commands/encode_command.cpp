@@ -303,12 +303,15 @@ class Encoding
     void Summarise(const Progress& progress)
     {
         const VideoInfo& info = source->Info();
-        context.out << options.output << ": " << Counted(progress.Frames(), "frame") << ", " << info.width
-                    << "x" << info.height << " " << format->text << ", " << progress.CompressedBytes()
-                    << " of " << progress.RawBytes() << " bytes, ratio " << std::fixed << std::setprecision(2)
-                    << Ratio(progress.RawBytes(), progress.CompressedBytes()) << std::defaultfloat << '\n';
+        // Where the file itself goes to standard output, nothing else does.
+        std::ostream& results =
+            platform::IsStandardOutput(PathOf(options.output)) ? context.err : context.out;
+        results << options.output << ": " << Counted(progress.Frames(), "frame") << ", " << info.width << "x"
+                << info.height << " " << format->text << ", " << progress.CompressedBytes() << " of "
+                << progress.RawBytes() << " bytes, ratio " << std::fixed << std::setprecision(2)
+                << Ratio(progress.RawBytes(), progress.CompressedBytes()) << std::defaultfloat << '\n';
         if (check)
-            context.out << "verified: every frame decodes to what was coded\n";
+            results << "verified: every frame decodes to what was coded\n";
     }
 
     const EncodeOptions& options;

@@ -64,7 +64,7 @@ class Verification
     {
         const AviFile& file = stream.File();
         if (file.cut)
-            Report("the file is cut off after its first " + Counted(stream.FrameCount(), "frame"));
+            Report("the file is cut off " + file.WhereCut());
         if (file.brokenPlaces > 0)
             Report("the chain of chunks is broken in " + Counted(file.brokenPlaces, "place"));
         for (const AviGap& gap : file.gaps)

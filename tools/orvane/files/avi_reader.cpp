@@ -290,6 +290,13 @@ std::string AviFile::TextOf(const AviGap& gap) const
            (gap.before == frames.size() ? " at the end" : " before frame " + std::to_string(gap.before));
 }
 
+std::string AviFile::WhereCut() const
+{
+    if (frames.empty())
+        return "before the end of its first frame";
+    return "after its first " + (frames.size() == 1 ? "frame" : Counted(frames.size(), "frame"));
+}
+
 std::string AviFile::IndexFault() const
 {
     switch (index) {

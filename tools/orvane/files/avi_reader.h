@@ -60,6 +60,8 @@ struct AviFile {
     uint64_t MissingFrames() const;
     /// "2 frames before frame 7" or "1 frame at the end".
     std::string TextOf(const AviGap& gap) const;
+    /// Where a file that is cut off ends: "after its first 2 frames", "before the end of its first frame".
+    std::string WhereCut() const;
     /// What is wrong with the index, as "the index lacks 2 of 6 frames"; empty for a whole one.
     std::string IndexFault() const;
     bool IsWhole() const

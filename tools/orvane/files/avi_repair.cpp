@@ -132,7 +132,7 @@ void AviRepair::NoteState()
     if (file.brokenPlaces > 0)
         changes.push_back("the chain of chunks was broken in " + Counted(file.brokenPlaces, "place"));
     if (file.cut)
-        losses.push_back("the file was cut off behind its first " + Counted(file.frames.size(), "frame"));
+        losses.push_back("the file was cut off " + file.WhereCut());
     for (const AviGap& gap : file.gaps)
         losses.push_back(file.TextOf(gap));
     if (file.mayLackFrames)

@@ -150,6 +150,8 @@ OutputFile::~OutputFile()
 void OutputFile::Fail(const std::error_code& error) const
 {
     if (IsStream())
+        ThrowIfInterrupted(); // that is what a write which waited ends with
+    if (IsStream())
         throw ToolError("cannot write (" + error.message() + ")", TextOf(finalName),
                         "the reader is gone or the device is full");
     throw ToolError("cannot write (" + error.message() + ")", TextOf(partName), "make room and start again");
@@ -175,7 +177,9 @@ void OutputFile::WriteAt(uint64_t offset, std::span<const uint8_t> bytes)
 void OutputFile::RequireSeek(const std::string& kind) const
 {
     if (!file.CanSeek())
-        throw ToolError(kind + " cannot be written to a pipe or to a device that cannot go back",
+        throw ToolError(kind +
+                            " cannot be written to a pipe, to a device that cannot go back, or behind what "
+                            "a file holds",
                         TextOf(finalName), "name an ordinary file");
 }
 

@@ -71,7 +71,7 @@ class OutputFile final : public ByteSink
     void WriteAt(uint64_t offset, std::span<const uint8_t> bytes) override;
     uint64_t Position() const override { return position; }
 
-    /// Throws ToolError when the output is a pipe, or a device that cannot go back.
+    /// Throws ToolError when the output cannot go back: a pipe, many a device, a file that is appended to.
     /// kind  of the file, for the error
     void RequireSeek(const std::string& kind) const;
 

@@ -1,6 +1,7 @@
 #include "files/y4m_stream.h"
 
 #include "files/input_stream.h"
+#include "interrupt.h"
 #include "tool_error.h"
 
 #include <algorithm>
@@ -161,8 +162,15 @@ void Y4mWriter::WriteBytes(std::span<const uint8_t> bytes)
         return;
     }
     stream->write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!*stream)
-        throw ToolError("cannot write to standard output", "", "the reader has gone or the disk is full");
+    CheckStream();
+}
+
+void Y4mWriter::CheckStream() const
+{
+    if (*stream)
+        return;
+    ThrowIfInterrupted();
+    throw ToolError("cannot write to standard output", "", "the reader has gone or the disk is full");
 }
 
 void Y4mWriter::Write(std::span<const uint8_t> picture, uint64_t)
@@ -183,8 +191,7 @@ void Y4mWriter::Finish()
         return;
     }
     stream->flush();
-    if (!*stream)
-        throw ToolError("cannot write to standard output", "", "the reader has gone or the disk is full");
+    CheckStream();
 }
 
 void Y4mWriter::NamePart(ToolError& error, uint64_t frames)

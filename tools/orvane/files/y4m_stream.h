@@ -52,6 +52,7 @@ class Y4mWriter final : public FrameSink
 
   private:
     void WriteBytes(std::span<const uint8_t> bytes);
+    void CheckStream() const;
 
     std::unique_ptr<OutputFile> file;
     std::ostream* stream;

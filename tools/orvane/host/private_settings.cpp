@@ -44,7 +44,7 @@ platform::Path MakeFolderOfThisRun()
                     "check the folder for temporary files");
 }
 
-/// Why no file can be written in a folder; the store itself does not say.
+/// Why no file can be written in a folder, where the store leaves no error behind.
 std::string ReasonNotToWrite(const platform::Path& folder)
 {
     errno = 0;
@@ -101,18 +101,21 @@ void PrivateSettings::GiveBack() const noexcept
 void PrivateSettings::Write(const std::string& path, const std::vector<platform::SettingsValue>& values) const
 {
     std::vector<platform::SettingsValue> wanted;
+    errno = 0;
     {
         const auto key = platform::OpenSettingsKey(path, platform::SettingsAccess::ReadWrite);
         for (const platform::SettingsValue& value : values)
             key->Write(value.name, value.value);
         wanted = key->List();
     }
+    const std::string reason = errno != 0 ? SystemReason() : std::string();
     // The store itself fails without a word, and then other settings than the chosen ones would govern the
     // run.
     const auto kept = platform::OpenSettingsKey(path, platform::SettingsAccess::ReadOnly);
     for (const platform::SettingsValue& value : wanted)
         if (kept->Read(value.name) != value.value)
-            throw ToolError("cannot keep the settings of this run (" + ReasonNotToWrite(folder) + ")",
+            throw ToolError("cannot keep the settings of this run (" +
+                                (reason.empty() ? ReasonNotToWrite(folder) : reason) + ")",
                             TextOf(folder), "make room in the folder for temporary files");
 }
 
