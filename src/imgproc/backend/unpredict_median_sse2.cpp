@@ -29,12 +29,11 @@
 // and "a0" for byte 0 of lane a, eight columns of 16 lanes become eight vectors in four levels
 // (LoadEightColumns, JoinPairs):
 //
-//     16 rows of 8 bytes    a0 a1 a2 a3 a4 a5 a6 a7
-//     8 x unpack bytes      a0 b0 a1 b1 a2 b2 a3 b3 a4 b4 a5 b5 a6 b6 a7 b7      pairs[0]: lanes a and b
-//     8 x unpack words      a0 b0 c0 d0 a1 b1 c1 d1 a2 b2 c2 d2 a3 b3 c3 d3      low01:    lanes a to d,
-//     bytes 0 to 3 8 x unpack dwords     a0 b0 c0 d0 e0 f0 g0 h0 a1 b1 c1 d1 e1 f1 g1 h1      halves[0][0]:
-//     lanes a to h, bytes 0, 1 8 x unpack qwords     a0 b0 c0 d0 e0 f0 g0 h0 i0 j0 k0 l0 m0 n0 o0 p0
-//     whole[0]: byte 0 of all lanes
+//     16 rows of 8 bytes   a0 a1 a2 a3 a4 a5 a6 a7
+//     8 x unpack bytes     a0 b0 a1 b1 a2 b2 a3 b3 a4 b4 a5 b5 a6 b6 a7 b7   pairs[0], of lanes a and b
+//     8 x unpack words     a0 b0 c0 d0 a1 b1 c1 d1 a2 b2 c2 d2 a3 b3 c3 d3   low01, of lanes a to d
+//     8 x unpack dwords    a0 b0 c0 d0 e0 f0 g0 h0 a1 b1 c1 d1 e1 f1 g1 h1   halves[0][0], of lanes a to h
+//     8 x unpack qwords    a0 b0 c0 d0 e0 f0 g0 h0 i0 j0 k0 l0 m0 n0 o0 p0   whole[0], byte 0 of all lanes
 //
 // The way back is the same on other axes: a step's vector plays the part of a row, and whole[k] is 16 columns
 // of lane k. Transposing eight vectors at a time keeps everything in registers. It ends in whole vectors:

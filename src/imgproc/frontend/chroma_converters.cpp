@@ -4,6 +4,7 @@
 #include "imgproc/frontend/chroma_filters.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstring>
 
@@ -48,6 +49,7 @@ void HalveRows(const ConstPlaneArray& source, const PlaneArray& target, int coun
 void FillOddRows(const PlaneArray& planes, int count, int height, const Band& band)
 {
     const int evenRows = height / 2;
+    assert(evenRows > 0 || band.half == 0);
     for (const size_t p : kChromaPlanes)
         for (int i = band.first / 2; i < band.first / 2 + band.half; ++i) {
             const auto even = [&](int k) { return RowAt(planes[p], 2 * std::clamp(k, 0, evenRows - 1)); };
@@ -94,6 +96,7 @@ void ImgProcConverter8_422_to_444::Convert(const ConstPlaneArray& source, const 
 void ImgProcConverter8_420_to_422::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
                                            int height, int first, int rows, int pass, bool) const
 {
+    assert(pass == 0 || pass == 1);
     const Band band(first, rows, height);
     if (pass == 1)
         return FillOddRows(target, width / 2, height, band);
@@ -106,6 +109,7 @@ void ImgProcConverter8_420_to_422::Convert(const ConstPlaneArray& source, const 
 void ImgProcConverter8_420_to_444::Convert(const ConstPlaneArray& source, const PlaneArray& target, int width,
                                            int height, int first, int rows, int pass, bool) const
 {
+    assert(pass == 0 || pass == 1);
     const Band band(first, rows, height);
     if (pass == 1)
         return FillOddRows(target, width, height, band);

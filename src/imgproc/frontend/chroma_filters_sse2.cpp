@@ -5,6 +5,7 @@
 #include "imgproc/frontend/chroma_samples.h"
 #include "imgproc/frontend/sse2_bytes.h"
 
+#include <cassert>
 #include <emmintrin.h>
 
 namespace imgproc {
@@ -60,9 +61,16 @@ __m128i LoadFrom(const SmoothedRow& row, int x)
     return Smooth(Load(row.rows[0] + x), Load(row.rows[1] + x), Load(row.rows[2] + x));
 }
 
+// Halving, 16 samples of target from 32 of source, "5" for sample 5 and G, H ... for 16, 17 ...:
+//
+//     low, high            0 1 2 3 4 5 6 7 8 9 A B C D E F    G H I J K L M N O P Q R S T U V
+//     EvenBytes            0 2 4 6 8 A C E G I K M O Q S U    the sample in the middle of three
+//     odd                  1 3 5 7 9 B D F H J L N P R T V    the one after it
+//     before               - 1 3 5 7 9 B D F H J L N P R T    the one before; "-" from the vector before
 template <class Row>
 void Halve(const Row& row, uint8_t* target, int count)
 {
+    assert(count >= 0);
     const int bodyEnd = count / kLanes * kLanes;
     // Top byte: the odd sample ahead of the next 32; sample 0 stands in for the one ahead of the row.
     __m128i oddBefore = count > 0 ? _mm_slli_si128(_mm_cvtsi32_si128(row.At(0)), 15) : _mm_setzero_si128();

@@ -6,6 +6,7 @@
 #endif
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 
 namespace imgproc {
@@ -76,10 +77,31 @@ struct PairCut {
     }
 };
 
+/// What the aligned access of the body needs of a row.
+template <bool lumaOnly, class Row>
+bool IsBodyAligned(const Row& row, const PairCut& cut)
+{
+    return cut.lead == cut.bodyEnd ||
+           (IsVectorAligned(row.pixels + 4 * cut.lead) && IsVectorAligned(row.planes[0] + 2 * cut.lead) &&
+            (lumaOnly ||
+             (IsVectorAligned(row.planes[1] + cut.lead) && IsVectorAligned(row.planes[2] + cut.lead))));
+}
+
+// 16 pairs of YUYV, "Y5" for luma sample 5 and A to F for 10 to 15; other orders swap luma and chroma, or U
+// and V:
+//
+//     m0          Y0 U0 Y1 V0 Y2 U1 Y3 V1 Y4 U2 Y5 V2 Y6 U3 Y7 V3     4 pairs; m1, m2, m3 those that follow
+//     even0       Y0 Y1 Y2 Y3 Y4 Y5 Y6 Y7 Y8 Y9 YA YB YC YD YE YF     of m0 and m1; even1 of m2 and m3
+//     odd0        U0 V0 U1 V1 U2 V2 U3 V3 U4 V4 U5 V5 U6 V6 U7 V7
+//     first       U0 U1 U2 U3 U4 U5 U6 U7 U8 U9 UA UB UC UD UE UF     even bytes of odd0 and odd1
+//     second      V0 V1 V2 V3 V4 V5 V6 V7 V8 V9 VA VB VC VD VE VF     their odd bytes
+//
+// The way back unpacks U and V to odd0 and odd1, and luma and these to memory.
 template <class Order, bool lumaOnly>
 void SplitRow422Sse2(SplitRow row, int width, const ColorMatrix*)
 {
     const PairCut cut(row.pixels, width);
+    assert(IsBodyAligned<lumaOnly>(row, cut));
     SplitPairs<Order, lumaOnly>(row, 0, cut.lead);
     for (int j = cut.lead; j < cut.bodyEnd; j += kBodyPairs) {
         const uint8_t* const pairs = row.pixels + 4 * j;
@@ -120,6 +142,7 @@ template <class Order, bool lumaOnly>
 void JoinRow422Sse2(JoinRow row, int width, const ColorMatrix*)
 {
     const PairCut cut(row.pixels, width);
+    assert(IsBodyAligned<lumaOnly>(row, cut));
     JoinPairs<Order, lumaOnly>(row, 0, cut.lead);
     for (int j = cut.lead; j < cut.bodyEnd; j += kBodyPairs) {
         __m128i u = _mm_set1_epi8(static_cast<char>(kNeutral));

@@ -21,6 +21,13 @@ inline bool IsVectorAligned(const uint8_t* p)
     return reinterpret_cast<uintptr_t>(p) % sizeof(__m128i) == 0;
 }
 
+// Byte lanes, "a5" for byte 5 of vector a:
+//
+//     EvenBytes     a0 a2 a4 a6 a8 aA aC aE b0 b2 b4 b6 b8 bA bC bE
+//     OddBytes      a1 a3 a5 a7 a9 aB aD aF b1 b3 b5 b7 b9 bB bD bF
+//     MergeBytes    a0 b1 a2 b3 a4 b5 a6 b7 a8 b9 aA bB aC bD aE bF
+//     MergeWords    a0 a1 b2 b3 a4 a5 b6 b7 a8 a9 bA bB aC aD bE bF
+
 /// Bytes 0, 2, 4 ... of a, then of b.
 inline __m128i EvenBytes(__m128i a, __m128i b)
 {
