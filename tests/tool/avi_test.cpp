@@ -26,7 +26,31 @@ size_t CountSegments(const Bytes& bytes)
     return count;
 }
 
+/// The names of the chunks from `at` to `end`, of lists with what is in them, by their own sizes alone.
+std::string ChunksOf(const Bytes& bytes, size_t at, size_t end)
+{
+    std::string names;
+    for (size_t size = 0; at < end; at += 8 + size + size % 2) {
+        if (end - at < 8 || (size = WordAt(bytes, at + 4)) > end - at - 8)
+            return names + " broken";
+        const uint32_t id = WordAt(bytes, at);
+        names += " " + PrintableFourCC(id);
+        if (id == avi::kRiff || id == avi::kList)
+            names += " " + PrintableFourCC(WordAt(bytes, at + 8)) + " (" +
+                     ChunksOf(bytes, at + 12, at + 8 + size) + " )";
+    }
+    return names;
+}
+
 } // namespace
+
+TEST(Avi, EveryChunkLiesInItsList)
+{
+    const Bytes bytes = MakeAvi(SomeFrames(2));
+    EXPECT_EQ(ChunksOf(bytes, 0, bytes.size()),
+              " RIFF AVI  ( LIST hdrl ( avih LIST strl ( strh strf indx ) LIST odml ( dmlh ) )"
+              " LIST movi ( 00dc 00dc ix00 ) idx1 )");
+}
 
 TEST(Avi, FilesOfEveryLengthReadBackWhole)
 {
