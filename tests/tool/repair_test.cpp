@@ -112,6 +112,12 @@ TEST_F(RepairTest, RecordIsTakenFromTheFrames)
                                     ? "there was no configuration record: taken from the frames"
                                     : "the configuration record did not fit the frames: taken from them");
     }
+    // Size and version that no reader takes.
+    for (const auto& [at, value] : {std::pair(44u, 31), std::pair(44u, 33), std::pair(48u, 8)}) {
+        Bytes bytes = good;
+        bytes[strf + at] = static_cast<uint8_t>(value);
+        ExpectWholeAgain(bytes, "the configuration record did not fit the frames: taken from them");
+    }
     MemorySink sink;
     AviWriter writer(sink, {file.handler, 32, 56, file.rate,
                             Bytes(file.bitmapInfo.begin(), file.bitmapInfo.begin() + 40)});

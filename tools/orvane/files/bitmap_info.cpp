@@ -63,6 +63,13 @@ bool HasSizeOf(const std::vector<uint8_t>& info, const FrameHeader& header)
     return Get<uint32_t>(info, kWidth) == header.width && (height < 0 ? -height : height) == header.height;
 }
 
+/// Whether readers take a record for what it says of itself.
+bool IsUsable(const FrameHeader& record, const std::vector<uint8_t>& info)
+{
+    return record.version <= kFrameVersion && record.headerSize >= kFrameHeaderSize &&
+           record.headerSize <= info.size() - kHead;
+}
+
 /// The record that holds for the frames. One frame alone does not prove the stream's record wrong, unless the
 /// size in the bitmap header is that frame's.
 std::optional<FrameHeader> ChooseRecord(const ByteSource& source, const AviFile& file,
@@ -71,7 +78,8 @@ std::optional<FrameHeader> ChooseRecord(const ByteSource& source, const AviFile&
     const std::optional<FrameHeader> stored = RecordIn(file.bitmapInfo);
     const auto first =
         std::ranges::find_if(file.frames, [](const AviFrame& frame) { return frame.size > 0; });
-    if (stored && first != file.frames.end())
+    const bool isUsable = stored && IsUsable(*stored, file.bitmapInfo);
+    if (isUsable && first != file.frames.end())
         if (const auto header = HeaderOf(source, *first); header && !HeaderFault(*header, *stored))
             return stored;
     const std::optional<CountedHeader> common = CommonHeader(source, file);
@@ -83,7 +91,7 @@ std::optional<FrameHeader> ChooseRecord(const ByteSource& source, const AviFile&
     }
     const bool isProven = common->frames > 1 || (HasSizeOf(file.bitmapInfo, common->header) &&
                                                  !HasSizeOf(file.bitmapInfo, *stored));
-    if (!HeaderFault(common->header, *stored) || !isProven)
+    if (isUsable && (!HeaderFault(common->header, *stored) || !isProven))
         return stored;
     changes.emplace_back("the configuration record did not fit the frames: taken from them");
     return common->header;
