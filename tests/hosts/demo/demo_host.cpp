@@ -25,7 +25,7 @@ struct Release {
     void operator()(IUnknown* object) const { object->Release(); }
 };
 using File = std::unique_ptr<IAVIFile, Release>;
-using VideoStream = std::unique_ptr<IAVIStream, Release>;
+using AviStream = std::unique_ptr<IAVIStream, Release>;
 
 File Open(const char* name, UINT mode)
 {
@@ -116,12 +116,12 @@ class Reader
     }
 
   private:
-    static VideoStream OpenStream(const char* name)
+    static AviStream OpenStream(const char* name)
     {
         IAVIStream* stream = nullptr;
         Require(AVIFileGetStream(Open(name, OF_READ).get(), &stream, streamtypeVIDEO, 0) == 0,
                 "there is no video");
-        return VideoStream(stream);
+        return AviStream(stream);
     }
 
     Format ReadFormat() const
@@ -138,11 +138,56 @@ class Reader
         return ICLocate(ICTYPE_VIDEO, Info().fccHandler, format.Header(), nullptr, ICMODE_DECOMPRESS);
     }
 
-    VideoStream stream;
+    AviStream stream;
     Format format;
     Codec codec;
     BITMAPINFOHEADER picture{};
     Bytes frame;
+};
+
+/// A stream of sound beside the video: samples that no two frames have in common.
+class Sound
+{
+  public:
+    Sound(IAVIFile* file, double frameRate) : samplesOfFrame(static_cast<LONG>(kSamples / frameRate))
+    {
+        WAVEFORMATEX format{};
+        format.wFormatTag = WAVE_FORMAT_PCM;
+        format.nChannels = 1;
+        format.nSamplesPerSec = kSamples;
+        format.wBitsPerSample = 16;
+        format.nBlockAlign = 2;
+        format.nAvgBytesPerSec = 2 * kSamples;
+        AVISTREAMINFOA info{};
+        info.fccType = streamtypeAUDIO;
+        info.dwScale = format.nBlockAlign;
+        info.dwRate = format.nAvgBytesPerSec;
+        info.dwSampleSize = format.nBlockAlign;
+        info.dwQuality = ~DWORD{0};
+        IAVIStream* added = nullptr;
+        Require(AVIFileCreateStreamA(file, &added, &info) == 0, "cannot add a stream of sound");
+        stream.reset(added);
+        Require(AVIStreamSetFormat(stream.get(), 0, &format, sizeof format) == 0,
+                "cannot set the format of the sound");
+    }
+
+    /// What is heard while a frame is seen.
+    void Write(LONG frame)
+    {
+        std::vector<int16_t> samples(static_cast<size_t>(samplesOfFrame));
+        for (size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<int16_t>(i * i * 31 + static_cast<size_t>(frame) * 977);
+        Require(AVIStreamWrite(stream.get(), kAtTheEnd, samplesOfFrame, samples.data(), 2 * samplesOfFrame,
+                               AVIIF_KEYFRAME, nullptr, nullptr) == 0,
+                "cannot write sound");
+    }
+
+  private:
+    static constexpr DWORD kSamples = 8000; // in a second
+    static constexpr LONG kAtTheEnd = -1;
+
+    const LONG samplesOfFrame;
+    AviStream stream;
 };
 
 /// A new video file, compressed by the codec with this code.
@@ -175,6 +220,12 @@ class Writer
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
+    /// Adds a stream of sound. To be called before frames are written.
+    void AddSound(const AVISTREAMINFOA& like)
+    {
+        sound = std::make_unique<Sound>(file.get(), like.dwRate / static_cast<double>(like.dwScale));
+    }
+
     /// The bytes that the frame has become.
     uint64_t Write(LONG number, Bytes& pixels)
     {
@@ -187,6 +238,8 @@ class Writer
         Require(AVIStreamWrite(stream.get(), number, 1, frame.data(), static_cast<LONG>(size), flags, nullptr,
                                nullptr) == 0,
                 "cannot write a frame");
+        if (sound)
+            sound->Write(number);
         return size;
     }
 
@@ -196,10 +249,11 @@ class Writer
     Format format;
     Bytes frame;
     File file;
-    VideoStream stream;
+    AviStream stream;
+    std::unique_ptr<Sound> sound;
 };
 
-void Run(const char* input, const char* output)
+void Run(const char* input, const char* output, bool withSound)
 {
     Reader source(input);
     const LONG frames = source.Frames();
@@ -210,6 +264,8 @@ void Run(const char* input, const char* output)
     Bytes pixels;
     {
         Writer writer(output, source.Compression(), source.Info(), source.Picture());
+        if (withSound)
+            writer.AddSound(source.Info());
         for (LONG number = 0; number < frames; ++number) {
             source.Read(number, pixels);
             encode.Start();
@@ -238,14 +294,15 @@ void Run(const char* input, const char* output)
 
 int main(int count, char** arguments)
 {
-    if (count != 3) {
-        std::fputs("usage: orvane_demo_host IN.avi OUT.avi\n", stderr);
+    const bool withSound = count == 4 && std::strcmp(arguments[3], "--sound") == 0;
+    if (count != 3 && !withSound) {
+        std::fputs("usage: orvane_demo_host IN.avi OUT.avi [--sound]\n", stderr);
         return 2;
     }
     AVIFileInit();
     int code = 0;
     try {
-        Run(arguments[1], arguments[2]);
+        Run(arguments[1], arguments[2], withSound);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "orvane_demo_host: %s\n", error.what());
         code = 1;
