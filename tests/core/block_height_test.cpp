@@ -3,6 +3,7 @@
 #include "support/codec_run.h"
 #include "support/long_tests.h"
 #include "support/picture_maker.h"
+#include "support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +50,7 @@ TEST(BlockHeight, WhatIsAcceptedComesBackAndDoesNotDependOnThePictureBefore)
                     fresh.BeginCompress();
                     run.Encode(before);
                     const Bytes frame = run.Encode(picture);
-                    ASSERT_EQ(frame, fresh.Encode(picture));
+                    ASSERT_TRUE(SameBytes(frame, fresh.Encode(picture)));
                     const auto decoded = run.Decode(frame);
                     ASSERT_EQ(decoded.status, FrameStatus::Ok);
                     ASSERT_EQ(decoded.picture, expected);

@@ -7,6 +7,7 @@
 #include "support/exact_buffer.h"
 #include "support/picture_maker.h"
 #include "support/plan_maker.h"
+#include "support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +47,7 @@ Bytes EncodeGray(FrameEncoder& encoder, const RunPlan& plan, const Bytes& pictur
     const ConstPlaneArray planes{{{source.data(), static_cast<int32_t>(plan.header.width)}}};
     const Bytes record = RecordBytes(plan.header);
     frame.resize(encoder.Encode(plan, {record, planes, PredictMethod::Dynamic, frame.data()}, workers));
-    EXPECT_TRUE(std::ranges::equal(source.Bytes(), picture)) << "the picture is only read";
+    EXPECT_TRUE(SameBytes(source.Bytes(), picture)) << "the picture is only read";
     return frame;
 }
 
@@ -70,7 +71,7 @@ TEST(FrameEncoder, AloneMakesFramesThatADecoderAloneReads)
             ASSERT_EQ(encoder.Blocks().size(), 3U);
             ExactBuffer back(picture.size(), 0, 0xEE);
             ASSERT_EQ(decoder.Decode(decodePlan, frame, {{{back.data(), 50}}}, crew.Get()), FrameStatus::Ok);
-            EXPECT_TRUE(std::ranges::equal(back.Bytes(), picture));
+            EXPECT_TRUE(SameBytes(back.Bytes(), picture));
         }
     }
 }
@@ -100,7 +101,7 @@ TEST(FrameDecoder, LeavesThePictureAloneUnlessTheFrameIsSound)
     for (const size_t size : {size_t{0}, size_t{3}, size_t{4}, size_t{32}, size_t{60}}) {
         EXPECT_EQ(decoder.Decode(plan, Bytes(size, 0), {{{picture.data(), 64}}}, crew.Get()),
                   FrameStatus::DamagedFrame);
-        EXPECT_TRUE(std::ranges::equal(picture.Bytes(), Bytes(64 * 60, 0xEE)));
+        EXPECT_TRUE(SameBytes(picture.Bytes(), Bytes(64 * 60, 0xEE)));
     }
 }
 

@@ -22,7 +22,7 @@ EncodeSettings StateOf(const Instance& instance)
     return state;
 }
 
-LRESULT SetState(const Instance& instance, const EncodeSettings& state)
+ResultCode SetState(const Instance& instance, const EncodeSettings& state)
 {
     return instance.Send(ICM_SETSTATE, &state, LPARAM{sizeof state});
 }
@@ -173,9 +173,9 @@ TEST(SetState, WithNullGoesBackToTheStore)
     // Decode settings are read again as well.
     StreamHeader stream = MakeStream(104, 64, 48);
     const BITMAPINFOHEADER yv24 = MakeHeader("YV24", 24, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &stream, &yv24), -2);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &stream, &yv24), ICERR_BADFORMAT);
     TestUser::Set("DecompSettings_YUV422", 5);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &stream, &yv24), -2);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &stream, &yv24), ICERR_BADFORMAT);
     EXPECT_EQ(instance.Send(ICM_SETSTATE), 0);
     EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &stream, &yv24), 0);
 }

@@ -96,13 +96,13 @@ TEST(CompressQuery, RefusesOutputsThatAreNoFrames)
     const BITMAPINFOHEADER in = MakeHeader("YUY2", 16, 64, 48);
     for (const HostFormat& format : kHostFormats) {
         const BITMAPINFOHEADER out = MakeHeader(format, 64, 48);
-        EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &out), -2) << format.name;
+        EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &out), ICERR_BADFORMAT) << format.name;
     }
     const BITMAPINFOHEADER bare = MakeHeader("O8Y2", 24, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &bare), -2) << "no record";
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &bare), ICERR_BADFORMAT) << "no record";
     for (const auto& [width, height] : {std::pair{63, 48}, {64, 47}, {-64, 48}, {48, 64}}) {
         const StreamHeader out = MakeStream(104, width, height);
-        EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &out), -2);
+        EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &out), ICERR_BADFORMAT);
     }
     const StreamHeader flipped = MakeStream(104, 64, -48);
     EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in, &flipped), 0) << "heights compare without their sign";
@@ -116,7 +116,8 @@ TEST(CompressQuery, RefusesCompressedInputs)
         for (const int code : {0, 101, 102, 103, 104, 105, 106, 107, 108, 118, 126, 255}) {
             StreamHeader in = MakeStream(variant.id, 64, 48);
             in.record.formatCode = static_cast<uint8_t>(code);
-            EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in), -2) << variant.fourCC << " from " << code;
+            EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &in), ICERR_BADFORMAT)
+                << variant.fourCC << " from " << code;
         }
     }
 }
@@ -186,13 +187,13 @@ TEST(CompressQuery, LogsWhatItAnswers)
     const BITMAPINFOHEADER rgb = MakeHeader("RGB", 24, 63, -48);
     const StreamHeader out = MakeStream(104, 64, 48);
     const BITMAPINFOHEADER bare = MakeHeader("O8Y2", 24, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY), -6);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, nullptr, &out), -6);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, nullptr, &out), ICERR_BADPARAM);
     EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &yuy2), 0);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &rgb), -2);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &rgb), ICERR_BADFORMAT);
     EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &yuy2, &out), 0);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &rgb, &out), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &yuy2, &bare), -2);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &rgb, &out), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_QUERY, &yuy2, &bare), ICERR_BADFORMAT);
     const std::string null =
         "#### APPLICATION ERROR #### : ICM_COMPRESS_QUERY: Codec received NULL for input format";
     const std::string stream = "O8Y2 [YUV 4:2:2 (Rec.709) (limited)] (64 x 48)";
@@ -287,9 +288,9 @@ TEST(CompressGetFormat, RefusesWhatTheQueryRefuses)
     const BITMAPINFOHEADER foreign = MakeHeader("B.S.", 24, 320, 240);
     for (const BITMAPINFOHEADER& in : {narrow, foreign}) {
         EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, &in), 72) << "the size is told all the same";
-        EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, &in, &out), -2);
+        EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, &in, &out), ICERR_BADFORMAT);
     }
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, nullptr, &out), -6);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, nullptr, &out), ICERR_BADPARAM);
     EXPECT_EQ(std::memcmp(&out, &untouched, sizeof out), 0);
     EXPECT_EQ(
         user.NewLines(),
@@ -300,7 +301,7 @@ TEST(CompressGetFormat, RefusesWhatTheQueryRefuses)
     const Instance generic;
     const BITMAPINFOHEADER good = MakeHeader("YUY2", 16, 64, 48);
     EXPECT_EQ(generic.Send(ICM_COMPRESS_GET_FORMAT, &good), 72);
-    EXPECT_EQ(generic.Send(ICM_COMPRESS_GET_FORMAT, &good, &out), -2);
+    EXPECT_EQ(generic.Send(ICM_COMPRESS_GET_FORMAT, &good, &out), ICERR_BADFORMAT);
 }
 
 TEST(CompressGetFormat, LogsSizeAndFormat)
@@ -329,17 +330,17 @@ TEST(CompressGetSize, WantsARecordAndARoute)
     const BITMAPINFOHEADER bare = MakeHeader("O8Y2", 24, 64, 48);
     StreamHeader out = MakeStream(104, 64, 48);
     EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &out), 262144 + 6144 + 2 * (2 + 6 * 640));
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &rgba, &out), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &bare), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &yuy2), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, nullptr, &out), -2);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE), -2);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &rgba, &out), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &bare), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &yuy2), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, nullptr, &out), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE), ICERR_BADFORMAT);
     out.record.width = 128;
     EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &out), 262144 + 12288 + 2 * (2 + 6 * 640))
         << "the size is the record's";
     out.record.width = out.record.height = 65536;
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &out), -2) << "does not fit 32 bits";
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_SIZE, &yuy2, &out), ICERR_BADFORMAT) << "does not fit 32 bits";
     EXPECT_TRUE(user.NewLines().empty()) << "this message logs nothing";
 }
 
@@ -411,9 +412,9 @@ TEST(CompressBegin, LogsNullFormats)
     const Instance instance("O8Y2");
     const BITMAPINFOHEADER in = MakeHeader("YUY2", 16, 64, 48);
     const StreamHeader out = MakeStream(104, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN), -6);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN, &in), -6);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN, nullptr, &out), -6);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN, &in), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_BEGIN, nullptr, &out), ICERR_BADPARAM);
     const std::string line =
         "#### APPLICATION ERROR #### : ICM_COMPRESS_BEGIN: Codec received NULL for input/output format";
     EXPECT_EQ(user.NewLines(), std::vector<std::string>(3, line));

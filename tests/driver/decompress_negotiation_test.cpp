@@ -49,12 +49,12 @@ bool IsAllowed(const Variant& variant, int output, const Masks& masks)
     }
 }
 
-LRESULT Query(const Instance& instance, const StreamHeader& stream, const BITMAPINFOHEADER* out = nullptr)
+ResultCode Query(const Instance& instance, const StreamHeader& stream, const BITMAPINFOHEADER* out = nullptr)
 {
     return instance.Send(ICM_DECOMPRESS_QUERY, &stream, out);
 }
 
-LRESULT Begin(const Instance& instance, const StreamHeader& stream, const BITMAPINFOHEADER& out)
+ResultCode Begin(const Instance& instance, const StreamHeader& stream, const BITMAPINFOHEADER& out)
 {
     const LRESULT result = instance.Send(ICM_DECOMPRESS_BEGIN, &stream, &out);
     instance.Send(ICM_DECOMPRESS_END);
@@ -142,8 +142,8 @@ TEST(DecompressQuery, ChecksTheRecord)
     EXPECT_EQ(answer([](StreamHeader& s) { s.record.magic[3] = 'n'; }), -2);
     EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = FourCCOf("ORVN"); }), 0);
     EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = FourCCOf("O8Y0"); }), 0);
-    EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = FourCCOf("YUY2"); }), -2);
-    EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = 0x2E532E42; }), -2);
+    EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = FourCCOf("YUY2"); }), ICERR_BADFORMAT);
+    EXPECT_EQ(answer([](StreamHeader& s) { s.header.biCompression = 0x2E532E42; }), ICERR_BADFORMAT);
 }
 
 TEST(DecompressQuery, RefusesRecordsOfAnotherSizeThanTheirHeader)
@@ -163,9 +163,10 @@ TEST(DecompressQuery, RefusesRecordsOfAnotherSizeThanTheirHeader)
             StreamHeader stream = MakeStream(variant.id, 64, 48);
             stream.record.width = width;
             stream.record.height = height;
-            EXPECT_EQ(Query(generic, stream), -2) << variant.fourCC << " " << width << " x " << height;
-            EXPECT_EQ(Query(generic, stream, &out), -2);
-            EXPECT_EQ(Begin(generic, stream, out), -2);
+            EXPECT_EQ(Query(generic, stream), ICERR_BADFORMAT)
+                << variant.fourCC << " " << width << " x " << height;
+            EXPECT_EQ(Query(generic, stream, &out), ICERR_BADFORMAT);
+            EXPECT_EQ(Begin(generic, stream, out), ICERR_BADFORMAT);
         }
         StreamHeader flipped = MakeStream(variant.id, 64, 48);
         flipped.header.biHeight = -48;
@@ -198,7 +199,8 @@ TEST(DecompressQuery, RefusesPicturesThatCannotBeAddressed)
         for (const auto& [width, height] :
              {std::pair{65536, 65536}, {0x7FFFFFFC, 4}, {4, 0x7FFFFFFC}, {0x40000000, 0x40000000}}) {
             const StreamHeader stream = MakeStream(variant.id, width, height);
-            EXPECT_EQ(Query(generic, stream), -2) << variant.fourCC << " " << width << " x " << height;
+            EXPECT_EQ(Query(generic, stream), ICERR_BADFORMAT)
+                << variant.fourCC << " " << width << " x " << height;
         }
 }
 
@@ -209,12 +211,12 @@ TEST(DecompressQuery, RefusesOutputsOfAnotherSizeAndCompressedOutputs)
     const StreamHeader stream = MakeStream(104, 64, 48);
     for (const auto& [width, height] : {std::pair{62, 48}, {64, 47}, {-64, 48}, {48, 64}, {64, -49}}) {
         const BITMAPINFOHEADER out = MakeHeader("YUY2", 16, width, height);
-        EXPECT_EQ(Query(generic, stream, &out), -2);
-        EXPECT_EQ(Begin(generic, stream, out), -2);
+        EXPECT_EQ(Query(generic, stream, &out), ICERR_BADFORMAT);
+        EXPECT_EQ(Begin(generic, stream, out), ICERR_BADFORMAT);
     }
     // A host of DirectShow offers the compressed header as output.
-    EXPECT_EQ(generic.Send(ICM_DECOMPRESS_QUERY, &stream, &stream), -2);
-    EXPECT_EQ(generic.Send(ICM_DECOMPRESS_BEGIN, &stream, &stream), -2);
+    EXPECT_EQ(generic.Send(ICM_DECOMPRESS_QUERY, &stream, &stream), ICERR_BADFORMAT);
+    EXPECT_EQ(generic.Send(ICM_DECOMPRESS_BEGIN, &stream, &stream), ICERR_BADFORMAT);
 }
 
 TEST(DecompressQuery, LogsWhatItAnswers)
@@ -226,16 +228,16 @@ TEST(DecompressQuery, LogsWhatItAnswers)
     const BITMAPINFOHEADER yuy2 = MakeHeader("YUY2", 16, 64, 48);
     const BITMAPINFOHEADER yv24 = MakeHeader("YV24", 24, 64, 48);
     const BITMAPINFOHEADER large = MakeHeader("YUY2", 16, 66, 48);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, nullptr, &yuy2), -6);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, nullptr, &yuy2), ICERR_BADPARAM);
     EXPECT_EQ(Query(instance, stream), 0);
     EXPECT_EQ(Query(instance, stream, &yuy2), 0);
-    EXPECT_EQ(Query(instance, stream, &yv24), -2);
-    EXPECT_EQ(Query(instance, stream, &large), -2);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &yuy2), -2);
+    EXPECT_EQ(Query(instance, stream, &yv24), ICERR_BADFORMAT);
+    EXPECT_EQ(Query(instance, stream, &large), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &yuy2), ICERR_BADFORMAT);
     stream.record.width = 128;
-    EXPECT_EQ(Query(instance, stream), -2);
-    EXPECT_EQ(Query(instance, stream, &yuy2), -2);
-    EXPECT_EQ(Begin(instance, stream, yuy2), -2);
+    EXPECT_EQ(Query(instance, stream), ICERR_BADFORMAT);
+    EXPECT_EQ(Query(instance, stream, &yuy2), ICERR_BADFORMAT);
+    EXPECT_EQ(Begin(instance, stream, yuy2), ICERR_BADFORMAT);
     const std::string name = "O8Y2 [YUV 4:2:2 (Rec.709) (limited)] (64 x 48)";
     EXPECT_EQ(user.NewLines(),
               (std::vector<std::string>{
@@ -349,11 +351,11 @@ TEST(DecompressGetFormat, AnswersAndLogsRefusals)
     const BITMAPINFOHEADER yuy2 = MakeHeader("YUY2", 16, 64, 48);
     const BITMAPINFOHEADER bare = MakeHeader("O8Y2", 24, 64, 48);
     StreamHeader stream = MakeStream(104, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, nullptr, &out), -6);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT), -6);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, nullptr, &out), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT), ICERR_BADPARAM);
     EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &yuy2), 40) << "whatever the header is";
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &yuy2, &out), -2);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &bare, &out), -2);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &yuy2, &out), ICERR_BADFORMAT);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &bare, &out), ICERR_BADFORMAT);
     EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &stream, &out), 0);
     const std::string null =
         "#### APPLICATION ERROR #### : ICM_DECOMPRESS_GET_FORMAT: Codec received NULL for input format";
@@ -374,7 +376,8 @@ TEST(DecompressGetFormat, ReportsSizesThatCannotBe)
         stream.header.biWidth = width;
         stream.header.biHeight = height;
         BITMAPINFOHEADER out;
-        EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &stream, &out), -2) << width << " x " << height;
+        EXPECT_EQ(instance.Send(ICM_DECOMPRESS_GET_FORMAT, &stream, &out), ICERR_BADFORMAT)
+            << width << " x " << height;
         const std::string rule = "##############################################################";
         EXPECT_EQ(user.NewLines(),
                   (std::vector<std::string>{
@@ -391,9 +394,9 @@ TEST(DecompressBegin, LogsNullFormats)
     TestUser::EnableLog();
     const Instance instance("O8Y2");
     const StreamHeader stream = MakeStream(104, 64, 48);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN), -6);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN, &stream), -6);
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN, nullptr, &stream), -6);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN, &stream), ICERR_BADPARAM);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN, nullptr, &stream), ICERR_BADPARAM);
     const std::string line =
         "#### APPLICATION ERROR #### : ICM_DECOMPRESS_BEGIN: Codec received NULL for input/output format";
     EXPECT_EQ(user.NewLines(), std::vector<std::string>(3, line));

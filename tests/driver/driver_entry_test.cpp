@@ -12,7 +12,7 @@ namespace {
 
 constexpr LPARAM kAllOnes = -1;
 
-LRESULT Without(UINT message, LPARAM first = 0, LPARAM second = 0)
+ResultCode Without(UINT message, LPARAM first = 0, LPARAM second = 0)
 {
     return Instance::Raw(0, message, first, second);
 }
@@ -73,8 +73,8 @@ TEST(DriverEntry, NullInstancesGetWhatTheirMessageGives)
         EXPECT_EQ(Without(message, 0xBAD, 0xBAD), 0) << message;
     for (const UINT message : {ICM_DECOMPRESS_GET_FORMAT, ICM_DECOMPRESS_QUERY, ICM_DECOMPRESS_BEGIN,
                                ICM_DECOMPRESS, ICM_DECOMPRESS_END})
-        EXPECT_EQ(Without(message, 0xBAD, 0xBAD), -6) << message;
-    EXPECT_EQ(Without(ICM_DECOMPRESS_GET_PALETTE, 0xBAD, 0xBAD), -2);
+        EXPECT_EQ(Without(message, 0xBAD, 0xBAD), ICERR_BADPARAM) << message;
+    EXPECT_EQ(Without(ICM_DECOMPRESS_GET_PALETTE, 0xBAD, 0xBAD), ICERR_BADFORMAT);
 }
 
 TEST(DriverEntry, EveryOtherMessageIsUnsupportedAndItsPointersAreNotFollowed)
@@ -84,11 +84,11 @@ TEST(DriverEntry, EveryOtherMessageIsUnsupportedAndItsPointersAreNotFollowed)
                                   16397, 16398, 16414, 20480, 20481, 20482, 20490, 20491, 20510};
     for (UINT message = 16384; message < 21000; ++message) {
         if (!known.contains(message)) {
-            ASSERT_EQ(instance.Send(message, LPARAM{0xBAD}, LPARAM{0xBAD}), -1) << message;
+            ASSERT_EQ(instance.Send(message, LPARAM{0xBAD}, LPARAM{0xBAD}), ICERR_UNSUPPORTED) << message;
         }
     }
     for (const UINT message : {UINT{0x7FFFFFFF}, UINT{0x80000000}, UINT{0x80004006}, UINT{0xFFFFFFFF}})
-        EXPECT_EQ(instance.Send(message, LPARAM{0xBAD}, LPARAM{0xBAD}), -1) << message;
+        EXPECT_EQ(instance.Send(message, LPARAM{0xBAD}, LPARAM{0xBAD}), ICERR_UNSUPPORTED) << message;
 }
 
 TEST(DriverEntry, UnknownSystemMessagesGoToTheSystemsDefault)
@@ -133,12 +133,12 @@ TEST(OpenInstance, RefusesOtherTypesAndOtherFourCCs)
     for (const char* type : {"vids", "VIDC", "audc", "RGB"}) {
         ICOPEN open = OpenRecord(FourCCOf(type), FourCCOf("O8Y2"));
         EXPECT_EQ(Without(DRV_OPEN, 0, reinterpret_cast<LPARAM>(&open)), 0) << type;
-        EXPECT_EQ(open.dwError, -2) << type;
+        EXPECT_EQ(open.dwError, ICERR_BADFORMAT) << type;
     }
     for (const char* handler : {"O0Y2", "YUY2", "RGB", "O8Y ", "O8Y3", "[239]8Y2", "[15]8Y2"}) {
         ICOPEN open = OpenRecord(ICTYPE_VIDEO, FourCCOf(handler));
         EXPECT_EQ(Without(DRV_OPEN, 0, reinterpret_cast<LPARAM>(&open)), 0) << handler;
-        EXPECT_EQ(open.dwError, -2) << handler;
+        EXPECT_EQ(open.dwError, ICERR_BADFORMAT) << handler;
     }
 }
 
@@ -208,8 +208,9 @@ TEST(GetInfo, WantsRoomForTheWholeRecord)
 TEST(SmallMessages, ConfigureAndAboutAnswerWhetherTheyExist)
 {
     const Instance generic("ORVN");
-    EXPECT_EQ(generic.Send(ICM_CONFIGURE, kAllOnes), -1);
-    EXPECT_EQ(generic.Send(ICM_CONFIGURE, LPARAM{0}), -1) << "the generic decoder has nothing to configure";
+    EXPECT_EQ(generic.Send(ICM_CONFIGURE, kAllOnes), ICERR_UNSUPPORTED);
+    EXPECT_EQ(generic.Send(ICM_CONFIGURE, LPARAM{0}), ICERR_UNSUPPORTED)
+        << "the generic decoder has nothing to configure";
     EXPECT_EQ(generic.Send(ICM_ABOUT, kAllOnes), 0);
     for (const Variant& variant : kVariants) {
         const Instance instance(variant.fourCC);
@@ -222,21 +223,21 @@ TEST(SmallMessages, DefaultQualityIsStoredAsEightBytes)
 {
     const Instance instance("O8Y2");
     uint64_t target[2] = {~uint64_t{0}, ~uint64_t{0}};
-    EXPECT_EQ(instance.Send(ICM_GETDEFAULTQUALITY), -1);
+    EXPECT_EQ(instance.Send(ICM_GETDEFAULTQUALITY), ICERR_UNSUPPORTED);
     EXPECT_EQ(instance.Send(ICM_GETDEFAULTQUALITY, target, LPARAM{4}), 0);
     EXPECT_EQ(target[0], 7500U);
     EXPECT_EQ(target[1], ~uint64_t{0});
     EXPECT_EQ(Without(ICM_GETDEFAULTQUALITY, reinterpret_cast<LPARAM>(target + 1)), 0) << "needs no instance";
     EXPECT_EQ(target[1], 7500U);
-    EXPECT_EQ(Without(ICM_GETDEFAULTQUALITY), -1);
+    EXPECT_EQ(Without(ICM_GETDEFAULTQUALITY), ICERR_UNSUPPORTED);
     for (const UINT message : {ICM_GETQUALITY, ICM_SETQUALITY})
-        EXPECT_EQ(instance.Send(message, target, LPARAM{0}), -1);
+        EXPECT_EQ(instance.Send(message, target, LPARAM{0}), ICERR_UNSUPPORTED);
 }
 
 TEST(DriverEntry, MessageNumbersAreComparedWithoutSignAndInFull)
 {
     const Instance instance("O8Y2");
-    EXPECT_EQ(instance.Send(0x80000001), -1);
-    EXPECT_EQ(instance.Send(0x00010001), -1);
-    EXPECT_EQ(instance.Send(16399), -1);
+    EXPECT_EQ(instance.Send(0x80000001), ICERR_UNSUPPORTED);
+    EXPECT_EQ(instance.Send(0x00010001), ICERR_UNSUPPORTED);
+    EXPECT_EQ(instance.Send(16399), ICERR_UNSUPPORTED);
 }

@@ -5,6 +5,7 @@
 #include "common/frame_header.h"
 #include "driver/driver_library.h"
 #include "driver/host_formats.h"
+#include "support/result_code.h"
 
 #include <cstdint>
 #include <cstring>
@@ -78,20 +79,20 @@ class Instance
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
 
-    static LRESULT Raw(DWORD_PTR id, UINT message, LPARAM first, LPARAM second)
+    static ResultCode Raw(DWORD_PTR id, UINT message, LPARAM first, LPARAM second)
     {
         return LoadedDriver().DriverProc(id, {}, message, first, second);
     }
 
-    LRESULT Send(UINT message, LPARAM first = 0, LPARAM second = 0) const
+    ResultCode Send(UINT message, LPARAM first = 0, LPARAM second = 0) const
     {
         return Raw(static_cast<DWORD_PTR>(id), message, first, second);
     }
-    LRESULT Send(UINT message, const void* first, const void* second = nullptr) const
+    ResultCode Send(UINT message, const void* first, const void* second = nullptr) const
     {
         return Send(message, reinterpret_cast<LPARAM>(first), reinterpret_cast<LPARAM>(second));
     }
-    LRESULT Send(UINT message, const void* first, LPARAM second) const
+    ResultCode Send(UINT message, const void* first, LPARAM second) const
     {
         return Send(message, reinterpret_cast<LPARAM>(first), second);
     }
@@ -108,7 +109,7 @@ class Instance
     }
 
     struct Frame {
-        LRESULT result;
+        ResultCode result;
         std::vector<uint8_t> bytes;
         DWORD chunkId;
         DWORD flags;
@@ -133,8 +134,8 @@ class Instance
     }
 
     /// Decodes a frame into `picture`; `out` is written to as hosts see it.
-    LRESULT Decompress(const StreamHeader& stream, std::span<const uint8_t> frame, BITMAPINFOHEADER& out,
-                       void* picture, DWORD flags = 0) const
+    ResultCode Decompress(const StreamHeader& stream, std::span<const uint8_t> frame, BITMAPINFOHEADER& out,
+                          void* picture, DWORD flags = 0) const
     {
         StreamHeader in = stream;
         in.header.biSizeImage = static_cast<DWORD>(frame.size());

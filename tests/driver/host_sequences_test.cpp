@@ -6,6 +6,7 @@
 #include "common/settings_records.h"
 #include "support/exact_buffer.h"
 #include "support/picture_maker.h"
+#include "support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -39,7 +40,7 @@ void ExpectPicture(const StreamHeader& stream, std::span<const uint8_t> frame, B
     const Instance decoder;
     ExactBuffer target(picture.size(), 0, 0xEE);
     ASSERT_EQ(decoder.Decompress(stream, frame, out, target.data()), 0);
-    EXPECT_TRUE(std::ranges::equal(target.Bytes(), picture));
+    EXPECT_TRUE(SameBytes(target.Bytes(), picture));
 }
 
 /// The frames of `count` pictures, each from ICM_COMPRESS as `send` fills it in.
@@ -111,7 +112,7 @@ TEST(HostSequence, FileWriterGivesUninitialisedHeadersAndAsksTheSizeAfterBegin)
     ICINFO info;
     EXPECT_EQ(instance.Send(ICM_GETDEFAULTQUALITY, &quality, LPARAM{4}), 0);
     EXPECT_EQ(instance.Send(ICM_GETINFO, &info, LPARAM{568}), 568);
-    EXPECT_EQ(instance.Send(ICM_COMPRESS_FRAMES_INFO, LPARAM{0xBAD}, LPARAM{120}), -1);
+    EXPECT_EQ(instance.Send(ICM_COMPRESS_FRAMES_INFO, LPARAM{0xBAD}, LPARAM{120}), ICERR_UNSUPPORTED);
     const BITMAPINFOHEADER in = RgbHeader();
     EXPECT_EQ(instance.Send(ICM_COMPRESS_GET_FORMAT, &in), 72);
     StreamHeader stream;
@@ -192,10 +193,10 @@ TEST(HostSequence, ImplicitBeginGivesBackItsRefusal)
         instance
             .Compress(MakeHeader("AYUV", 32, kWidth, kHeight, kWidth * kHeight * 4), stream, picture.data())
             .result,
-        -2);
+        ICERR_BADFORMAT);
     BITMAPINFOHEADER out = MakeHeader("AYUV", 32, kWidth, kHeight);
     std::vector<uint8_t> target(picture.size());
-    EXPECT_EQ(instance.Decompress(stream, picture, out, target.data()), -2);
+    EXPECT_EQ(instance.Decompress(stream, picture, out, target.data()), ICERR_BADFORMAT);
 }
 
 TEST(HostSequence, EditorAsksHundredsOfQuestionsPerClick)
@@ -256,7 +257,7 @@ TEST(HostSequence, EditorReopensRunsAndCarriesState)
     EXPECT_EQ(instance.Send(ICM_GETSTATE, &state, LPARAM{44}), 0);
     state.CompMethod = 2;
     EXPECT_EQ(instance.Send(ICM_SETSTATE, &state, LPARAM{44}), 44);
-    EXPECT_EQ(instance.Send(ICM_SETQUALITY, LPARAM{5000}), -1);
+    EXPECT_EQ(instance.Send(ICM_SETQUALITY, LPARAM{5000}), ICERR_UNSUPPORTED);
     const BITMAPINFOHEADER in = RgbHeader();
     const StreamHeader stream = instance.GetStream(in);
     for (int run = 0; run < 3; ++run) {
@@ -321,7 +322,7 @@ TEST(HostSequence, FramesOfOneInstanceComeFromChangingThreads)
                 BITMAPINFOHEADER out = in;
                 ExactBuffer target(picture.size());
                 EXPECT_EQ(decoder.Decompress(stream, frame.bytes, out, target.data()), 0);
-                EXPECT_TRUE(std::ranges::equal(target.Bytes(), picture));
+                EXPECT_TRUE(SameBytes(target.Bytes(), picture));
             }).join();
         }).join();
 }
@@ -356,7 +357,7 @@ TEST(HostSequence, NonsenseQueryIsRefused)
     nonsense.biCompression = 0x2E532E42;
     nonsense.biSizeImage = 320 * 240 * 3;
     const BITMAPINFOHEADER before = nonsense;
-    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &nonsense), -2);
+    EXPECT_EQ(instance.Send(ICM_DECOMPRESS_QUERY, &nonsense), ICERR_BADFORMAT);
     EXPECT_EQ(std::memcmp(&nonsense, &before, sizeof before), 0);
 }
 
@@ -400,7 +401,7 @@ TEST(HostSequence, FramesOfTheOtherDirectionOpenARunOfTheirOwn)
         ASSERT_EQ(frame.result, 0);
         BITMAPINFOHEADER out = in;
         ASSERT_EQ(instance.Decompress(stream, frame.bytes, out, target.data()), 0);
-        EXPECT_TRUE(std::ranges::equal(target.Bytes(), picture));
+        EXPECT_TRUE(SameBytes(target.Bytes(), picture));
     }
 }
 

@@ -6,6 +6,7 @@
 #include "support/exact_buffer.h"
 #include "support/long_tests.h"
 #include "support/picture_maker.h"
+#include "support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -64,7 +65,7 @@ void Live(const Clip& clip)
     ASSERT_EQ(instance.Send(ICM_DECOMPRESS_BEGIN, &stream, &out), 0);
     ASSERT_EQ(instance.Decompress(stream, frame.bytes, out, target.data()), 0);
     ASSERT_EQ(instance.Send(ICM_DECOMPRESS_END), 0);
-    ASSERT_TRUE(std::ranges::equal(target.Bytes(), clip.pictures[0]));
+    ASSERT_TRUE(SameBytes(target.Bytes(), clip.pictures[0]));
 }
 
 /// Lives through `cycles` after some for warming up, and expects the process to be as it was then.
@@ -121,7 +122,7 @@ TEST(Lifetime, InterleavedInstancesGiveWhatEachGivesAlone)
             BITMAPINFOHEADER out = clips[i].header;
             ExactBuffer target(clips[i].pictures[frame].size());
             ASSERT_EQ(decoders[i].Decompress(streams[i], coded.bytes, out, target.data()), 0);
-            EXPECT_TRUE(std::ranges::equal(target.Bytes(), clips[i].pictures[frame]));
+            EXPECT_TRUE(SameBytes(target.Bytes(), clips[i].pictures[frame]));
         }
 }
 

@@ -15,8 +15,8 @@ using namespace driver;
 
 namespace {
 
-LRESULT Send(DriverInstance* instance, UINT message, const void* first = nullptr,
-             const void* second = nullptr)
+ResultCode Send(DriverInstance* instance, UINT message, const void* first = nullptr,
+                const void* second = nullptr)
 {
     return HandleMessage(reinterpret_cast<DWORD_PTR>(instance), {}, message, reinterpret_cast<LPARAM>(first),
                          reinterpret_cast<LPARAM>(second));
@@ -67,7 +67,7 @@ TEST(OutOfMemory, OpenGivesNothingAndSaysWhy)
         [&](LRESULT result) {
             // Reading the settings is the one part that does without memory by itself.
             if (result == -100) {
-                EXPECT_EQ(open.dwError, -3);
+                EXPECT_EQ(open.dwError, ICERR_MEMORY);
             }
         });
     EXPECT_GT(allocations, 10);
@@ -123,7 +123,7 @@ TEST(OutOfMemory, IsLogged)
         const AllocationBudget none(0);
         return begin();
     };
-    EXPECT_EQ(beginWithoutMemory(), -3);
+    EXPECT_EQ(beginWithoutMemory(), ICERR_MEMORY);
     EXPECT_EQ(user.NewLines(), std::vector<std::string>{"#### INTERNAL ERROR #### : Out of memory"});
     EXPECT_EQ(begin(), 0);
 }

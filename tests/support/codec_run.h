@@ -3,6 +3,7 @@
 
 #include "core/orvane.h"
 #include "support/exact_buffer.h"
+#include "support/frame_status.h"
 
 #include <cstdint>
 #include <cstring>

@@ -33,12 +33,12 @@ class Manners : public ::testing::Test
     }
     ~Manners() override { SetEnvironment("HOME", home); }
 
-    LRESULT Begin(const Instance& instance)
+    ResultCode Begin(const Instance& instance)
     {
         stream = instance.GetStream(input);
         return instance.Send(ICM_COMPRESS_BEGIN, &input, &stream);
     }
-    LRESULT Frame(const Instance& instance) const
+    ResultCode Frame(const Instance& instance) const
     {
         return instance.Compress(input, stream, picture.data()).result;
     }
