@@ -82,7 +82,7 @@ TEST(RoundTrip, EveryLosslessPairMethodAndContentComesBackBitForBit)
         for (const auto method :
              {PredictMethod::Left, PredictMethod::Gradient, PredictMethod::Median, PredictMethod::Dynamic})
             for (const Content content : kAllContents)
-                for (const bool interlaced : {false, true})
+                for (const bool interlaced : {false, true}) {
                     ExpectRoundTrip({.host = pair.host,
                                      .code = pair.code,
                                      .width = 72,
@@ -90,6 +90,8 @@ TEST(RoundTrip, EveryLosslessPairMethodAndContentComesBackBitForBit)
                                      .method = method,
                                      .interlaced = interlaced},
                                     content, seed);
+                    ASSERT_FALSE(HasFatalFailure());
+                }
 }
 
 TEST(RoundTrip, EverySizeComesBackBitForBit)
@@ -106,6 +108,7 @@ TEST(RoundTrip, EverySizeComesBackBitForBit)
                                  .width = width / multiple * multiple,
                                  .height = height / multiple * multiple},
                                 Content::Smooth, seed + width);
+                ASSERT_FALSE(HasFatalFailure());
             }
 }
 
@@ -123,8 +126,8 @@ TEST(RoundTrip, FramesDoNotDependOnTheThreadCount)
             streamSpec.threads = threads;
             CodecRun many(streamSpec);
             ASSERT_EQ(many.encoder.ThreadCount(), threads);
-            EXPECT_TRUE(SameBytes(many.Encode(picture), frame)) << threads << " threads, host " << pair.host;
-            EXPECT_TRUE(SameBytes(many.Decode(frame).picture, expected.picture))
+            ASSERT_TRUE(SameBytes(many.Encode(picture), frame)) << threads << " threads, host " << pair.host;
+            ASSERT_TRUE(SameBytes(many.Decode(frame).picture, expected.picture))
                 << threads << " threads, host " << pair.host;
         }
     }

@@ -70,7 +70,7 @@ TEST(GetState, TellsItsSizeAndAnswersZeroForACopy)
     EXPECT_EQ(instance.Send(ICM_GETSTATE), 44);
     EXPECT_EQ(instance.Send(ICM_GETSTATE, LPARAM{0}, LPARAM{44}), 44);
     for (const LPARAM size : {LPARAM{0}, LPARAM{4}, LPARAM{43}})
-        EXPECT_EQ(instance.Send(ICM_GETSTATE, buffer, size), -7);
+        EXPECT_EQ(instance.Send(ICM_GETSTATE, buffer, size), ICERR_BADSIZE);
     EXPECT_EQ(buffer[0], 0xCC);
     EXPECT_EQ(instance.Send(ICM_GETSTATE, buffer, LPARAM{64}), 0);
     EXPECT_EQ(buffer[44], 0xCC);

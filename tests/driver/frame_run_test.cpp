@@ -100,7 +100,7 @@ TEST(Frames, EveryLayoutComesBackAsItWasOrConverts)
                 ASSERT_EQ(frame.result, 0) << variant.fourCC << " from " << format.name;
                 EXPECT_EQ(frame.chunkId, FourCCOf("dcdc"));
                 EXPECT_EQ(frame.flags, 16U);
-                EXPECT_EQ(std::memcmp(source.data(), picture.data(), bytes), 0) << "input pixels stay";
+                EXPECT_TRUE(SameBytes(source.Bytes(), picture)) << "input pixels stay";
                 EXPECT_EQ(encoder.Send(ICM_COMPRESS_END), 0);
 
                 ExactBuffer target(bytes, 8, 0xEE);
@@ -246,12 +246,10 @@ TEST(Frames, OfV308HaveRowsOfWholeFourBytes)
     ASSERT_EQ(frame.result, 0);
     ExactBuffer target(picture.size());
     ASSERT_EQ(decoder.Decompress(stream, frame.bytes, header, target.data()), 0);
-    for (uint32_t y = 0; y < kHeight; ++y)
-        EXPECT_EQ(std::memcmp(target.data() + y * stride, picture.data() + y * stride, row), 0)
-            << "row " << y;
+    EXPECT_TRUE(SamePlane({target.data(), int{stride}}, {picture.data(), int{stride}}, row, kHeight));
     EXPECT_EQ(encoder.Compress(MakeHeader("v308", 24, width, kHeight, row * kHeight), stream, picture.data())
                   .result,
-              -7);
+              ICERR_BADSIZE);
 }
 
 TEST(Frames, OfPlanarLayoutsAreTightWhateverTheImageSizeSays)
@@ -285,8 +283,8 @@ TEST(Compress, RefusesImagesThatAreTooSmall)
     };
     EXPECT_EQ(result(bytes), 0);
     user.NewLines();
-    EXPECT_EQ(result(0), -7) << "a legal DIB, and yet not enough for this codec";
-    EXPECT_EQ(result(bytes - 1), -7);
+    EXPECT_EQ(result(0), ICERR_BADSIZE) << "a legal DIB, and yet not enough for this codec";
+    EXPECT_EQ(result(bytes - 1), ICERR_BADSIZE);
     EXPECT_EQ(result(bytes), 0) << "a refused frame leaves the run open";
     EXPECT_EQ(result(bytes + 1), 0);
     const auto line = [&](uint32_t size) {
@@ -336,7 +334,7 @@ TEST(Compress, RefusesPicturesThatCannotBeReachedWithTheCoresCode)
     ASSERT_EQ(instance.Compress(in, stream, picture.data()).result, 0);
     user.NewLines();
     const BITMAPINFOHEADER lower = MakeHeader("Y800", 8, kWidth, 8, static_cast<uint32_t>(picture.size()));
-    EXPECT_EQ(instance.Compress(lower, stream, picture.data()).result, -7);
+    EXPECT_EQ(instance.Compress(lower, stream, picture.data()).result, ICERR_BADSIZE);
     EXPECT_EQ(user.NewLines(),
               std::vector<std::string>{
                   "#### FRAME ENCODE ERROR #### : Internal error: Compress failed, code: 555"});
@@ -410,10 +408,10 @@ TEST(Decompress, TellsWhyAFrameIsRefusedAndLeavesPictureAndRunAlone)
     };
     std::vector<uint8_t> foreign = stream.frame;
     foreign[9] = 103;
-    EXPECT_EQ(decode(foreign), -7);
-    EXPECT_EQ(decode({stream.frame.begin(), stream.frame.begin() + 40}), -7);
-    EXPECT_EQ(decode({'O', 'R', 'V'}), -7);
-    EXPECT_EQ(decode({0x7F}), -7) << "a delay marker of other codecs";
+    EXPECT_EQ(decode(foreign), ICERR_BADSIZE);
+    EXPECT_EQ(decode({stream.frame.begin(), stream.frame.begin() + 40}), ICERR_BADSIZE);
+    EXPECT_EQ(decode({'O', 'R', 'V'}), ICERR_BADSIZE);
+    EXPECT_EQ(decode({0x7F}), ICERR_BADSIZE) << "a delay marker of other codecs";
     EXPECT_TRUE(SameBytes(target.Bytes(), untouched.Bytes()));
     const std::string line =
         "#### FRAME DECODE ERROR #### : Bad frame or frame format doesn't match video format: "

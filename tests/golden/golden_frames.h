@@ -9,6 +9,7 @@
 #include "common/four_cc.h"
 #include "support/codec_run.h"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,11 @@ struct GoldenFrame {
     std::string decoded; ///< data/DECODED.raw comes back
     StreamSpec stream;
 };
+
+inline std::ostream& operator<<(std::ostream& out, const GoldenFrame& golden)
+{
+    return out << golden.name;
+}
 
 inline constexpr uint32_t kGoldenWidth = 40;
 inline constexpr uint32_t kGoldenHeight = 60; ///< two whole bands and one of four rows

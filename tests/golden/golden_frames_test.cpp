@@ -44,8 +44,7 @@ TEST_P(Golden, FrameDecodesAsItDid)
         info.frame = bytes.Bytes();
         codec.SetImage(info, into.data());
         ASSERT_EQ(codec.Decompress(info), FrameStatus::Ok);
-        EXPECT_TRUE(SameBytes(into.Bytes(), decoded))
-            << golden.name << ", " << threads << " threads" << kFrozen;
+        ASSERT_TRUE(SameBytes(into.Bytes(), decoded)) << threads << " threads" << kFrozen;
     }
 }
 
@@ -55,11 +54,10 @@ TEST_P(Golden, EncoderMakesTheSameBytes)
         StreamSpec stream = golden.stream;
         stream.threads = threads;
         CodecRun run(stream);
-        EXPECT_TRUE(SameBytes(std::span(run.RecordBytes(), kFrameHeaderSize), record))
-            << "configuration record of " << golden.name << kFrozen;
+        ASSERT_TRUE(SameBytes(std::span(run.RecordBytes(), kFrameHeaderSize), record))
+            << "configuration record" << kFrozen;
         ASSERT_EQ(run.InputBytes(), picture.size());
-        EXPECT_TRUE(SameBytes(run.Encode(picture), frame))
-            << golden.name << ", " << threads << " threads" << kFrozen;
+        ASSERT_TRUE(SameBytes(run.Encode(picture), frame)) << threads << " threads" << kFrozen;
     }
 }
 
