@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "driver/settings/settings_catalog.h"
 
 #include <cerrno>
@@ -8,11 +8,6 @@
 #include <span>
 
 namespace {
-
-struct ConfigOptions {
-    std::string key;
-    std::string value;
-};
 
 const settings::CatalogEntry& Find(const std::vector<settings::CatalogEntry>& settings,
                                    const std::string& key)
@@ -65,24 +60,6 @@ uint32_t ParseValue(const std::string& text)
     return static_cast<uint32_t>(value);
 }
 
-ExitCode List(ToolContext& context)
-{
-    const auto settings = settings::ListSettings();
-    const std::vector<uint32_t> values = settings::LoadSettings(settings);
-    for (size_t i = 0; i < settings.size(); ++i)
-        context.out << std::left << std::setw(32) << settings[i].key << std::setw(12)
-                    << ValueText(settings[i], values[i]) << settings[i].summary << '\n';
-    return ExitCode::Done;
-}
-
-ExitCode GetValue(ToolContext& context, const std::string& key)
-{
-    const auto settings = settings::ListSettings();
-    const settings::CatalogEntry& setting = Find(settings, key);
-    context.out << ValueText(setting, settings::LoadSetting(setting)) << '\n';
-    return ExitCode::Done;
-}
-
 /// reason  that the system left when the store was written, 0 when it left none
 [[noreturn]] void FailToStore(const settings::CatalogEntry& setting, int reason)
 {
@@ -92,7 +69,27 @@ ExitCode GetValue(ToolContext& context, const std::string& key)
         "check that the settings file and its .lock are yours, and that no other program holds them");
 }
 
-ExitCode SetValue(ToolContext& context, const std::string& key, const std::string& text)
+} // namespace
+
+ExitCode ListSettings(ToolContext& context)
+{
+    const auto settings = settings::ListSettings();
+    const std::vector<uint32_t> values = settings::LoadSettings(settings);
+    for (size_t i = 0; i < settings.size(); ++i)
+        context.out << std::left << std::setw(32) << settings[i].key << std::setw(12)
+                    << ValueText(settings[i], values[i]) << settings[i].summary << '\n';
+    return ExitCode::Done;
+}
+
+ExitCode GetSetting(const std::string& key, ToolContext& context)
+{
+    const auto settings = settings::ListSettings();
+    const settings::CatalogEntry& setting = Find(settings, key);
+    context.out << ValueText(setting, settings::LoadSetting(setting)) << '\n';
+    return ExitCode::Done;
+}
+
+ExitCode SetSetting(const std::string& key, const std::string& text, ToolContext& context)
 {
     const auto settings = settings::ListSettings();
     const settings::CatalogEntry& setting = Find(settings, key);
@@ -109,7 +106,7 @@ ExitCode SetValue(ToolContext& context, const std::string& key, const std::strin
     return ExitCode::Done;
 }
 
-ExitCode Reset(const std::string& key)
+ExitCode ResetSettings(const std::string& key)
 {
     const auto settings = settings::ListSettings();
     const std::span<const settings::CatalogEntry> chosen =
@@ -118,38 +115,4 @@ ExitCode Reset(const std::string& key)
     if (const settings::CatalogEntry* const kept = settings::ResetSettings(chosen))
         FailToStore(*kept, errno);
     return ExitCode::Done;
-}
-
-} // namespace
-
-void AddConfigCommand(CLI::App& app, Action& action)
-{
-    const auto options = std::make_shared<ConfigOptions>();
-    CLI::App* const command = app.add_subcommand("config", "List, read and set the codec's settings");
-    command->require_subcommand(0, 1);
-    command->callback([&action] {
-        if (!action)
-            action = List;
-    });
-
-    command->add_subcommand("list", "All settings with the values that hold")->callback([&action] {
-        action = List;
-    });
-
-    CLI::App* const get = command->add_subcommand("get", "The value of a setting");
-    get->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod")->required();
-    get->callback([options, &action] {
-        action = [options](ToolContext& context) { return GetValue(context, options->key); };
-    });
-
-    CLI::App* const set = command->add_subcommand("set", "Store a setting");
-    set->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod")->required();
-    set->add_option("VALUE", options->value, "Decimal, or hexadecimal behind 0x")->required();
-    set->callback([options, &action] {
-        action = [options](ToolContext& context) { return SetValue(context, options->key, options->value); };
-    });
-
-    CLI::App* const reset = command->add_subcommand("reset", "Back to the default, one setting or all");
-    reset->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod");
-    reset->callback([options, &action] { action = [options](ToolContext&) { return Reset(options->key); }; });
 }

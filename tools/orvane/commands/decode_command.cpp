@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "counted.h"
 #include "files/open_files.h"
 #include "files/output_file.h"
@@ -12,16 +12,6 @@
 #include <ostream>
 
 namespace {
-
-struct DecodeOptions {
-    std::string input;
-    std::string output;
-    std::string layout;
-    std::string frames;
-    std::optional<uint32_t> threads;
-    bool noCheck = false;
-    bool hold = false;
-};
 
 struct FrameRange {
     size_t first;
@@ -258,25 +248,8 @@ class Decoding
 
 } // namespace
 
-void AddDecodeCommand(CLI::App& app, Action& action)
+ExitCode RunDecode(const DecodeOptions& options, ToolContext& context)
 {
-    const auto options = std::make_shared<DecodeOptions>();
-    CLI::App* const command = app.add_subcommand("decode", "Decode an AVI file to pictures or video");
-    command->add_option("IN.avi", options->input, "The file to decode, also a cut one")->required();
-    command
-        ->add_option("-o,--output", options->output,
-                     ".y4m, - (Y4M on standard output), .png, .ppm, shot_%04d.png, .raw or .yuv")
-        ->required();
-    command->add_option("--to", options->layout, "Layout of the pictures: " + LayoutNames())
-        ->type_name("LAYOUT");
-    command->add_option("--frames", options->frames, "Frames A-B or A, counted from 0");
-    AddThreadsOption(*command, options->threads);
-    command->add_flag("--no-check", options->noCheck, "Do not compare frames with their checksums");
-    command->add_flag("--hold", options->hold, "Repeat the picture before missing frames in their place");
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) {
-            context.outputs.Protect(PathOf(options->input));
-            return Decoding(*options, context).Run();
-        };
-    });
+    context.outputs.Protect(PathOf(options.input));
+    return Decoding(options, context).Run();
 }

@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "common/predict_methods.h"
 #include "counted.h"
 #include "files/avi_records.h"
@@ -20,19 +20,6 @@
 #include <ostream>
 
 namespace {
-
-struct EncodeOptions {
-    std::string input;
-    std::string output;
-    std::string format = "auto";
-    std::string method; ///< empty, or an option of kPredictMethods
-    std::string matrix; ///< empty, or a name of kMatrices
-    CodecOptions codec;
-    std::string rate;
-    std::string raw;
-    bool verify = false;
-    bool lossless = false;
-};
 
 /// The name of an option's value, and the setting that it means.
 struct NamedValue {
@@ -325,47 +312,19 @@ class Encoding
     std::vector<uint8_t> nativePicture;
 };
 
-/// Adds --NAME and --no-NAME; without either the option stays empty.
-void AddSwitch(CLI::App& command, const std::string& name, std::optional<bool>& option,
-               const std::string& help)
-{
-    const auto set = [&option](int64_t count) { option = count > 0; };
-    command.add_flag_function("--" + name + ",!--no-" + name, set, help);
-}
-
 } // namespace
 
-void AddThreadsOption(CLI::App& command, std::optional<uint32_t>& threads)
+std::vector<std::string> MethodNames()
 {
-    command.add_option("--threads", threads, "Threads, 1 to 64; 0 for all processors")
-        ->check(CLI::Range(0, 64));
+    return NamesOf(OfferedMethods());
 }
 
-void AddEncodeCommand(CLI::App& app, Action& action)
+std::vector<std::string> MatrixNames()
 {
-    const auto options = std::make_shared<EncodeOptions>();
-    CLI::App* const command = app.add_subcommand("encode", "Encode pictures or video to an AVI file");
-    command
-        ->add_option("INPUT", options->input,
-                     ".y4m, .png, .ppm, .pgm, a numbered sequence (shot_%04d.png), or -")
-        ->required();
-    command->add_option("-o,--output", options->output, "The AVI file to write")->required();
-    command->add_option("--format", options->format, "Compressed format; auto takes that of the input")
-        ->check(CLI::IsMember({"auto", "rgb", "rgba", "yuv444", "yuv422", "yuv420", "yuva444", "gray"}))
-        ->capture_default_str();
-    command->add_flag("--lossless", options->lossless, "Refuse a format that does not keep every sample");
-    command->add_option("--method", options->method, "Predictor; dynamic takes the best for each block")
-        ->check(CLI::IsMember(NamesOf(OfferedMethods())));
-    AddThreadsOption(*command, options->codec.threads);
-    AddSwitch(*command, "interlaced", options->codec.interlaced, "Code the two fields by themselves");
-    command->add_option("--matrix", options->matrix, "Colour matrix, Rec.601 or Rec.709")
-        ->check(CLI::IsMember(NamesOf(kMatrices)));
-    AddSwitch(*command, "full-range", options->codec.fullRange, "YUV uses the full range");
-    AddSwitch(*command, "interpolate", options->codec.interpolate, "Interpolate where chroma is subsampled");
-    command->add_option("--fps", options->rate, "Frame rate N/D, instead of the input's");
-    command->add_option("--raw", options->raw, "INPUT is raw frames: WIDTHxHEIGHT:LAYOUT");
-    command->add_flag("--verify", options->verify, "Decode each frame as it is written and compare");
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) { return Encoding(*options, context).Run(); };
-    });
+    return NamesOf(kMatrices);
+}
+
+ExitCode RunEncode(const EncodeOptions& options, ToolContext& context)
+{
+    return Encoding(options, context).Run();
 }

@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "common/predict_methods.h"
 #include "counted.h"
 #include "files/conversion.h"
@@ -19,12 +19,6 @@
 #include <string_view>
 
 namespace {
-
-struct InfoOptions {
-    std::string input;
-    bool frames = false;
-    bool json = false;
-};
 
 /// Element 0 counts blocks of no known method.
 constexpr size_t kMethods = kBlockMethods + 1;
@@ -271,25 +265,16 @@ void PrintJson(const StreamFacts& facts, std::ostream& out)
 
 } // namespace
 
-void AddInfoCommand(CLI::App& app, Action& action)
+ExitCode RunInfo(const InfoOptions& options, ToolContext& context)
 {
-    const auto options = std::make_shared<InfoOptions>();
-    CLI::App* const command = app.add_subcommand("info", "Tell what a file holds");
-    command->add_option("IN.avi", options->input, "The file to look at")->required();
-    command->add_flag("--frames", options->frames, "A line for each frame");
-    command->add_flag("--json", options->json, "Everything as one JSON object");
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) {
-            const VideoStream stream(PathOf(options->input));
-            const StreamFacts facts = CollectFacts(stream);
-            if (options->json) {
-                PrintJson(facts, context.out);
-                return ExitCode::Done;
-            }
-            PrintText(facts, context.out);
-            if (options->frames)
-                PrintFrames(facts, context.out);
-            return ExitCode::Done;
-        };
-    });
+    const VideoStream stream(PathOf(options.input));
+    const StreamFacts facts = CollectFacts(stream);
+    if (options.json) {
+        PrintJson(facts, context.out);
+        return ExitCode::Done;
+    }
+    PrintText(facts, context.out);
+    if (options.frames)
+        PrintFrames(facts, context.out);
+    return ExitCode::Done;
 }

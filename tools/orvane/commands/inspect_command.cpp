@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "common/predict_methods.h"
 #include "counted.h"
 #include "drawing/block_map.h"
@@ -14,12 +14,6 @@
 #include <ostream>
 
 namespace {
-
-struct InspectOptions {
-    std::string input;
-    std::string output;
-    std::string frame;
-};
 
 StillImage DecodePicture(const VideoStream& stream, DriverEntry driver, std::span<const uint8_t> frame,
                          const std::string& where)
@@ -60,6 +54,8 @@ std::string BlockFact(const FrameStructure& structure)
     return text + " " + std::to_string(structure.CountRaw()) + " raw";
 }
 
+} // namespace
+
 ExitCode RunInspect(const InspectOptions& options, ToolContext& context)
 {
     if (KindOf(options.output) != FileKind::Png)
@@ -97,18 +93,4 @@ ExitCode RunInspect(const InspectOptions& options, ToolContext& context)
     file.Commit();
     context.out << options.output << ": " << subject.title << ", " << subject.facts[1] << '\n';
     return ExitCode::Done;
-}
-
-} // namespace
-
-void AddInspectCommand(CLI::App& app, Action& action)
-{
-    const auto options = std::make_shared<InspectOptions>();
-    CLI::App* const command = app.add_subcommand("inspect", "Paint a frame with its blocks as a PNG picture");
-    command->add_option("IN.avi", options->input, "The file to look at")->required();
-    command->add_option("--frame", options->frame, "Number of the frame, counted from 0")->required();
-    command->add_option("-o,--output", options->output, "The PNG file to write")->required();
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) { return RunInspect(*options, context); };
-    });
 }

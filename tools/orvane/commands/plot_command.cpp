@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "counted.h"
 #include "drawing/size_plot.h"
 #include "files/byte_source.h"
@@ -13,11 +13,6 @@
 
 namespace {
 
-struct PlotOptions {
-    std::string input;
-    std::string output;
-};
-
 std::string FactsOf(const VideoStream& stream, uint64_t rawBytes, uint64_t bytes)
 {
     char ratio[32];
@@ -26,6 +21,8 @@ std::string FactsOf(const VideoStream& stream, uint64_t rawBytes, uint64_t bytes
            std::to_string(stream.Height()) + ", " + Counted(stream.FrameCount(), "frame") + "; " +
            std::to_string(bytes) + " of " + std::to_string(rawBytes) + " bytes, ratio " + ratio;
 }
+
+} // namespace
 
 ExitCode RunPlot(const PlotOptions& options, ToolContext& context)
 {
@@ -53,18 +50,4 @@ ExitCode RunPlot(const PlotOptions& options, ToolContext& context)
     file.Commit();
     context.out << options.output << ": " << subject.facts << '\n';
     return ExitCode::Done;
-}
-
-} // namespace
-
-void AddPlotCommand(CLI::App& app, Action& action)
-{
-    const auto options = std::make_shared<PlotOptions>();
-    CLI::App* const command =
-        app.add_subcommand("plot", "Draw compressed size and ratio over time as an SVG picture");
-    command->add_option("IN.avi", options->input, "The file to look at")->required();
-    command->add_option("-o,--output", options->output, "The SVG file to write")->required();
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) { return RunPlot(*options, context); };
-    });
 }

@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "counted.h"
 #include "files/avi_records.h"
 #include "files/avi_repair.h"
@@ -15,13 +15,6 @@
 #include <ostream>
 
 namespace {
-
-struct RepairOptions {
-    std::string input;
-    std::string output;
-    std::string fps;
-    bool addChecksums = false;
-};
 
 /// What a repaired file cannot mend, a line each: the faults that verify finds in the frames of the input.
 std::vector<std::string> CheckFrames(VideoStream& stream, ToolContext& context)
@@ -83,6 +76,8 @@ std::optional<Rational> RateOption(const std::string& text)
     return rate;
 }
 
+} // namespace
+
 ExitCode RunRepair(const RepairOptions& options, ToolContext& context)
 {
     if (KindOf(options.output) != FileKind::Avi)
@@ -133,20 +128,4 @@ ExitCode RunRepair(const RepairOptions& options, ToolContext& context)
                         options.output + " has all that is left; see the lines on standard output",
                         ExitCode::DonePartly);
     return ExitCode::Done;
-}
-
-} // namespace
-
-void AddRepairCommand(CLI::App& app, Action& action)
-{
-    const auto options = std::make_shared<RepairOptions>();
-    CLI::App* const command =
-        app.add_subcommand("repair", "Write a damaged, cut or rewritten AVI file anew, whole again");
-    command->add_option("IN.avi", options->input, "The file to repair; it stays as it is")->required();
-    command->add_option("-o,--output", options->output, "The AVI file to write")->required();
-    command->add_option("--fps", options->fps, "Frame rate of the new file, N/D or N")->type_name("N/D");
-    command->add_flag("--add-checksums", options->addChecksums, "Add checksums to a file without them");
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) { return RunRepair(*options, context); };
-    });
 }

@@ -1,4 +1,4 @@
-#include "commands/command.h"
+#include "commands/commands.h"
 #include "counted.h"
 #include "files/conversion.h"
 #include "files/host_problems.h"
@@ -17,14 +17,6 @@
 #include <set>
 
 namespace {
-
-struct VerifyOptions {
-    std::string input;
-    std::string against;
-    std::string raw;
-    bool afterConversion = false;
-    bool strict = false;
-};
 
 class Verification
 {
@@ -227,18 +219,7 @@ class Verification
 
 } // namespace
 
-void AddVerifyCommand(CLI::App& app, Action& action)
+ExitCode RunVerify(const VerifyOptions& options, ToolContext& context)
 {
-    const auto options = std::make_shared<VerifyOptions>();
-    CLI::App* const command = app.add_subcommand("verify", "Check a file, by itself or against its source");
-    command->add_option("IN.avi", options->input, "The file to check")->required();
-    command->add_option("--against", options->against, "Compare with these pictures, one by one");
-    command->add_flag("--after-conversion", options->afterConversion,
-                      "Take pictures for equal that are so after the conversion of the file");
-    command->add_option("--raw", options->raw, "They are raw frames: WIDTHxHEIGHT:LAYOUT");
-    command->add_flag("--strict", options->strict,
-                      "Name whatever differs from what a writer of the format has to write");
-    command->callback([options, &action] {
-        action = [options](ToolContext& context) { return Verification(*options, context).Run(); };
-    });
+    return Verification(options, context).Run();
 }
