@@ -80,6 +80,12 @@ orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(WIN32) # where no test can choose a profile of its own, and logs are in the profile
   set_tests_properties(driver surroundings PROPERTIES RESOURCE_LOCK profile)
 endif()
+# Their tests take seconds: one that takes a minute hangs.
+if(NOT WIN32)
+  foreach(name platform threading entropy backend frontend core hostile golden settings driver)
+    target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/posix/time_limit.cpp)
+  endforeach()
+endif()
 # Where allocations are counted, or can be made to fail.
 foreach(name threading core driver)
   target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/memory/own_new.cpp)
