@@ -170,3 +170,26 @@ TEST_F(Gaps, ACutFileTellsInASentenceWhatIsWholeOfIt)
         }
     }
 }
+
+TEST_F(Gaps, FramesOfOneSizeAreToldApartByTheirChecksums)
+{
+    // Where one is taken out, the next one stands at its place.
+    std::string text = "YUV4MPEG2 W32 H56 F25:1 Cmono\n";
+    for (size_t frame = 0; frame < kFrames; ++frame)
+        text += "FRAME\n" + std::string(size_t{kWidth} * kHeight, static_cast<char>(40 + frame));
+    RunGood({"encode", "-", "-o", Name("clip.avi")}, text);
+    good = ReadFile(Name("clip.avi"));
+    file = ReadAviBytes(good);
+    for (const AviFrame& frame : file.frames)
+        ASSERT_EQ(frame.size, file.frames.front().size);
+    Bytes bytes = Without({2, 5, 6});
+    const auto expectGaps = [&] {
+        WriteFile(Name("bad.avi"), bytes);
+        const std::string said = Run({"verify", Name("bad.avi")}).out;
+        EXPECT_NE(said.find("missing: 1 frame before frame 2\n"), std::string::npos) << said;
+        EXPECT_NE(said.find("missing: 2 frames before frame 4\n"), std::string::npos) << said;
+    };
+    expectGaps();
+    bytes[static_cast<size_t>(file.frames[1].offset) + 24] ^= 1; // a damaged frame has its size
+    expectGaps();
+}

@@ -1,10 +1,13 @@
 #include "files/avi_index.h"
 
 #include "files/avi_records.h"
+#include "files/checksum_table.h"
+#include "files/content_hash.h"
 #include "files/little_endian.h"
 
 #include <algorithm>
 #include <optional>
+#include <unordered_set>
 
 namespace {
 
@@ -155,6 +158,49 @@ std::vector<AviGap> FindGapsBySize(const FrameList& entries, const FrameList& fo
     return knowsMost ? gaps : std::vector<AviGap>{};
 }
 
+/// The hashes of all frames in the order of the entries, by the checksums of the file; none when it has not
+/// one for each entry.
+std::vector<uint64_t> RecordedHashes(const ByteSource& source, const AviFile& file, const FrameList& entries)
+{
+    std::vector<uint64_t> hashes;
+    for (const AviChunk& chunk : file.others)
+        if (chunk.id == avi::kChecksums)
+            if (const auto table = ChecksumTable::Parse(source.ReadBytes(chunk.offset, chunk.size)))
+                for (size_t i = 0; i < table->Count(); ++i)
+                    hashes.push_back(table->FrameHashAt(i));
+    if (hashes.size() != entries.size())
+        hashes.clear();
+    return hashes;
+}
+
+/// Where frames are missing by the checksums of those that are there. A frame that they do not know is
+/// damaged and has its entry's size. Nothing when frames fit no entry, or there are no checksums.
+std::optional<std::vector<AviGap>> FindGapsByHash(const ByteSource& source, const AviFile& file,
+                                                  const FrameList& entries, const FrameList& found)
+{
+    const std::vector<uint64_t> recorded = RecordedHashes(source, file, entries);
+    if (recorded.empty())
+        return std::nullopt;
+    const std::unordered_set<uint64_t> known(recorded.begin(), recorded.end());
+    std::vector<uint64_t> hashes;
+    for (const AviFrame& frame : found)
+        hashes.push_back(HashBytes(source.ReadBytes(frame.offset, frame.size)));
+    const auto fits = [&](size_t number, size_t entry) {
+        return known.contains(hashes[number]) ? hashes[number] == recorded[entry]
+                                              : found[number].size == entries[entry].size;
+    };
+    std::vector<AviGap> gaps;
+    size_t next = 0;
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (next < found.size() && fits(next, i))
+            ++next;
+        else if (!gaps.empty() && gaps.back().before == next)
+            ++gaps.back().count;
+        else
+            gaps.push_back({next, 1});
+    return next == found.size() ? std::optional(gaps) : std::nullopt;
+}
+
 /// Where frames are missing that the index names. Entries and frames are counted between two that agree,
 /// since an entry may be damaged and its frame not. An index that does not know most of the frames tells
 /// nothing.
@@ -212,7 +258,9 @@ bool CompareIndex(const ByteSource& source, const AviIndexPlaces& places, AviFil
         file.frames = leading.frames;
         file.reordered = !std::ranges::is_sorted(file.frames, {}, &AviFrame::offset);
     } else {
-        file.gaps = FindGaps(leading.frames.empty() ? old.frames : leading.frames, found);
+        const FrameList& entries = leading.frames.empty() ? old.frames : leading.frames;
+        const auto gaps = FindGapsByHash(source, file, entries, found);
+        file.gaps = gaps ? *gaps : FindGaps(entries, found);
     }
     return vouches;
 }
