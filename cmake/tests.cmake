@@ -37,6 +37,16 @@ add_executable(orvane_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_hea
 target_link_libraries(orvane_test_headers PRIVATE orvane_test_options)
 target_precompile_headers(orvane_test_headers PRIVATE <gtest/gtest.h> <algorithm> <random> <string> <vector>)
 
+# A value that nobody has set is an error as soon as a branch, an address or the system takes it. (The memory
+# sanitizer of clang would need a standard library of its own; with the system's it reports every stream.) Threads
+# take turns there, fairly.
+if(ORVANE_MEMCHECK)
+  find_program(VALGRIND valgrind REQUIRED)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${VALGRIND} --quiet --error-exitcode=99 --leak-check=no --fair-sched=yes
+    --num-callers=20
+    --soname-synonyms=somalloc=nouserintercepts) # operator new of a test program that lets memory run out stays
+endif()
+
 # orvane_tests(NAME LIBRARY... [NEEDS TARGET...]): the folder tests/NAME as program NAME_tests, with the targets
 # that it loads or starts when it runs.
 function(orvane_tests name)
