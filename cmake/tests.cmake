@@ -90,8 +90,8 @@ orvane_tests(driver orvane_driver NEEDS orvane_library)
 if(WIN32) # where no test can choose a profile of its own, and logs are in the profile
   set_tests_properties(driver surroundings PROPERTIES RESOURCE_LOCK profile)
 endif()
-# Their tests take seconds: one that takes a minute hangs.
-if(NOT WIN32)
+# Their tests take seconds: one that takes a minute hangs. Under valgrind they take minutes.
+if(NOT WIN32 AND NOT ORVANE_MEMCHECK)
   foreach(name platform threading entropy backend frontend core hostile golden settings driver)
     target_sources(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/posix/time_limit.cpp)
   endforeach()

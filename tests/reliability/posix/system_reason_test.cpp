@@ -67,6 +67,10 @@ TEST_F(SystemReason, OutOfMemoryIsTold)
 
 TEST_F(SystemReason, TooManyOpenFilesAreTold)
 {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP()
+        << "the check of virtual calls that comes with it opens pipes, and takes their lack for a finding";
+#endif
     MakeInputs(64);
     for (const Line& line : AllCommands()) {
         int told = 0;
