@@ -103,11 +103,11 @@ inline uint64_t RotateRight(uint64_t value, uint64_t count)
 #endif
 }
 
-/// Asks for the cache line of a byte that is read or written soon. The byte belongs to an object.
-inline void Prefetch([[maybe_unused]] const uint8_t* byte)
+/// Asks for the cache line of a byte that is read or written soon, which belongs to an object.
+inline void Prefetch([[maybe_unused]] const uint8_t* place)
 {
 #ifdef ORVANE_GNU
-    __builtin_prefetch(byte);
+    __builtin_prefetch(place);
 #endif
 }
 
