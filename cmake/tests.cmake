@@ -37,7 +37,7 @@ add_executable(orvane_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_hea
 target_link_libraries(orvane_test_headers PRIVATE orvane_test_options)
 target_precompile_headers(orvane_test_headers PRIVATE <gtest/gtest.h> <algorithm> <random> <string> <vector>)
 
-# A value that nobody has set is an error as soon as a branch, an address or the system takes it. (The memory
+# An uninitialized value is an error as soon as a branch, an address or the system takes it. (The memory
 # sanitizer of clang would need a standard library of its own; with the system's it reports every stream.) Threads
 # take turns there, fairly.
 if(ORVANE_MEMCHECK)

@@ -28,8 +28,8 @@ inline BitRun Join(BitRun first, BitRun second)
 ///     |  stored before, stale        |  pending, oldest first |      bits
 ///
 /// `bits` is never masked: bits above the pending ones are already stored. A store turns the pending ones to
-/// the top and writes eight bytes, the stale ones behind them, but advances past complete bytes of pending
-/// ones only; the next store, or the end of the stream, writes the rest anew. Example: 13 pending bits p0 ..
+/// the top and writes eight bytes, the stale ones after them, but advances past complete bytes of pending
+/// ones only; the next store, or the end of the stream, writes the rest again. Example: 13 pending bits p0 ..
 /// p12; the store writes p0 .. p7, then p8 .. p12 and 51 stale bits. The cursor moves by one byte and 5 bits
 /// stay pending.
 class BitWriter

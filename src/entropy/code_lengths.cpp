@@ -121,7 +121,7 @@ class LevelMerge
 
     const size_t coinCount;
     const size_t packageCount;
-    const uint64_t* const coins;    // 0 in front, kEndOfList behind
+    const uint64_t* const coins;    // 0 first, kEndOfList last
     const uint64_t* const packages; // the same
     uint64_t* const list;
     uint16_t* const coinsBefore;

@@ -19,8 +19,8 @@ struct SingleCodes {
 };
 static_assert(kJoinedCodes == 4, "as Four joins them");
 
-/// The same for any even number of symbols from the pair table, from their end to their start: what stands
-/// behind a pair is known before it, so that a pair takes one shift, and its length is added where the next
+/// The same for any even number of symbols from the pair table, from their end to their start: what follows
+/// a pair is known before it, so that a pair takes one shift, and its length is added where the next
 /// shift wants it.
 ///
 /// Codes and lengths have a pointer each that the compiler takes for unrelated: it would compute the row's

@@ -249,7 +249,7 @@ TEST(PredictorForms, FieldsAreScoredPredictedAndCountedOutOfPlace)
         GuardedBlock samples = MakeBlock({width, height, pitch, alignment}, random);
         GuardedBlock target = MakeBlock({width, height, RandomPitch(width, random), 3}, random);
         for (const PredictMethod method : kMethods) {
-            GuardedBlock expected(samples); // samples where they stand, and their residuals beside the guards
+            GuardedBlock expected(samples); // samples in place, and their residuals beside the guards
             for (int field = 0; field < 2; ++field)
                 kReference.predictInPlace(FieldOf(expected.View(), field), width, height / 2, method);
             GuardedBlock wanted(target);

@@ -253,10 +253,9 @@ TEST(RouteTable, PicturesEndWhereSignedOffsetsDo)
         uint32_t width; // the largest of four rows
         uint32_t step;
     };
-    constexpr Row rows[] = {
-        {kHostBgra, kCodeRgba, 134'217'727, 1}, // the host's rows
-        {kHostI444, kCodeYuv444, 536'870'911, 1},
-        {kHostI444, kCodeYuv422, 536'870'896, 2}}; // rows of 16 samples behind a converter
+    constexpr Row rows[] = {{kHostBgra, kCodeRgba, 134'217'727, 1}, // the host's rows
+                            {kHostI444, kCodeYuv444, 536'870'911, 1},
+                            {kHostI444, kCodeYuv422, 536'870'896, 2}}; // rows of 16 samples after a converter
     RouteObjects objects;
     const RouteTable table(objects, {});
     for (const Row& row : rows) {

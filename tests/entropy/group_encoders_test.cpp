@@ -51,7 +51,7 @@ class PlacedSymbols
     uint8_t* start;
 };
 
-/// What a form makes of symbols behind some that stand in the stream already; the rest of the last group
+/// What a form makes of symbols after some that are in the stream already; the rest of the last group
 /// follows one by one.
 Bytes Encode(const GroupEncoderForm& form, const Tables& tables, const Bytes& ahead, const Bytes& symbols,
              size_t alignment)
@@ -127,7 +127,7 @@ TEST(GroupEncoders, LongRunsAreWritten)
     }
 }
 
-// From one symbol to noise, with codes that just fill a word behind all numbers of pending bits, and with
+// From one symbol to noise, with codes that just fill a word after all numbers of pending bits, and with
 // symbols whose pairs are not filled.
 TEST(GroupEncoders, CodesOfEveryLengthAreWritten)
 {

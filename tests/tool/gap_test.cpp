@@ -173,7 +173,7 @@ TEST_F(Gaps, ACutFileTellsInASentenceWhatIsWholeOfIt)
 
 TEST_F(Gaps, FramesOfOneSizeAreToldApartByTheirChecksums)
 {
-    // Where one is taken out, the next one stands at its place.
+    // Where one is taken out, the next one takes its place.
     std::string text = "YUV4MPEG2 W32 H56 F25:1 Cmono\n";
     for (size_t frame = 0; frame < kFrames; ++frame)
         text += "FRAME\n" + std::string(size_t{kWidth} * kHeight, static_cast<char>(40 + frame));

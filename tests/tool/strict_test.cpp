@@ -49,7 +49,7 @@ class Strict : public CommandTest
         return ComplaintsAbout(sink.bytes);
     }
 
-    /// Expects that a byte of the bitmap header or of the record behind it is named.
+    /// Expects that a byte of the bitmap header or of the record after it is named.
     void ExpectNamedInfo(const std::string& rule, size_t at, uint8_t value)
     {
         const Bytes good = info;

@@ -290,7 +290,7 @@ void AddReordered(std::vector<Vector>& all, const char* name, const char* text, 
     AddFile(all, name, text, file.bytes);
 }
 
-/// A broken chain of chunks: the frames behind the break are found by their own heads.
+/// A broken chain of chunks: the frames after the break are found by their own heads.
 void AddSalvaged(std::vector<Vector>& all)
 {
     const FileParts parts;
@@ -304,7 +304,7 @@ void AddSalvaged(std::vector<Vector>& all)
     file.Chunk(avi::kChecksums, ChecksumsOf(parts.record, parts.frames));
     AddFile(all, "salvaged",
             "A chunk between the frames whose damaged size leads out of the file, and no index: the frames "
-            "behind it are found by their own heads.",
+            "after it are found by their own heads.",
             file.bytes);
 }
 

@@ -17,7 +17,7 @@ struct BlockView {
     int height;
 };
 
-/// Rows behind a block of each plane that are worked on soon. Some of them are fetched; 0: none are there.
+/// Rows below a block of each plane that are worked on soon. Some of them are fetched; 0: none are there.
 struct RowsBelow {
     int source = 0;
     int target = 0;

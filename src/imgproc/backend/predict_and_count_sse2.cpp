@@ -3,7 +3,7 @@
 // Residuals of a row are counted while those of the next one are computed: a counter's store and a vector's
 // work take turns, where each alone would wait for ports that the other leaves idle. At the same time the
 // lines of samples and residuals some rows on are fetched: a store to a line that is not there yet keeps
-// those behind it waiting, and counters store all the time.
+// those after it waiting, and counters store all the time.
 #include "entropy/count_symbols.h"
 #include "imgproc/backend/predict_rows_sse2.h"
 

@@ -1,4 +1,4 @@
-// The forward step where the samples stand, and the scores alone, 16 samples at a time.
+// The forward step in place, and the scores alone, 16 samples at a time.
 //
 // In place, all samples have to be read before they are overwritten: rows go from the last one up, and the
 // body of a row runs from right to left, so that the left neighbours of a vector are untouched when it is

@@ -87,7 +87,7 @@ TEST_F(OutputPlace, AviGoesToStandardOutputWhereThatIsAnEmptyFile)
     EXPECT_EQ(ReadFile(Name("file.avi")), ReadFile(Name("in.avi")));
     end = RunToolProcess(folder, line, y4m, {.output = Name("file.avi")});
     ExpectError(end,
-                "an AVI file cannot be written to a pipe, to a device that cannot go back, or behind what");
+                "an AVI file cannot be written to a pipe, to a device that cannot go back, or after what");
     EXPECT_EQ(ReadFile(Name("file.avi")), ReadFile(Name("in.avi")));
 }
 

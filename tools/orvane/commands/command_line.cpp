@@ -174,7 +174,7 @@ void AddConfig(CLI::App& app, Action& action)
 
     CLI::App* const set = command->add_subcommand("set", "Store a setting");
     set->add_option("KEY", options->key, "As EnableCodecLog or O8Y2.CompMethod")->required();
-    set->add_option("VALUE", options->value, "Decimal, or hexadecimal behind 0x")->required();
+    set->add_option("VALUE", options->value, "Decimal, or hexadecimal after 0x")->required();
     set->callback([options, &action] {
         action = [options](ToolContext& context) {
             return SetSetting(options->key, options->value, context);

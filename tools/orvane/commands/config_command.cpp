@@ -45,7 +45,7 @@ std::string RuleText(const settings::ValueRule& rule)
     return "use bits of " + Hex(rule.high) + ", one at least, or 0xFFFFFFFF for all";
 }
 
-/// Decimal, or hexadecimal behind 0x.
+/// Decimal, or hexadecimal after 0x.
 uint32_t ParseValue(const std::string& text)
 {
     const bool hex = text.starts_with("0x") || text.starts_with("0X");
@@ -53,7 +53,7 @@ uint32_t ParseValue(const std::string& text)
     const char* const allowed = hex ? "0123456789abcdefABCDEF" : "0123456789";
     if (digits.empty() || digits.size() > (hex ? 8 : 10) ||
         digits.find_first_not_of(allowed) != std::string::npos)
-        throw UsageError("not a 32-bit number", text, "write it in decimal, or in hexadecimal behind 0x");
+        throw UsageError("not a 32-bit number", text, "write it in decimal, or in hexadecimal after 0x");
     const unsigned long long value = std::stoull(digits, nullptr, hex ? 16 : 10);
     if (value > UINT32_MAX)
         throw UsageError("not a 32-bit number", text, "the largest is 4294967295");

@@ -177,9 +177,8 @@ void OutputFile::WriteAt(uint64_t offset, std::span<const uint8_t> bytes)
 void OutputFile::RequireSeek(const std::string& kind) const
 {
     if (!file.CanSeek())
-        throw ToolError(kind +
-                            " cannot be written to a pipe, to a device that cannot go back, or behind what "
-                            "a file holds",
+        throw ToolError(kind + " cannot be written to a pipe, to a device that cannot go back, or after what "
+                               "a file holds",
                         TextOf(finalName), "name an ordinary file");
 }
 

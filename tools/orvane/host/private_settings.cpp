@@ -44,7 +44,7 @@ platform::Path MakeFolderOfThisRun()
                     "check the folder for temporary files");
 }
 
-/// Why no file can be written in a folder, where the store leaves no error behind.
+/// Why no file can be written in a folder, where the store leaves no error.
 std::string ReasonNotToWrite(const platform::Path& folder)
 {
     errno = 0;
